@@ -1,0 +1,31 @@
+# Build entry points. Both targets install what is missing first, so they work on a
+# fresh Debian machine as root.
+BUILD ?= build
+JOBS ?= $(shell nproc)
+PACKAGES := cmake g++ make pkg-config zlib1g-dev libxxhash-dev libglm-dev libgtest-dev libgmock-dev libbenchmark-dev
+
+.PHONY: deps configure build run test clean
+
+deps:
+	@missing=""; \
+	for p in $(PACKAGES); do dpkg-query -W -f='$${Status}' $$p 2>/dev/null | grep -q "ok installed" || missing="$$missing $$p"; done; \
+	if [ -n "$$missing" ]; then \
+		echo "Installing:$$missing"; \
+		apt-get update -qq && DEBIAN_FRONTEND=noninteractive apt-get install -y -qq $$missing; \
+	fi
+
+configure: deps
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release
+
+build: configure
+	cmake --build $(BUILD) -j $(JOBS)
+
+run: configure
+	cmake --build $(BUILD) -j $(JOBS) --target brelk-worldgen
+	./$(BUILD)/tools/worldgen/brelk-worldgen --content Content
+
+test: build
+	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+clean:
+	rm -rf $(BUILD)

@@ -1,0 +1,40 @@
+# A static library of the given sources; a folder whose sources are still to come gets
+# an empty translation unit so that its dependents can link against it already.
+function(brelk_static_library target)
+  set(sources ${ARGN})
+  if(NOT sources)
+    set(sources ${CMAKE_CURRENT_BINARY_DIR}/${target}_empty.cpp)
+    file(WRITE ${sources} "")
+  endif()
+  add_library(${target} STATIC ${sources})
+endfunction()
+
+# One static library per engine folder, from every .cpp beside its CMakeLists.txt,
+# and one test executable from every .cpp in its tests/ folder.
+function(brelk_module target)
+  cmake_parse_arguments(ARG "" "" "DEPS" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  brelk_static_library(${target} ${sources})
+  target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${target} PUBLIC ${ARG_DEPS})
+  brelk_module_tests(${target})
+endfunction()
+
+function(brelk_module_tests target)
+  if(NOT BRELK_BUILD_TESTS OR BRELK_BUILD_FUZZ)
+    return()
+  endif()
+  set(test_target ${target}_tests)
+  if(BRELK_TEST_FILTER AND NOT test_target MATCHES "${BRELK_TEST_FILTER}")
+    return()
+  endif()
+  file(GLOB test_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/tests/*.cpp)
+  if(NOT test_sources)
+    return()
+  endif()
+  add_executable(${test_target} ${test_sources})
+  target_link_libraries(${test_target} PRIVATE ${target} GTest::gtest GTest::gtest_main GTest::gmock)
+  target_compile_definitions(${test_target} PRIVATE
+    BRELK_TEST_DATA_DIR="${CMAKE_CURRENT_SOURCE_DIR}/tests/data")
+  gtest_discover_tests(${test_target} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+endfunction()
