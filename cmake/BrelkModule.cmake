@@ -9,11 +9,12 @@ function(brelk_static_library target)
   add_library(${target} STATIC ${sources})
 endfunction()
 
-# One static library per engine folder, from every .cpp beside its CMakeLists.txt,
-# and one test executable from every .cpp in its tests/ folder.
+# One static library per engine folder, from every .cpp below its CMakeLists.txt,
+# and one test executable from every .cpp in its tests/ folders.
 function(brelk_module target)
   cmake_parse_arguments(ARG "" "" "DEPS" ${ARGN})
-  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  list(FILTER sources EXCLUDE REGEX "/tests/")
   brelk_static_library(${target} ${sources})
   target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
   target_link_libraries(${target} PUBLIC ${ARG_DEPS})
@@ -28,7 +29,8 @@ function(brelk_module_tests target)
   if(BRELK_TEST_FILTER AND NOT test_target MATCHES "${BRELK_TEST_FILTER}")
     return()
   endif()
-  file(GLOB test_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/tests/*.cpp)
+  file(GLOB_RECURSE test_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  list(FILTER test_sources INCLUDE REGEX "/tests/")
   if(NOT test_sources)
     return()
   endif()
