@@ -1,0 +1,151 @@
+#!/usr/bin/env bash
+# Times the whole brelk-worldgen run, the way a developer meets it, against the cost of merely
+# copying what it wrote: `cp -r` of the cells folder, the world asset and the persistent scene
+# is taken as the floor of writing those bytes, so the ratio tool/floor shows how much the
+# generation itself costs on top of the disk. Then the peak resident memory of three grid sizes,
+# which should stay flat: the generator keeps one cell in memory at a time.
+#
+# Usage: bench/worldgen.sh [path/to/brelk-worldgen]
+# Environment: WORLDGEN_BENCH_RUNS (runs of the default world, 5),
+#              WORLDGEN_BENCH_RUNS_96 (runs of --cells 96, 3; 0 skips that case),
+#              TMPDIR (where the scratch folder goes).
+# Every run writes into a fresh content folder, so that no run finds sidecars or cells of the
+# one before it; the scratch folder is removed on every way out.
+
+set -euo pipefail
+
+tool=${1:-build/tools/worldgen/brelk-worldgen}
+runs_default=${WORLDGEN_BENCH_RUNS:-5}
+runs_large=${WORLDGEN_BENCH_RUNS_96:-3}
+rss_cells=(8 32 96)
+
+for count in "$runs_default" "$runs_large"; do
+    if ! [[ $count =~ ^[0-9]+$ ]]; then
+        echo "worldgen.sh: run counts must be whole numbers, got '$count'" >&2
+        exit 2
+    fi
+done
+
+if [[ ! -x $tool ]]; then
+    echo "worldgen.sh: no executable tool at '$tool'; build the target brelk-worldgen (Release) first" >&2
+    exit 2
+fi
+tool=$(cd "$(dirname "$tool")" && pwd)/$(basename "$tool")
+
+scratch=$(mktemp -d "${TMPDIR:-/tmp}/worldgen-bench.XXXXXX")
+trap 'rm -rf "$scratch"' EXIT
+trap 'exit 130' INT TERM
+
+now_ns() { date +%s%N; }
+
+# Milliseconds with three decimals from two nanosecond stamps.
+elapsed_ms() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.3f", (b - a) / 1e6 }'; }
+
+min_of() { printf '%s\n' "$@" | sort -g | head -n 1; }
+
+median_of() {
+    printf '%s\n' "$@" | sort -g | awk '{ v[NR] = $1 }
+        END { if (NR % 2) printf "%.3f", v[(NR + 1) / 2]; else printf "%.3f", (v[NR / 2] + v[NR / 2 + 1]) / 2 }'
+}
+
+ratio_of() { awk -v a="$1" -v b="$2" 'BEGIN { if (b > 0) printf "%.2f", a / b; else print "-" }'; }
+
+# Runs the tool into a new content folder under the scratch folder; its output goes to a log
+# that is shown only when the tool fails.
+run_tool() {
+    local content=$1
+    shift
+    local log=$scratch/tool.log
+    if ! "$tool" --content "$content" "$@" >"$log" 2>&1; then
+        echo "worldgen.sh: brelk-worldgen $* failed:" >&2
+        cat "$log" >&2
+        exit 1
+    fi
+}
+
+# The bytes a world run leaves behind that a copy has to write as well.
+world_outputs() {
+    local content=$1
+    printf '%s\n' "$content/Worlds/Procedural.bworld.cells" "$content/Worlds/Procedural.bworld" \
+        "$content/Scenes/Main.bscene"
+}
+
+rows=()
+
+# One case: `runs` fresh generations, each followed by the timed copy of what it wrote.
+time_case() {
+    local label=$1 runs=$2
+    shift 2
+    local -a tool_ms=() copy_ms=()
+    local bytes=0 files=0 i start end content copy
+    local -a outputs=()
+    for ((i = 1; i <= runs; i++)); do
+        content=$scratch/content-$i
+        start=$(now_ns)
+        run_tool "$content" "$@"
+        end=$(now_ns)
+        tool_ms+=("$(elapsed_ms "$start" "$end")")
+
+        copy=$scratch/copy-$i
+        mkdir -p "$copy/Worlds" "$copy/Scenes"
+        mapfile -t outputs < <(world_outputs "$content")
+        start=$(now_ns)
+        cp -r "${outputs[0]}" "${outputs[1]}" "$copy/Worlds/"
+        cp "${outputs[2]}" "$copy/Scenes/"
+        end=$(now_ns)
+        copy_ms+=("$(elapsed_ms "$start" "$end")")
+
+        if ((i == 1)); then
+            bytes=$(du -sb "${outputs[@]}" | awk '{ s += $1 } END { print s }')
+            files=$(find "${outputs[@]}" -type f | wc -l)
+        fi
+        rm -rf "$content" "$copy"
+    done
+    local tool_min tool_med copy_min copy_med
+    tool_min=$(min_of "${tool_ms[@]}")
+    tool_med=$(median_of "${tool_ms[@]}")
+    copy_min=$(min_of "${copy_ms[@]}")
+    copy_med=$(median_of "${copy_ms[@]}")
+    rows+=("$(printf '%-14s %4s %11s %11s %10s %10s %7s %7s %9s %7s' "$label" "$runs" "$tool_min" "$tool_med" \
+        "$copy_min" "$copy_med" "$(ratio_of "$tool_min" "$copy_min")" "$(ratio_of "$tool_med" "$copy_med")" \
+        "$(awk -v b="$bytes" 'BEGIN { printf "%.1f", b / 1048576 }')" "$files")")
+}
+
+echo "brelk-worldgen: $tool"
+echo "machine: $(nproc) cores; scratch in ${TMPDIR:-/tmp}"
+echo
+
+if ((runs_default > 0)); then
+    time_case "default (24)" "$runs_default"
+fi
+if ((runs_large > 0)); then
+    time_case "--cells 96" "$runs_large" --cells 96
+fi
+
+echo "wall time in ms; floor = cp -r of cells folder, world asset and scene; ratio = tool / floor"
+printf '%-14s %4s %11s %11s %10s %10s %7s %7s %9s %7s\n' case runs "tool min" "tool median" "cp min" "cp median" \
+    "r(min)" "r(med)" "MiB" files
+for row in "${rows[@]}"; do
+    echo "$row"
+done
+echo
+
+if [[ ! -x /usr/bin/time ]]; then
+    echo "peak resident memory skipped: /usr/bin/time is missing (install the package 'time', e.g. apt-get install time)"
+    exit 0
+fi
+
+echo "peak resident memory (/usr/bin/time -v, Maximum resident set size)"
+printf '%-10s %10s\n' cells "max RSS MiB"
+for cells in "${rss_cells[@]}"; do
+    content=$scratch/content-rss-$cells
+    report=$scratch/time-$cells.txt
+    if ! /usr/bin/time -v -o "$report" "$tool" --content "$content" --cells "$cells" >"$scratch/tool.log" 2>&1; then
+        echo "worldgen.sh: brelk-worldgen --cells $cells failed:" >&2
+        cat "$scratch/tool.log" >&2
+        exit 1
+    fi
+    kib=$(awk -F: '/Maximum resident set size/ { gsub(/ /, "", $2); print $2 }' "$report")
+    printf '%-10s %10s\n' "$cells" "$(awk -v k="$kib" 'BEGIN { printf "%.1f", k / 1024 }')"
+    rm -rf "$content"
+done

@@ -1,0 +1,81 @@
+#include "engine/assets/AssetManager.h"
+
+#include "engine/core/Logger.h"
+#include "engine/core/Profiler.h"
+#include "engine/platform/Files.h"
+#include "engine/platform/Folders.h"
+
+#include <stdexcept>
+#include <system_error>
+
+namespace Brelk::Assets {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+void CreateFolder(const fs::path& path) {
+    std::error_code error;
+    fs::create_directories(path, error);
+    if (error) {
+        throw fs::filesystem_error("create_directories", path, error);
+    }
+}
+
+} // namespace
+
+AssetManager::AssetManager() : ownerThread_(std::this_thread::get_id()) {}
+
+AssetManager::~AssetManager() = default;
+
+void AssetManager::Initialize(const fs::path& contentRoot, AssetSourceMode mode) {
+    const Core::ProfilerZone zone("Assets", "AssetManager::Initialize");
+
+    if (mode == AssetSourceMode::ReadOnly) {
+        std::error_code ignored;
+        if (!fs::is_directory(contentRoot, ignored)) {
+            throw std::runtime_error("Read-only asset content directory is missing: " +
+                                     Platform::PathToUtf8(contentRoot));
+        }
+    }
+    mode_ = mode;
+    ++contentRevision_;
+    builtins_ = BuiltinAssetHandles{};
+    registry_ = AssetRegistry();
+
+    if (mode == AssetSourceMode::Authoring) {
+        CreateFolder(contentRoot);
+        CreateFolder(Platform::GetEngineExportsFolder());
+    }
+    CreateFolder(Platform::GetGeneratedShadersFolder());
+
+    std::error_code error;
+    const fs::path canonicalRoot = fs::weakly_canonical(contentRoot, error);
+    if (error) {
+        throw fs::filesystem_error("weakly_canonical", contentRoot, error);
+    }
+    registry_.SetContentRoot(canonicalRoot, mode);
+    registry_.SetToleratedMissingTypes(toleratedMissingTypes_);
+
+    // After the scan, so that a scan's removal of file records never meets them.
+    RegisterBuiltins();
+
+    Core::Logger::Get().Log(Core::LogCategory::Assets, Core::LogLevel::Info,
+                            "Asset manager initialized: " + Platform::PathToUtf8(canonicalRoot));
+}
+
+void AssetManager::SetToleratedMissingTypes(std::vector<std::uint32_t> types) {
+    toleratedMissingTypes_ = std::move(types);
+    registry_.SetToleratedMissingTypes(toleratedMissingTypes_);
+}
+
+void AssetManager::RegisterBuiltins() {
+    for (const BuiltinAssetDefinition& builtin : BuiltinAssetDefinitions()) {
+        const AssetHandle handle = registry_.RegisterBuiltin(builtin.type, builtin.name);
+        if (builtin.slot) {
+            builtins_.*builtin.slot = handle;
+        }
+    }
+}
+
+} // namespace Brelk::Assets

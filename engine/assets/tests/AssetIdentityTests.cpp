@@ -1,0 +1,111 @@
+#include "engine/assets/AssetHandle.h"
+#include "engine/assets/AssetIdentity.h"
+#include "engine/assets/AssetTypeWords.h"
+
+#include "engine/core/Hash.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+
+namespace Brelk::Assets {
+namespace {
+
+using Core::Guid;
+
+TEST(AssetIdentity, TurnsBackslashesIntoSlashesAndKeepsCase) {
+    EXPECT_EQ(AssetPathKey("C:\\Game\\Content/Rock.PNG"), "C:/Game/Content/Rock.PNG");
+}
+
+TEST(AssetIdentity, CutsTrailingSlashesOfTheRootKeyDownToOneCharacter) {
+    EXPECT_EQ(ContentRootKey("/game/content//"), "/game/content");
+    EXPECT_EQ(ContentRootKey("/"), "/");
+    EXPECT_EQ(ContentRootKey("C:\\Game\\"), "C:/Game");
+}
+
+TEST(AssetIdentity, HoldsOnlyKeysBelowTheRootBehindASlash) {
+    EXPECT_TRUE(IsKeyInsideRoot("/a", "/a/b"));
+    EXPECT_FALSE(IsKeyInsideRoot("/a", "/ab"));
+    EXPECT_FALSE(IsKeyInsideRoot("/a", "/a"));
+    EXPECT_FALSE(IsKeyInsideRoot("/a", "/A/b"));
+    EXPECT_FALSE(IsKeyInsideRoot("", "/a/b"));
+}
+
+TEST(AssetIdentity, DerivesContentGuidsFromTheRelativeKeyAndOthersFromTheWholeKey) {
+    EXPECT_EQ(DerivedAssetGuid("/p/Content", "/p/Content/Art/Rock.png"),
+              Guid::FromName("brelk-asset:content:Art/Rock.png"));
+    EXPECT_EQ(DerivedAssetGuid("/p/Content", "/q/Rock.png"), Guid::FromName("brelk-asset:path:/q/Rock.png"));
+}
+
+TEST(AssetIdentity, DerivesTheSameGuidsForACopiedProject) {
+    EXPECT_EQ(DerivedAssetGuid("/home/a/Game/Content", "/home/a/Game/Content/x/y.bmat"),
+              DerivedAssetGuid("/mnt/copy/Content", "/mnt/copy/Content/x/y.bmat"));
+}
+
+TEST(AssetIdentity, NamesBuiltinDuplicateAndSubAssetGuidsByTheirTexts) {
+    const Guid old = *Guid::Parse("0123456789abcdef8123456789abcdef");
+    EXPECT_EQ(BuiltinAssetGuid("Builtin/Cube"), Guid::FromName("builtin:Builtin/Cube"));
+    EXPECT_EQ(DuplicateAssetGuid(old, "/c/b.png"),
+              Guid::FromName("brelk-duplicate:01234567-89ab-cdef-8123-456789abcdef:/c/b.png"));
+    EXPECT_EQ(SubAssetGuid(old, AssetType::Mesh, "Trunk#2"),
+              Guid::FromName("brelk-subasset:01234567-89ab-cdef-8123-456789abcdef|mesh|Trunk#2"));
+}
+
+TEST(AssetIdentity, StemsASubkeyByItsTrailingNumber) {
+    EXPECT_EQ(SubkeyStem("Mesh#3"), "Mesh");
+    EXPECT_EQ(SubkeyStem("Mesh#12"), "Mesh");
+    EXPECT_EQ(SubkeyStem("Mesh"), "Mesh");
+    EXPECT_EQ(SubkeyStem("Mesh#"), "Mesh#");
+    EXPECT_EQ(SubkeyStem("Mesh#3a"), "Mesh#3a");
+    EXPECT_EQ(SubkeyStem("A#1#2"), "A#1");
+}
+
+TEST(AssetIdentity, StampsSizeThenTimeAsLittleEndianBytes) {
+    std::array<std::uint8_t, 16> bytes{0x10, 0x32, 0, 0, 0, 0, 0, 0, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0x08};
+    EXPECT_EQ(FileStamp(0x3210, 0x0807060504030201), Core::Fnv1a64(std::span<const std::uint8_t>(bytes)));
+    EXPECT_NE(FileStamp(1, 2), FileStamp(2, 1));
+}
+
+TEST(AssetTypeWords, MapsEveryWordBothWays) {
+    const std::array<std::string_view, 21> words{
+        "unknown", "mesh",   "scene",    "material",     "texture", "audio",    "ui",
+        "skeleton", "rig",   "clip",     "controller",   "prefab",  "navmesh",  "behaviortree",
+        "image",   "procedural", "vectorfield", "vfx",   "rigdefinition", "inputmap", "world"};
+    for (std::uint32_t value = 0; value < words.size(); ++value) {
+        EXPECT_EQ(AssetTypeWord(static_cast<AssetType>(value)), words[value]);
+        EXPECT_EQ(AssetTypeFromWord(words[value]), static_cast<AssetType>(value));
+    }
+    EXPECT_EQ(AssetTypeWord(static_cast<AssetType>(21)), "unknown");
+    EXPECT_EQ(AssetTypeFromWord("Mesh"), AssetType::Unknown);
+    EXPECT_EQ(AssetTypeFromWord(""), AssetType::Unknown);
+}
+
+TEST(AssetTypeWords, TypesSourcesByTheirExtensionInLowerCase) {
+    EXPECT_EQ(AssetTypeOfPath("a/Rock.PNG"), AssetType::Texture);
+    EXPECT_EQ(AssetTypeOfPath("Rock.obj"), AssetType::Mesh);
+    EXPECT_EQ(AssetTypeOfPath("Tree.fbx"), AssetType::Scene);
+    EXPECT_EQ(AssetTypeOfPath("Level.bscene"), AssetType::Scene);
+    EXPECT_EQ(AssetTypeOfPath("Fx.bmatfunc"), AssetType::Material);
+    EXPECT_EQ(AssetTypeOfPath("Wind.FLAC"), AssetType::Audio);
+    EXPECT_EQ(AssetTypeOfPath("Island.bworld"), AssetType::World);
+    EXPECT_EQ(AssetTypeOfPath("Keys.binput"), AssetType::InputMap);
+    EXPECT_EQ(AssetTypeOfPath("Island.bworld.cells/c_0_0.bcell"), AssetType::Unknown);
+    EXPECT_EQ(AssetTypeOfPath("Rock.png.bmeta"), AssetType::Unknown);
+    EXPECT_EQ(AssetTypeOfPath("Notes.txt"), AssetType::Unknown);
+    EXPECT_EQ(AssetTypeOfPath("README"), AssetType::Unknown);
+    EXPECT_EQ(AssetTypeOfExtension(".averyveryverylongextension"), AssetType::Unknown);
+}
+
+TEST(AssetHandle, GivesAGuidTheSameHandleForTheLifeOfTheProcess) {
+    const Guid first = Guid::New();
+    const Guid second = Guid::New();
+    const AssetHandle a = HandleForGuid(first);
+    const AssetHandle b = HandleForGuid(second);
+    EXPECT_GT(a, 0x100000000ull);
+    EXPECT_EQ(b, a + 1);
+    EXPECT_EQ(HandleForGuid(first), a);
+    EXPECT_EQ(HandleForGuid(second), b);
+}
+
+} // namespace
+} // namespace Brelk::Assets

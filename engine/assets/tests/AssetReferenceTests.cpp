@@ -1,0 +1,129 @@
+#include "engine/assets/AssetReference.h"
+
+#include "engine/assets/AssetRegistry.h"
+#include "engine/assets/tests/AssetTestSupport.h"
+
+#include <gtest/gtest.h>
+
+namespace Brelk::Assets {
+namespace {
+
+namespace fs = std::filesystem;
+using Core::Guid;
+using Testing::TempFolder;
+using Testing::WriteText;
+
+class AssetReferenceTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        WriteText(Content("Art/Rock.png"), "png");
+        WriteText(Content("Models/Tree.fbx"), "fbx");
+        registry_.SetContentRoot(root_ / "Content", AssetSourceMode::Authoring);
+        cube_ = registry_.RegisterBuiltin(AssetType::Mesh, "Builtin/Cube");
+        rock_ = registry_.HandleOfPath(Content("Art/Rock.png"));
+        me_ = registry_.RegisterSubAsset(AssetType::Mesh, Content("Models/Tree.fbx"), Content("Models/Tree/2_Trunk.bmesh"),
+                                         "Me", "Trunk");
+        meMaterial_ = registry_.RegisterSubAsset(AssetType::Material, Content("Models/Tree.fbx"), {}, "Me", "Bark");
+    }
+
+    fs::path Content(std::string_view relative) const { return root_ / "Content" / relative; }
+
+    TempFolder root_;
+    AssetRegistry registry_;
+    AssetHandle cube_ = 0;
+    AssetHandle rock_ = 0;
+    AssetHandle me_ = 0;
+    AssetHandle meMaterial_ = 0;
+};
+
+TEST_F(AssetReferenceTest, WritesBuiltinsByNameAndFilesByGuid) {
+    EXPECT_EQ(AssetReferenceOf(registry_, cube_), "builtin:Builtin/Cube");
+    EXPECT_EQ(AssetReferenceOf(registry_, rock_),
+              "guid:" + Guid::FromName("brelk-asset:content:Art/Rock.png").ToString());
+    EXPECT_EQ(AssetReferenceOf(registry_, 0), "");
+    EXPECT_EQ(AssetReferenceOf(registry_, 12345), "");
+}
+
+TEST_F(AssetReferenceTest, ResolvesEveryWrittenReferenceBackToItsHandle) {
+    for (const AssetHandle handle : {cube_, rock_, me_, meMaterial_}) {
+        EXPECT_EQ(ResolveAssetReference(registry_, AssetReferenceOf(registry_, handle), AssetType::Unknown), handle);
+    }
+}
+
+TEST_F(AssetReferenceTest, ResolvesGuidBuiltinContentAndPathReferences) {
+    const std::string rockGuid = Guid::FromName("brelk-asset:content:Art/Rock.png").ToString();
+    EXPECT_EQ(ResolveAssetReference(registry_, "guid:" + rockGuid, AssetType::Texture), rock_);
+    EXPECT_EQ(ResolveAssetReference(registry_, "builtin:Builtin/Cube", AssetType::Mesh), cube_);
+    EXPECT_EQ(ResolveAssetReference(registry_, "content:Art/Rock.png", AssetType::Texture), rock_);
+    EXPECT_EQ(ResolveAssetReference(registry_, "path:" + Content("Art/Rock.png").generic_string(), AssetType::Texture),
+              rock_);
+    EXPECT_EQ(ResolveAssetReference(registry_, "content:Art/../Art/Rock.png", AssetType::Texture), rock_);
+}
+
+TEST_F(AssetReferenceTest, GivesZeroForEmptyBadAndUnknownReferences) {
+    EXPECT_EQ(ResolveAssetReference(registry_, "", AssetType::Unknown), 0u);
+    EXPECT_EQ(ResolveAssetReference(registry_, "guid:nope", AssetType::Unknown), 0u);
+    EXPECT_EQ(ResolveAssetReference(registry_, "guid:00000000-0000-0000-0000-000000000000", AssetType::Unknown), 0u);
+    EXPECT_EQ(ResolveAssetReference(registry_, "guid:" + Guid::New().ToString(), AssetType::Unknown), 0u);
+    EXPECT_EQ(ResolveAssetReference(registry_, "builtin:Builtin/Nothing", AssetType::Unknown), 0u);
+    EXPECT_EQ(ResolveAssetReference(registry_, "content:Art/Missing.png", AssetType::Unknown), 0u);
+    EXPECT_EQ(ResolveAssetReference(registry_, "Art/Rock.png", AssetType::Unknown), 0u);
+}
+
+TEST_F(AssetReferenceTest, ResolvesDerivedReferencesBySubkeyInHexAndExpectedType) {
+    EXPECT_EQ(ResolveAssetReference(registry_, "derived:content:Models/Tree.fbx|subkey:4d65", AssetType::Mesh), me_);
+    EXPECT_EQ(ResolveAssetReference(registry_, "derived:content:Models/Tree.fbx|subkey:4D65", AssetType::Material),
+              meMaterial_);
+    EXPECT_EQ(ResolveAssetReference(registry_, "derived:content:Models/Tree.fbx|subkey:4d6", AssetType::Mesh), 0u);
+    EXPECT_EQ(ResolveAssetReference(registry_, "derived:content:Models/Tree.fbx|subkey:4g65", AssetType::Mesh), 0u);
+    EXPECT_EQ(ResolveAssetReference(registry_, "derived:content:Models/Tree.fbx|subkey:4d65", AssetType::Clip), 0u);
+    EXPECT_EQ(ResolveAssetReference(registry_, "derived:content:Models/Tree.fbx", AssetType::Mesh), 0u);
+    EXPECT_EQ(ResolveAssetReference(registry_, "derived:content:Models/Bush.fbx|subkey:4d65", AssetType::Mesh), 0u);
+}
+
+TEST_F(AssetReferenceTest, ResolvesDerivedReferencesByTargetPathAlsoWithoutItsNumberPrefix) {
+    EXPECT_EQ(ResolveAssetReference(registry_, "derived:content:Models/Tree.fbx|content:Models/Tree/2_Trunk.bmesh",
+                                    AssetType::Mesh),
+              me_);
+    EXPECT_EQ(ResolveAssetReference(registry_, "derived:content:Models/Tree.fbx|content:Models/Tree/5_Trunk.bmesh",
+                                    AssetType::Mesh),
+              me_);
+    EXPECT_EQ(ResolveAssetReference(registry_, "derived:content:Models/Tree.fbx|content:Models/Tree/Leaf.bmesh",
+                                    AssetType::Mesh),
+              0u);
+}
+
+TEST_F(AssetReferenceTest, ResolvesPathReferencesAgainstTheContentFolder) {
+    EXPECT_EQ(ResolveReferencePath(registry_, "content:Art/Rock.png").path, Content("Art/Rock.png"));
+    EXPECT_EQ(ResolveReferencePath(registry_, "content:Art/New.png").path, Content("Art/New.png"));
+    EXPECT_EQ(ResolveReferencePath(registry_, "path:/somewhere/else.png").path, fs::path("/somewhere/else.png"));
+    EXPECT_FALSE(ResolveReferencePath(registry_, "content:Art/Rock.png").narrowEncoded);
+    EXPECT_TRUE(ResolveReferencePath(registry_, "guid:" + Guid::New().ToString()).path.empty());
+    EXPECT_TRUE(ResolveReferencePath(registry_, "Art/Rock.png").path.empty());
+}
+
+TEST(AssetReferenceText, ScansReferencesInTheOrderTheyStand) {
+    const std::string guid = "01234567-89ab-cdef-8123-456789abcdef";
+    const std::string text = "albedo \"content:Art/Rock.png\"\nnormal guid:" + guid +
+                             "tail\nmesh derived:content:Tree.fbx|subkey:4d65\r\nend content:last";
+    EXPECT_EQ(ScanAssetReferences(text),
+              (std::vector<std::string>{"content:Art/Rock.png", "guid:" + guid, "derived:content:Tree.fbx|subkey:4d65",
+                                        "content:last"}));
+    EXPECT_EQ(ScanAssetReferences("x guid:0123"), std::vector<std::string>{"guid:0123"});
+    EXPECT_TRUE(ScanAssetReferences("nothing here").empty());
+    EXPECT_EQ(ScanAssetReferences(std::string("content:a\0content:b", 19)),
+              (std::vector<std::string>{"content:a", "content:b"}));
+}
+
+TEST(AssetReferenceText, WritesAndParsesGuidReferences) {
+    const Guid guid = *Guid::Parse("0123456789abcdef8123456789abcdef");
+    EXPECT_EQ(GuidReferenceOf(guid), "guid:01234567-89ab-cdef-8123-456789abcdef");
+    EXPECT_EQ(ParseGuidReference("guid:01234567-89ab-cdef-8123-456789abcdef"), guid);
+    EXPECT_FALSE(ParseGuidReference("01234567-89ab-cdef-8123-456789abcdef"));
+    EXPECT_FALSE(ParseGuidReference("guid:00000000-0000-0000-0000-000000000000"));
+    EXPECT_FALSE(ParseGuidReference("guid:01234567-89ab-cdef-8123-456789abcdeX"));
+    EXPECT_FALSE(ParseGuidReference("builtin:Builtin/Cube"));
+}
+
+} // namespace
+} // namespace Brelk::Assets

@@ -1,0 +1,88 @@
+#include "engine/assets/ByteStream.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace Brelk::Assets {
+namespace {
+
+template <class Fn>
+std::string ThrownMessage(Fn&& fn) {
+    try {
+        fn();
+    } catch (const std::exception& error) {
+        return error.what();
+    }
+    return "<no exception>";
+}
+
+TEST(ByteStreamTest, WritesLittleEndianByteByByte) {
+    ByteWriter writer;
+    writer.WriteU8(0x01);
+    writer.WriteU16(0x0302);
+    writer.WriteU32(0x07060504);
+    writer.WriteU64(0x0f0e0d0c0b0a0908ull);
+    writer.WriteString("hi");
+    EXPECT_EQ(writer.Bytes(), (std::vector<std::uint8_t>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 2, 0, 0,
+                                                         0, 'h', 'i'}));
+}
+
+TEST(ByteStreamTest, ReadsBackWhatWasWritten) {
+    ByteWriter writer;
+    writer.WriteU8(200);
+    writer.WriteU16(60000);
+    writer.WriteU32(4000000000u);
+    writer.WriteU64(0x123456789abcdef0ull);
+    writer.WriteF32(-0.0f);
+    writer.WriteString("text");
+    ByteReader reader(writer.Bytes());
+    EXPECT_EQ(reader.ReadU8(), 200);
+    EXPECT_EQ(reader.ReadU16(), 60000);
+    EXPECT_EQ(reader.ReadU32(), 4000000000u);
+    EXPECT_EQ(reader.ReadU64(), 0x123456789abcdef0ull);
+    EXPECT_TRUE(std::signbit(reader.ReadF32()));
+    EXPECT_EQ(reader.ReadString(16), "text");
+    EXPECT_TRUE(reader.AtEnd());
+}
+
+TEST(ByteStreamTest, RefusesReadsPastTheEndWithoutMoving) {
+    const std::vector<std::uint8_t> bytes{1, 2, 3};
+    ByteReader reader(bytes);
+    EXPECT_EQ(ThrownMessage([&] { reader.ReadU32(); }), "Cooked data ends early.");
+    EXPECT_EQ(reader.Position(), 0u);
+    EXPECT_EQ(reader.ReadU16(), 0x0201);
+    EXPECT_EQ(ThrownMessage([&] { reader.ReadU16(); }), "Cooked data ends early.");
+}
+
+TEST(ByteStreamTest, TestsAStringsLimitBeforeItsData) {
+    ByteWriter writer;
+    writer.WriteU32(10);
+    ByteReader reader(writer.Bytes());
+    EXPECT_EQ(ThrownMessage([&] { reader.ReadString(9); }), "Cooked string exceeds its limit.");
+    EXPECT_EQ(ThrownMessage([&] { reader.ReadString(10); }), "Cooked data ends early.");
+}
+
+TEST(ByteStreamTest, HoldsCountsAgainstTheirLimitAndTheData) {
+    ByteWriter writer;
+    writer.WriteU32(3);
+    writer.WriteU32(0);
+    writer.WriteU32(0);
+    ByteReader reader(writer.Bytes());
+    EXPECT_EQ(ThrownMessage([&] { reader.ReadCount(1, 2); }), "Cooked item count exceeds its limit.");
+    EXPECT_EQ(ThrownMessage([&] { reader.ReadCount(4, 10); }), "Cooked item count exceeds the data.");
+    EXPECT_EQ(reader.ReadCount(2, 10), 3u);
+}
+
+TEST(ByteStreamTest, ACountOfZeroItemBytesSkipsTheDataCheck) {
+    ByteWriter writer;
+    writer.WriteU32(1000);
+    ByteReader reader(writer.Bytes());
+    EXPECT_EQ(reader.ReadCount(0, 1000), 1000u);
+}
+
+} // namespace
+} // namespace Brelk::Assets

@@ -1,0 +1,186 @@
+#include "engine/platform/Files.h"
+
+#include "engine/platform/tests/ScratchFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Brelk::Platform {
+namespace {
+
+using Testing::CountEntries;
+using Testing::ReadText;
+using Testing::ScratchFolder;
+using Testing::WriteText;
+using ::testing::MatchesRegex;
+using ::testing::StartsWith;
+
+// Keeps writes to any file below a small size for as long as it lives, which makes a write
+// fail even for a privileged user.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes) {
+        getrlimit(RLIMIT_FSIZE, &saved_);
+        previousHandler_ = std::signal(SIGXFSZ, SIG_IGN);
+        rlimit limit = saved_;
+        limit.rlim_cur = bytes;
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FileSizeLimit() {
+        setrlimit(RLIMIT_FSIZE, &saved_);
+        std::signal(SIGXFSZ, previousHandler_);
+    }
+
+private:
+    rlimit saved_{};
+    void (*previousHandler_)(int) = nullptr;
+};
+
+TEST(WriteFileAtomic, WritesExactlyTheBytesGiven) {
+    ScratchFolder folder;
+    const std::string bytes("line\r\nnul\0end", 13);
+    std::string error;
+    ASSERT_TRUE(WriteFileAtomic(folder / "a.bin", bytes, &error)) << error;
+    EXPECT_EQ(ReadText(folder / "a.bin"), bytes);
+    EXPECT_EQ(CountEntries(folder.Path()), 1u);
+}
+
+TEST(WriteFileAtomic, CreatesMissingParentFolders) {
+    ScratchFolder folder;
+    const std::filesystem::path target = folder / "one/two/three.txt";
+    ASSERT_TRUE(WriteFileAtomic(target, std::string_view("x"), nullptr));
+    EXPECT_EQ(ReadText(target), "x");
+}
+
+TEST(WriteFileAtomic, ReplacesAnExistingFileWithoutLeavingATemporary) {
+    ScratchFolder folder;
+    WriteText(folder / "a.txt", "old content that is longer");
+    ASSERT_TRUE(WriteFileAtomic(folder / "a.txt", std::string_view("new"), nullptr));
+    EXPECT_EQ(ReadText(folder / "a.txt"), "new");
+    EXPECT_EQ(CountEntries(folder.Path()), 1u);
+}
+
+TEST(WriteFileAtomic, WritesAnEmptyFile) {
+    ScratchFolder folder;
+    WriteText(folder / "a.txt", "old");
+    ASSERT_TRUE(WriteFileAtomic(folder / "a.txt", std::span<const std::uint8_t>(), nullptr));
+    EXPECT_EQ(std::filesystem::file_size(folder / "a.txt"), 0u);
+}
+
+TEST(WriteFileAtomic, FailedReplaceLeavesTheTargetAndRemovesTheTemporary) {
+    ScratchFolder folder;
+    const std::filesystem::path target = folder / "target";
+    std::filesystem::create_directory(target);
+    WriteText(target / "inside.txt", "kept");
+    std::string error;
+    EXPECT_FALSE(WriteFileAtomic(target, std::string_view("new"), &error));
+    EXPECT_EQ(error, "Failed to replace " + target.string() + ": Failed to replace file: Is a directory");
+    EXPECT_EQ(ReadText(target / "inside.txt"), "kept");
+    EXPECT_EQ(CountEntries(folder.Path()), 1u);
+}
+
+TEST(WriteFileAtomic, FailedWriteLeavesTheOldFileWholeAndRemovesTheTemporary) {
+    ScratchFolder folder;
+    const std::filesystem::path target = folder / "a.txt";
+    WriteText(target, "old");
+    const std::string big(4096, 'n');
+    std::string error;
+    bool written = true;
+    {
+        FileSizeLimit limit(16);
+        written = WriteFileAtomic(target, big, &error);
+    }
+    EXPECT_FALSE(written);
+    EXPECT_EQ(error, "Failed to write " + target.string());
+    EXPECT_EQ(ReadText(target), "old");
+    EXPECT_EQ(CountEntries(folder.Path()), 1u);
+}
+
+TEST(WriteFileAtomic, NamesTheTemporaryAfterTheTargetWhenItCannotBeOpened) {
+    ScratchFolder folder;
+    // The target's own name fits the file system; with the temporary suffix it no longer does.
+    const std::filesystem::path target = folder / std::string(240, 'n');
+    WriteText(target, "old");
+    std::string error;
+    EXPECT_FALSE(WriteFileAtomic(target, std::string_view("new"), &error));
+    EXPECT_THAT(error, MatchesRegex("Failed to open .*/n{240}\\.cook-[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-"
+                                    "[0-9a-f]{4}-[0-9a-f]{12}\\.tmp for writing\\."));
+    EXPECT_THAT(error, StartsWith("Failed to open " + target.string() + ".cook-"));
+    EXPECT_EQ(ReadText(target), "old");
+}
+
+TEST(WriteFileAtomic, ReportsAParentThatCannotBeCreated) {
+    ScratchFolder folder;
+    WriteText(folder / "file", "a regular file");
+    const std::filesystem::path target = folder / "file/sub/a.txt";
+    std::string error;
+    EXPECT_FALSE(WriteFileAtomic(target, std::string_view("x"), &error));
+    EXPECT_THAT(error, StartsWith("Failed to create " + (folder / "file/sub").string() + ": "));
+    EXPECT_GT(error.size(), ("Failed to create " + (folder / "file/sub").string() + ": ").size());
+    EXPECT_EQ(ReadText(folder / "file"), "a regular file");
+}
+
+TEST(WriteFileAtomic, AcceptsANullErrorOnFailure) {
+    ScratchFolder folder;
+    std::filesystem::create_directory(folder / "dir");
+    EXPECT_FALSE(WriteFileAtomic(folder / "dir", std::string_view("x"), nullptr));
+}
+
+TEST(ReadFileBytes, ReadsTheWholeFile) {
+    ScratchFolder folder;
+    const std::string bytes("\0\1\2\xff", 4);
+    WriteText(folder / "a.bin", bytes);
+    const auto read = ReadFileBytes(folder / "a.bin");
+    ASSERT_TRUE(read.has_value());
+    EXPECT_EQ(std::string(read->begin(), read->end()), bytes);
+}
+
+TEST(ReadFileBytes, ReadsAnEmptyFileAsNoBytes) {
+    ScratchFolder folder;
+    WriteText(folder / "empty", "");
+    const auto read = ReadFileBytes(folder / "empty");
+    ASSERT_TRUE(read.has_value());
+    EXPECT_TRUE(read->empty());
+}
+
+TEST(ReadFileBytes, ReportsAMissingFile) {
+    ScratchFolder folder;
+    std::string error;
+    EXPECT_FALSE(ReadFileBytes(folder / "missing.txt", &error).has_value());
+    EXPECT_EQ(error, "Failed to open " + (folder / "missing.txt").string());
+}
+
+TEST(ReadFileBytes, ReportsAFolderAsUnopenable) {
+    ScratchFolder folder;
+    std::string error;
+    EXPECT_FALSE(ReadFileBytes(folder.Path(), &error).has_value());
+    EXPECT_EQ(error, "Failed to open " + folder.Path().string());
+}
+
+TEST(ReadFileBytes, ReportsAnUnsizeableFile) {
+    // A pipe has no end to seek to.
+    std::string error;
+    ScratchFolder folder;
+    const std::filesystem::path fifo = folder / "fifo";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    // Opening a pipe for reading waits for a writer; keep one open so the read side opens.
+    const int writer = ::open(fifo.c_str(), O_RDWR | O_NONBLOCK);
+    ASSERT_GE(writer, 0);
+    EXPECT_FALSE(ReadFileBytes(fifo, &error).has_value());
+    ::close(writer);
+    EXPECT_EQ(error, "Failed to size " + fifo.string());
+}
+
+TEST(PathToUtf8, KeepsTheTextAndItsSeparatorsAsTheyStand) {
+    EXPECT_EQ(PathToUtf8(std::filesystem::path("dir//sub/\xc3\xa9t\xc3\xa9.txt")), "dir//sub/\xc3\xa9t\xc3\xa9.txt");
+    EXPECT_EQ(PathToUtf8(std::filesystem::path()), "");
+}
+
+} // namespace
+} // namespace Brelk::Platform

@@ -1,0 +1,538 @@
+#include "engine/reflection/SchemaCodec.h"
+#include "engine/reflection/SchemaRecordText.h"
+#include "engine/scene/ComponentLoad.h"
+#include "engine/scene/ComponentRegistry.h"
+#include "engine/scene/InstallComponents.h"
+#include "engine/scene/Registry.h"
+#include "engine/scene/components/ClothComponent.h"
+#include "engine/scene/components/ClothRecords.h"
+#include "engine/scene/components/TerrainComponent.h"
+#include "engine/scene/components/TerrainRecords.h"
+#include "engine/scene/components/tests/CatalogueTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace Brelk::Scene {
+namespace {
+
+using Reflection::SchemaRecord;
+using Testing::InstalledReflection;
+using Testing::TestCodec;
+
+constexpr std::uint64_t kUnknownSize = ~std::uint64_t{0};
+constexpr std::uint64_t kByteLimit = 0x20000000;
+constexpr const char* kChunkRule =
+    "Terrain sample chunk is empty, out of order, overlapping, or exceeds its declared count.";
+
+std::vector<float> Ramp(std::size_t count, float start = 0.0f) {
+    std::vector<float> values(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        values[i] = start + static_cast<float>(i) * 0.25f;
+    }
+    return values;
+}
+
+std::vector<SchemaRecord> WriteSeries(const TerrainComponent& terrain) {
+    InstallComponents();
+    std::vector<SchemaRecord> out;
+    WriteTerrainRecords(terrain, out, TestCodec());
+    return out;
+}
+
+std::uint64_t TextBytes(const SchemaRecord& record) {
+    return Reflection::FormatSchemaRecord(record).size();
+}
+
+void Read(TerrainComponent& terrain, TerrainRecordParts& parts, const SchemaRecord& record) {
+    ReadTerrainRecord(terrain, parts, record, TextBytes(record), TestCodec());
+}
+
+TerrainComponent ReadSeries(const std::vector<SchemaRecord>& records) {
+    TerrainComponent terrain;
+    TerrainRecordParts parts;
+    for (const SchemaRecord& record : records) {
+        Read(terrain, parts, record);
+    }
+    FinishTerrainRecords(terrain, parts);
+    return terrain;
+}
+
+SchemaRecord CountsRecord(std::uint64_t heights, std::uint64_t layerWeights) {
+    TerrainSampleCounts counts;
+    counts.heights = heights;
+    counts.layerWeights = layerWeights;
+    return Reflection::EncodeObject(Reflection::MakeConstView(counts), InstalledReflection(), TestCodec());
+}
+
+SchemaRecord ChunkRecord(TerrainSampleKind kind, std::uint64_t offset, std::size_t count) {
+    TerrainSampleChunk chunk;
+    chunk.kind = kind;
+    chunk.offset = offset;
+    chunk.values = Ramp(count);
+    return Reflection::EncodeObject(Reflection::MakeConstView(chunk), InstalledReflection(), TestCodec());
+}
+
+TerrainSampleChunk DecodeChunk(const SchemaRecord& record) {
+    TerrainSampleChunk chunk;
+    Reflection::DecodeObject(record, Reflection::MakeView(chunk), InstalledReflection(), TestCodec());
+    return chunk;
+}
+
+template <class F>
+std::string MessageOf(F&& action) {
+    try {
+        action();
+    } catch (const std::exception& error) {
+        return error.what();
+    }
+    return "no exception";
+}
+
+// ---- Writing --------------------------------------------------------------------------
+
+TEST(TerrainRecordsTests, EmptyArraysWriteTheMainRecordAndAZeroDeclarationOnly) {
+    const std::vector<SchemaRecord> records = WriteSeries(TerrainComponent{});
+    ASSERT_EQ(records.size(), 2u);
+    EXPECT_EQ(records[0].name, "TerrainComponent");
+    EXPECT_EQ(Reflection::FormatSchemaRecord(records[1]),
+              "component_schema \"TerrainSampleCounts\" 1 2\n"
+              "property \"heights\" \"0\"\n"
+              "property \"layerWeights\" \"0\"\n"
+              "end_component_schema\n");
+    EXPECT_EQ(ReadSeries(records), TerrainComponent{});
+}
+
+TEST(TerrainRecordsTests, AFullRecordArrayOfHeightsMakesExactlyOneChunk) {
+    TerrainComponent terrain;
+    terrain.heights = Ramp(1024);
+    const std::vector<SchemaRecord> records = WriteSeries(terrain);
+    ASSERT_EQ(records.size(), 3u);
+    const TerrainSampleChunk chunk = DecodeChunk(records[2]);
+    EXPECT_EQ(chunk.kind, TerrainSampleKind::Heights);
+    EXPECT_EQ(chunk.offset, 0u);
+    EXPECT_EQ(chunk.values, terrain.heights);
+}
+
+TEST(TerrainRecordsTests, OneHeightOverAFullChunkStartsASecondChunkOfOne) {
+    TerrainComponent terrain;
+    terrain.heights = Ramp(1025);
+    const std::vector<SchemaRecord> records = WriteSeries(terrain);
+    ASSERT_EQ(records.size(), 4u);
+    EXPECT_EQ(DecodeChunk(records[2]).values.size(), 1024u);
+    const TerrainSampleChunk last = DecodeChunk(records[3]);
+    EXPECT_EQ(last.offset, 1024u);
+    EXPECT_EQ(last.values, std::vector<float>{terrain.heights.back()});
+}
+
+TEST(TerrainRecordsTests, AGeneratedCellTerrainSplitsIntoItsCountsAndFourChunks) {
+    TerrainComponent terrain;
+    terrain.resolutionX = 33;
+    terrain.resolutionZ = 33;
+    terrain.heights = Ramp(1089);
+    terrain.layerWeights = std::vector<float>(1089, 1.0f);
+    const std::vector<SchemaRecord> records = WriteSeries(terrain);
+    ASSERT_EQ(records.size(), 6u);
+    EXPECT_EQ(records[0].name, "TerrainComponent");
+    EXPECT_EQ(Reflection::FormatSchemaRecord(records[1]),
+              "component_schema \"TerrainSampleCounts\" 1 2\n"
+              "property \"heights\" \"1089\"\n"
+              "property \"layerWeights\" \"1089\"\n"
+              "end_component_schema\n");
+    const struct {
+        TerrainSampleKind kind;
+        std::uint64_t offset;
+        std::size_t size;
+    } expected[] = {{TerrainSampleKind::Heights, 0, 1024},
+                    {TerrainSampleKind::Heights, 1024, 65},
+                    {TerrainSampleKind::LayerWeights, 0, 1024},
+                    {TerrainSampleKind::LayerWeights, 1024, 65}};
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(records[2 + i].name, "TerrainSampleChunk");
+        const TerrainSampleChunk chunk = DecodeChunk(records[2 + i]);
+        EXPECT_EQ(chunk.kind, expected[i].kind) << i;
+        EXPECT_EQ(chunk.offset, expected[i].offset) << i;
+        EXPECT_EQ(chunk.values.size(), expected[i].size) << i;
+    }
+}
+
+TEST(TerrainRecordsTests, AChunkStoresItsKindOffsetAndValuesAsText) {
+    TerrainComponent terrain;
+    terrain.layerWeights = {0.5f, 1.0f};
+    const std::vector<SchemaRecord> records = WriteSeries(terrain);
+    ASSERT_EQ(records.size(), 3u);
+    EXPECT_EQ(Reflection::FormatSchemaRecord(records[2]),
+              "component_schema \"TerrainSampleChunk\" 1 3\n"
+              "property \"kind\" \"LayerWeights\"\n"
+              "property \"offset\" \"0\"\n"
+              "array_property \"values\" 2\n"
+              "value \"0.5\"\n"
+              "value \"1\"\n"
+              "end_array\n"
+              "end_component_schema\n");
+}
+
+TEST(TerrainRecordsTests, ASavedTerrainReadsBackIdentically) {
+    TerrainComponent terrain;
+    terrain.width = 96.0f;
+    terrain.length = 48.5f;
+    terrain.heightScale = 12.0f;
+    terrain.material = 7;
+    terrain.brushMode = TerrainBrushMode::Flatten;
+    terrain.resolutionX = 129;
+    terrain.resolutionZ = 129;
+    terrain.surfaceLayer = GameplayLayer::Water;
+    terrain.activeLayer = 1;
+    terrain.layers.resize(2);
+    terrain.layers[0].name = "Ground";
+    terrain.layers[1].albedoTexture = 3;
+    terrain.layers[1].tint = {0.25f, 0.5f, 0.75f, 1.0f};
+    terrain.heights = Ramp(129 * 129, -3.0f);
+    terrain.layerWeights = Ramp(129 * 129 * 2, 1.0f);
+    terrain.heights[5] = -0.0f;
+    terrain.heights[6] = 0.1f;
+
+    const TerrainComponent loaded = ReadSeries(WriteSeries(terrain));
+    EXPECT_EQ(loaded, terrain);
+    EXPECT_TRUE(std::signbit(loaded.heights[5]));
+}
+
+TEST(TerrainRecordsTests, WritingRefusesArraysOverTheSampleLimitBeforeEmittingAnything) {
+    InstallComponents();
+    TerrainComponent terrain;
+    terrain.heights.resize(0x1000000);
+    terrain.layerWeights.resize(1);
+    std::vector<SchemaRecord> out;
+    EXPECT_EQ(MessageOf([&] { WriteTerrainRecords(terrain, out, TestCodec()); }),
+              "Terrain exceeds its total sample limit.");
+    EXPECT_TRUE(out.empty());
+}
+
+// ---- Reading --------------------------------------------------------------------------
+
+TEST(TerrainRecordsTests, HeightAndWeightChunksMayInterleave) {
+    TerrainComponent terrain;
+    TerrainRecordParts parts;
+    Read(terrain, parts, CountsRecord(1030, 1030));
+    Read(terrain, parts, ChunkRecord(TerrainSampleKind::LayerWeights, 0, 1024));
+    Read(terrain, parts, ChunkRecord(TerrainSampleKind::Heights, 0, 1024));
+    Read(terrain, parts, ChunkRecord(TerrainSampleKind::Heights, 1024, 6));
+    Read(terrain, parts, ChunkRecord(TerrainSampleKind::LayerWeights, 1024, 6));
+    FinishTerrainRecords(terrain, parts);
+    EXPECT_EQ(terrain.heights.size(), 1030u);
+    EXPECT_EQ(terrain.layerWeights.size(), 1030u);
+}
+
+TEST(TerrainRecordsTests, TheMainRecordDecodesOverTheComponentAndLeavesSamplesAlone) {
+    TerrainComponent saved;
+    saved.width = 10.0f;
+    const std::vector<SchemaRecord> records = WriteSeries(saved);
+    TerrainComponent terrain;
+    terrain.heights = {4.0f};
+    TerrainRecordParts parts;
+    Read(terrain, parts, records[0]);
+    EXPECT_EQ(terrain.width, 10.0f);
+    EXPECT_EQ(terrain.heights, std::vector<float>{4.0f});
+    EXPECT_EQ(parts.encodedBytes, TextBytes(records[0]));
+}
+
+TEST(TerrainRecordsTests, ACountOfExactlyTheSampleLimitIsAccepted) {
+    TerrainComponent terrain;
+    TerrainRecordParts parts;
+    Read(terrain, parts, CountsRecord(0x1000000, 0));
+    EXPECT_TRUE(parts.hasCounts);
+    EXPECT_EQ(parts.heightCount, 0x1000000u);
+    EXPECT_TRUE(terrain.heights.empty());
+}
+
+TEST(TerrainRecordsTests, CountsOverTheSampleLimitFailAtTheDeclaration) {
+    const std::pair<std::uint64_t, std::uint64_t> cases[] = {
+        {0x1000000, 1}, {0, 0x1000001}, {0x8000000000000000u, 0x8000000000000000u}, {~std::uint64_t{0}, 1}};
+    for (const auto& [heights, weights] : cases) {
+        TerrainComponent terrain;
+        TerrainRecordParts parts;
+        EXPECT_EQ(MessageOf([&] { Read(terrain, parts, CountsRecord(heights, weights)); }),
+                  "Terrain exceeds its total sample limit.")
+            << heights << " " << weights;
+    }
+}
+
+TEST(TerrainRecordsTests, ARecordOfExactlyTheRemainingByteBudgetPasses) {
+    TerrainComponent terrain;
+    TerrainRecordParts parts;
+    parts.encodedBytes = kByteLimit - 100;
+    ReadTerrainRecord(terrain, parts, CountsRecord(0, 0), 100, TestCodec());
+    EXPECT_EQ(parts.encodedBytes, kByteLimit);
+}
+
+TEST(TerrainRecordsTests, ARecordOneByteOverTheRemainingBudgetFails) {
+    TerrainComponent terrain;
+    TerrainRecordParts parts;
+    parts.encodedBytes = kByteLimit - 100;
+    EXPECT_EQ(MessageOf([&] { ReadTerrainRecord(terrain, parts, CountsRecord(0, 0), 101, TestCodec()); }),
+              "Terrain exceeds its total encoded byte limit.");
+    EXPECT_FALSE(parts.hasCounts);
+}
+
+TEST(TerrainRecordsTests, ARecordWithoutASourceSizeIsRefusedAtOnce) {
+    const std::vector<SchemaRecord> records = WriteSeries(TerrainComponent{});
+    TerrainComponent terrain;
+    TerrainRecordParts parts;
+    EXPECT_EQ(MessageOf([&] { ReadTerrainRecord(terrain, parts, records[0], kUnknownSize, TestCodec()); }),
+              "Truncated terrain record.");
+    EXPECT_EQ(parts.encodedBytes, 0u);
+}
+
+TEST(TerrainRecordsTests, AChunkBeforeTheDeclarationIsRefused) {
+    TerrainComponent terrain;
+    TerrainRecordParts parts;
+    EXPECT_EQ(MessageOf([&] { Read(terrain, parts, ChunkRecord(TerrainSampleKind::Heights, 0, 4)); }),
+              "Terrain chunks require sample counts first.");
+}
+
+TEST(TerrainRecordsTests, AChunkOfAnUnknownKindIsRefused) {
+    TerrainComponent terrain;
+    TerrainRecordParts parts;
+    parts.hasCounts = true;
+    parts.heightCount = 4;
+    parts.layerWeightCount = 4;
+    TerrainSampleChunk chunk;
+    chunk.kind = static_cast<TerrainSampleKind>(2);
+    chunk.values = Ramp(4);
+    EXPECT_EQ(MessageOf([&] { AppendTerrainChunk(terrain, parts, chunk); }), "Unknown terrain sample kind.");
+}
+
+TEST(TerrainRecordsTests, AChunkKindGivenByItsDisplayNameFailsToDecode) {
+    SchemaRecord record = ChunkRecord(TerrainSampleKind::LayerWeights, 0, 4);
+    record.fields[0].value = std::string("Layer Weights");
+    TerrainComponent terrain;
+    TerrainRecordParts parts;
+    Read(terrain, parts, CountsRecord(4, 4));
+    EXPECT_EQ(MessageOf([&] { Read(terrain, parts, record); }),
+              "TerrainSampleChunk.kind: Unknown enum name or rejected accessor: Layer Weights");
+}
+
+struct ChunkCase {
+    const char* name;
+    std::uint64_t declared;
+    // Chunks read after the declaration; the last one is the one refused.
+    std::vector<std::pair<std::uint64_t, std::size_t>> chunks;
+};
+
+class TerrainChunkRuleTest : public ::testing::TestWithParam<ChunkCase> {};
+
+TEST_P(TerrainChunkRuleTest, IsRefusedWithTheChunkMessage) {
+    const ChunkCase& c = GetParam();
+    TerrainComponent terrain;
+    TerrainRecordParts parts;
+    Read(terrain, parts, CountsRecord(c.declared, 0));
+    for (std::size_t i = 0; i + 1 < c.chunks.size(); ++i) {
+        Read(terrain, parts, ChunkRecord(TerrainSampleKind::Heights, c.chunks[i].first, c.chunks[i].second));
+    }
+    const std::size_t heightsBefore = terrain.heights.size();
+    TerrainSampleChunk last;
+    last.offset = c.chunks.back().first;
+    last.values = Ramp(c.chunks.back().second);
+    EXPECT_EQ(MessageOf([&] { AppendTerrainChunk(terrain, parts, last); }), kChunkRule);
+    EXPECT_EQ(terrain.heights.size(), heightsBefore);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Broken, TerrainChunkRuleTest,
+    ::testing::Values(ChunkCase{"EmptyWithADeclaredCountOfZero", 0, {{0, 0}}},
+                      ChunkCase{"Empty", 8, {{0, 0}}},
+                      ChunkCase{"OverARecordArray", 2048, {{0, 1025}}},
+                      ChunkCase{"Gap", 8, {{0, 2}, {3, 2}}},
+                      ChunkCase{"Overlap", 8, {{0, 4}, {2, 4}}},
+                      ChunkCase{"RepeatedOffset", 8, {{0, 4}, {0, 4}}},
+                      ChunkCase{"FirstChunkNotAtZero", 8, {{1, 2}}},
+                      ChunkCase{"PastTheDeclaredCount", 8, {{0, 4}, {4, 5}}},
+                      ChunkCase{"BeyondAnEmptyDeclaration", 0, {{0, 1}}}),
+    [](const ::testing::TestParamInfo<ChunkCase>& info) { return std::string(info.param.name); });
+
+TEST(TerrainRecordsTests, AChunkRecordOfMoreThanARecordArrayIsRefused) {
+    TerrainComponent terrain;
+    TerrainRecordParts parts;
+    Read(terrain, parts, CountsRecord(2048, 0));
+    SchemaRecord record = ChunkRecord(TerrainSampleKind::Heights, 0, 1024);
+    std::get<Reflection::SchemaArray>(record.fields[2].value).elements.emplace_back(std::string("1"));
+    EXPECT_EQ(MessageOf([&] { ReadTerrainRecord(terrain, parts, record, 20000, TestCodec()); }),
+              "TerrainSampleChunk.values: Expected a bounded collection.");
+    EXPECT_TRUE(terrain.heights.empty());
+}
+
+TEST(TerrainRecordsTests, AMissingLastChunkLeavesTheSamplesIncomplete) {
+    TerrainComponent terrain;
+    terrain.heights = Ramp(1025);
+    terrain.layerWeights = Ramp(3);
+    std::vector<SchemaRecord> records = WriteSeries(terrain);
+    records.erase(records.begin() + 3);
+    TerrainComponent loaded;
+    TerrainRecordParts parts;
+    for (const SchemaRecord& record : records) {
+        Read(loaded, parts, record);
+    }
+    EXPECT_EQ(MessageOf([&] { FinishTerrainRecords(loaded, parts); }), "Terrain samples are missing or incomplete.");
+}
+
+TEST(TerrainRecordsTests, MissingLayerWeightsLeaveTheSamplesIncomplete) {
+    TerrainComponent terrain;
+    TerrainRecordParts parts;
+    Read(terrain, parts, CountsRecord(2, 2));
+    Read(terrain, parts, ChunkRecord(TerrainSampleKind::Heights, 0, 2));
+    EXPECT_EQ(MessageOf([&] { FinishTerrainRecords(terrain, parts); }), "Terrain samples are missing or incomplete.");
+}
+
+TEST(TerrainRecordsTests, ATerrainWithoutADeclarationIsIncomplete) {
+    TerrainComponent terrain;
+    TerrainRecordParts parts;
+    Read(terrain, parts, WriteSeries(TerrainComponent{})[0]);
+    EXPECT_EQ(MessageOf([&] { FinishTerrainRecords(terrain, parts); }), "Terrain samples are missing or incomplete.");
+}
+
+// ---- Through the component table ------------------------------------------------------
+
+TEST(TerrainRecordsTests, ATerrainEntitySavesAndLoadsThroughTheComponentTable) {
+    InstallComponents();
+    Registry registry;
+    const Entity source = registry.CreateEntity();
+    TerrainComponent terrain;
+    terrain.heights = Ramp(2000);
+    terrain.layerWeights = Ramp(2000, 1.0f);
+    terrain.generatedMesh = 9;
+    registry.Emplace<TerrainComponent>(source, terrain);
+
+    const ComponentLoadTable table;
+    std::vector<SchemaRecord> records;
+    SaveEntityComponents(table, ComponentSaveContext{registry, source, &TestCodec()}, records);
+    ASSERT_EQ(records.size(), 6u);
+
+    const ComponentLoadContext context{&TestCodec()};
+    ComponentLoadSession session(table, context);
+    for (SchemaRecord& record : records) {
+        const std::uint64_t bytes = TextBytes(record);
+        session.ReadRecord(std::move(record), bytes);
+    }
+    session.Finish(false);
+    const Entity target = registry.CreateEntity();
+    session.Apply(registry, target);
+    const TerrainComponent& loaded = registry.Get<TerrainComponent>(target);
+    EXPECT_EQ(loaded.heights, terrain.heights);
+    EXPECT_EQ(loaded.layerWeights, terrain.layerWeights);
+    EXPECT_EQ(loaded.generatedMesh, 0u);
+}
+
+TEST(TerrainRecordsTests, AChunkBeforeItsMainRecordIsRefusedByTheTable) {
+    InstallComponents();
+    const ComponentLoadTable table;
+    const ComponentLoadContext context{&TestCodec()};
+    ComponentLoadSession session(table, context);
+    EXPECT_EQ(MessageOf([&] { session.ReadRecord(ChunkRecord(TerrainSampleKind::Heights, 0, 1), 100); }),
+              "TerrainSampleChunk requires its TerrainComponent record first.");
+}
+
+TEST(TerrainRecordsTests, ARecordBuiltInMemoryWithoutASizeIsTruncated) {
+    InstallComponents();
+    const ComponentLoadTable table;
+    const ComponentLoadContext context{&TestCodec()};
+    ComponentLoadSession session(table, context);
+    EXPECT_EQ(MessageOf([&] { session.ReadRecord(std::move(WriteSeries(TerrainComponent{})[0])); }), "Truncated terrain record.");
+}
+
+// ---- Cloth ----------------------------------------------------------------------------
+
+std::vector<SchemaRecord> WriteCloth(const Physics::ClothComponent& cloth) {
+    InstallComponents();
+    std::vector<SchemaRecord> out;
+    Physics::WriteClothRecords(cloth, out, TestCodec());
+    return out;
+}
+
+SchemaRecord PinCountRecord(std::uint64_t count) {
+    Physics::ClothPinWeightCount declaration;
+    declaration.count = count;
+    return Reflection::EncodeObject(Reflection::MakeConstView(declaration), InstalledReflection(), TestCodec());
+}
+
+SchemaRecord PinChunkRecord(std::uint64_t offset, std::size_t count) {
+    Physics::ClothPinWeightChunk chunk;
+    chunk.offset = offset;
+    chunk.values = Ramp(count);
+    return Reflection::EncodeObject(Reflection::MakeConstView(chunk), InstalledReflection(), TestCodec());
+}
+
+void ReadPin(Physics::ClothComponent& cloth, Physics::ClothRecordParts& parts, const SchemaRecord& record) {
+    Physics::ReadClothRecord(cloth, parts, record, TextBytes(record), TestCodec());
+}
+
+TEST(ClothRecordsTests, ASavedClothReadsBackIdentically) {
+    Physics::ClothComponent cloth;
+    cloth.sourceMesh = 4;
+    cloth.settings.pinMode = Physics::ClothPinMode::Painted;
+    cloth.settings.filter.layer = 3;
+    cloth.pinWeights = Ramp(2050);
+    const std::vector<SchemaRecord> records = WriteCloth(cloth);
+    ASSERT_EQ(records.size(), 5u);
+    EXPECT_EQ(Reflection::FormatSchemaRecord(records[1]),
+              "component_schema \"ClothPinWeightCount\" 1 1\n"
+              "property \"count\" \"2050\"\n"
+              "end_component_schema\n");
+    EXPECT_EQ(records[4].name, "ClothPinWeightChunk");
+
+    Physics::ClothComponent loaded;
+    Physics::ClothRecordParts parts;
+    for (const SchemaRecord& record : records) {
+        ReadPin(loaded, parts, record);
+    }
+    Physics::FinishClothRecords(loaded, parts);
+    EXPECT_EQ(loaded, cloth);
+}
+
+TEST(ClothRecordsTests, AClothWithoutPinWeightsWritesAZeroCountAndNoChunk) {
+    const std::vector<SchemaRecord> records = WriteCloth(Physics::ClothComponent{});
+    ASSERT_EQ(records.size(), 2u);
+    EXPECT_EQ(records[1].name, "ClothPinWeightCount");
+}
+
+TEST(ClothRecordsTests, EachFailureHasTheClothWording) {
+    InstallComponents();
+    {
+        Physics::ClothComponent cloth;
+        Physics::ClothRecordParts parts;
+        EXPECT_EQ(MessageOf([&] { Physics::ReadClothRecord(cloth, parts, PinCountRecord(1), kUnknownSize, TestCodec()); }),
+                  "Truncated cloth record.");
+        EXPECT_EQ(MessageOf([&] { ReadPin(cloth, parts, PinChunkRecord(0, 1)); }),
+                  "Cloth chunks require a pin-weight count first.");
+        EXPECT_EQ(MessageOf([&] { ReadPin(cloth, parts, PinCountRecord(0x1000001)); }),
+                  "Cloth exceeds its total pin-weight limit.");
+    }
+    {
+        Physics::ClothComponent cloth;
+        Physics::ClothRecordParts parts;
+        ReadPin(cloth, parts, PinCountRecord(4));
+        EXPECT_EQ(MessageOf([&] { ReadPin(cloth, parts, PinChunkRecord(1, 2)); }),
+                  "Cloth pin-weight chunk is empty, out of order, overlapping, or exceeds its declared count.");
+        ReadPin(cloth, parts, PinChunkRecord(0, 2));
+        EXPECT_EQ(MessageOf([&] { Physics::FinishClothRecords(cloth, parts); }),
+                  "Cloth pin weights are missing or incomplete.");
+        parts.encodedBytes = kByteLimit;
+        EXPECT_EQ(MessageOf([&] { Physics::ReadClothRecord(cloth, parts, PinChunkRecord(2, 2), 1, TestCodec()); }),
+                  "Cloth exceeds its total encoded byte limit.");
+    }
+    {
+        Physics::ClothComponent cloth;
+        cloth.pinWeights.resize(0x1000001);
+        std::vector<SchemaRecord> out;
+        EXPECT_EQ(MessageOf([&] { Physics::WriteClothRecords(cloth, out, TestCodec()); }),
+                  "Cloth exceeds its total pin-weight limit.");
+        EXPECT_TRUE(out.empty());
+    }
+}
+
+} // namespace
+} // namespace Brelk::Scene

@@ -1,0 +1,201 @@
+#include "engine/assets/ByteStream.h"
+#include "engine/scene/ComponentRegistry.h"
+#include "engine/scene/Scene.h"
+#include "engine/scene/SaveGameFields.h"
+
+#include <gtest/gtest.h>
+
+#include <glm/vec3.hpp>
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace Brelk::Scene {
+namespace {
+
+struct SaveGameTestComponent {
+    float speed = 1.0f;
+    bool awake = true;
+    glm::vec3 velocity{0.0f, 0.0f, 0.0f};
+    std::string state = "idle";
+    Entity target = kNullEntity;
+    std::vector<float> layerTimes;
+};
+
+const ComponentTypeEntry& SaveGameEntry() {
+    static ComponentRegistry registry;
+    static const ComponentTypeEntry& entry = [] () -> const ComponentTypeEntry& {
+        using C = SaveGameTestComponent;
+        ComponentBuilder<C> builder(
+            registry.RegisterComponent<C>("SaveGameTestComponent", "Save Game Test", "Test", ComponentFlags::Saved));
+        builder.SaveGame("speed", &C::speed)
+            .SaveGame("awake", &C::awake)
+            .SaveGame("velocity", &C::velocity)
+            .SaveGame("state", &C::state)
+            .SaveGameEntity("target", &C::target)
+            .SaveGameValue(
+                "layerTimes",
+                [](const C& component, Assets::ByteWriter& writer, const SaveGameFieldCodecContext&) {
+                    writer.WriteU32(static_cast<std::uint32_t>(component.layerTimes.size()));
+                    for (float time : component.layerTimes) {
+                        writer.WriteF32(time);
+                    }
+                },
+                [](C& component, Assets::ByteReader& reader, const SaveGameFieldCodecContext&) {
+                    const std::uint32_t count = reader.ReadCount(4, 1024);
+                    for (std::uint32_t i = 0; i < count; ++i) {
+                        const float time = reader.ReadF32();
+                        if (i < component.layerTimes.size()) {
+                            component.layerTimes[i] = time;
+                        }
+                    }
+                });
+        builder.Validate();
+        return builder.Entry();
+    }();
+    return entry;
+}
+
+template <class Fn>
+std::string ThrownMessage(Fn&& fn) {
+    try {
+        fn();
+    } catch (const std::exception& error) {
+        return error.what();
+    }
+    return "<no exception>";
+}
+
+TEST(SaveGameFieldsTest, CapturesFieldsInDeclarationOrder) {
+    const ComponentSaveGameFields& fields = SaveGameEntry().saveGameFields;
+    SaveGameTestComponent component;
+    const SaveGameFieldSet set = fields.Capture(&component, {});
+    EXPECT_EQ(set.version, 1u);
+    ASSERT_EQ(set.fields.size(), 6u);
+    EXPECT_EQ(set.fields[0].name, "speed");
+    EXPECT_EQ(set.fields[0].bytes, (std::vector<std::uint8_t>{0x00, 0x00, 0x80, 0x3f}));
+    EXPECT_EQ(set.fields[1].bytes, (std::vector<std::uint8_t>{1}));
+    EXPECT_EQ(set.fields[2].bytes.size(), 12u);
+    EXPECT_EQ(set.fields[3].bytes, (std::vector<std::uint8_t>{4, 0, 0, 0, 'i', 'd', 'l', 'e'}));
+    EXPECT_EQ(set.fields[4].bytes, std::vector<std::uint8_t>(16, 0));
+}
+
+TEST(SaveGameFieldsTest, AppliesACapturedSetBackWithEntitiesByGuid) {
+    const ComponentSaveGameFields& fields = SaveGameEntry().saveGameFields;
+    Scene scene;
+    const Entity target = scene.CreateEntity("target");
+    SaveGameTestComponent source;
+    source.speed = 2.5f;
+    source.awake = false;
+    source.velocity = {1.0f, -2.0f, 3.0f};
+    source.state = "running";
+    source.target = target;
+    source.layerTimes = {0.5f, 1.5f, 9.0f};
+    const SaveGameFieldCodecContext context{&scene, &scene};
+    const SaveGameFieldSet set = fields.Capture(&source, context);
+
+    SaveGameTestComponent restored;
+    restored.layerTimes = {0.0f, 0.0f};
+    fields.Apply(&restored, set, context, nullptr);
+    EXPECT_EQ(restored.speed, 2.5f);
+    EXPECT_FALSE(restored.awake);
+    EXPECT_EQ(restored.velocity, glm::vec3(1.0f, -2.0f, 3.0f));
+    EXPECT_EQ(restored.state, "running");
+    EXPECT_EQ(restored.target, target);
+    EXPECT_EQ(restored.layerTimes, (std::vector<float>{0.5f, 1.5f}));
+}
+
+TEST(SaveGameFieldsTest, AnEntityMissingFromTheSceneReadsAsNone) {
+    const ComponentSaveGameFields& fields = SaveGameEntry().saveGameFields;
+    Scene saved;
+    SaveGameTestComponent source;
+    source.target = saved.CreateEntity("gone");
+    const SaveGameFieldSet set = fields.Capture(&source, SaveGameFieldCodecContext{&saved, &saved});
+    Scene loaded;
+    SaveGameTestComponent restored;
+    restored.target = 77;
+    fields.Apply(&restored, set, SaveGameFieldCodecContext{&loaded, &loaded}, nullptr);
+    EXPECT_EQ(restored.target, kNullEntity);
+}
+
+TEST(SaveGameFieldsTest, ReportsFieldsThisBuildNoLongerDeclares) {
+    const ComponentSaveGameFields& fields = SaveGameEntry().saveGameFields;
+    SaveGameFieldSet set;
+    set.version = 1;
+    set.fields.push_back(SaveGameFieldValue{"retired", {1, 2, 3}});
+    set.fields.push_back(SaveGameFieldValue{"awake", {0}});
+    SaveGameTestComponent component;
+    std::vector<std::string> unknown;
+    fields.Apply(&component, set, {}, &unknown);
+    EXPECT_EQ(unknown, (std::vector<std::string>{"retired"}));
+    EXPECT_FALSE(component.awake);
+    EXPECT_NO_THROW(fields.Apply(&component, set, {}, nullptr));
+}
+
+TEST(SaveGameFieldsTest, AMalformedBoolLeavesTheComponentUntouched) {
+    const ComponentSaveGameFields& fields = SaveGameEntry().saveGameFields;
+    SaveGameFieldSet set;
+    set.version = 1;
+    set.fields.push_back(SaveGameFieldValue{"speed", {0x00, 0x00, 0x20, 0x41}});
+    set.fields.push_back(SaveGameFieldValue{"awake", {2}});
+    SaveGameTestComponent component;
+    EXPECT_EQ(ThrownMessage([&] { fields.Apply(&component, set, {}, nullptr); }), "Malformed save-game bool.");
+    EXPECT_EQ(component.speed, 1.0f);
+    EXPECT_TRUE(component.awake);
+}
+
+TEST(SaveGameFieldsTest, RefusesTrailingBytesAndShortData) {
+    const ComponentSaveGameFields& fields = SaveGameEntry().saveGameFields;
+    SaveGameFieldSet set;
+    set.version = 1;
+    set.fields.push_back(SaveGameFieldValue{"awake", {1, 0}});
+    SaveGameTestComponent component;
+    EXPECT_EQ(ThrownMessage([&] { fields.Apply(&component, set, {}, nullptr); }),
+              "Save-game field 'awake' has trailing bytes.");
+    set.fields[0] = SaveGameFieldValue{"speed", {1, 2}};
+    EXPECT_EQ(ThrownMessage([&] { fields.Apply(&component, set, {}, nullptr); }), "Cooked data ends early.");
+}
+
+TEST(SaveGameFieldsTest, RefusesVersionsThisBuildCannotRead) {
+    const ComponentSaveGameFields& fields = SaveGameEntry().saveGameFields;
+    SaveGameFieldSet set;
+    set.version = 0;
+    EXPECT_EQ(ThrownMessage([&] { fields.Upgrade(set, "RigidBodyComponent"); }),
+              "Save-game state of RigidBodyComponent has version 0; this build reads versions 1 to 1.");
+    set.version = 2;
+    EXPECT_EQ(ThrownMessage([&] { fields.Upgrade(set, "RigidBodyComponent"); }),
+              "Save-game state of RigidBodyComponent has version 2; this build reads versions 1 to 1.");
+}
+
+TEST(SaveGameFieldsTest, UpgradesOnlyOlderSets) {
+    ComponentSaveGameFields fields;
+    fields.version = 3;
+    int calls = 0;
+    fields.upgrade = [&](SaveGameFieldSet& set, std::uint32_t from) {
+        ++calls;
+        EXPECT_EQ(from, 2u);
+        set.Rename("old", "new");
+    };
+    SaveGameFieldSet set;
+    set.version = 2;
+    set.fields.push_back(SaveGameFieldValue{"old", {}});
+    fields.Upgrade(set, "X");
+    EXPECT_EQ(set.version, 3u);
+    EXPECT_NE(set.Find("new"), nullptr);
+    fields.Upgrade(set, "X");
+    EXPECT_EQ(calls, 1);
+}
+
+TEST(SaveGameFieldsTest, RenameLeavesAnExistingTargetAlone) {
+    SaveGameFieldSet set;
+    set.fields.push_back(SaveGameFieldValue{"a", {1}});
+    set.fields.push_back(SaveGameFieldValue{"b", {2}});
+    set.Rename("a", "b");
+    EXPECT_EQ(set.fields[0].name, "a");
+    set.Rename("missing", "c");
+    EXPECT_EQ(set.Find("c"), nullptr);
+}
+
+} // namespace
+} // namespace Brelk::Scene

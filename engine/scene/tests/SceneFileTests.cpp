@@ -1,0 +1,214 @@
+#include "engine/scene/SceneFile.h"
+
+#include "engine/assets/AssetManager.h"
+#include "engine/core/Guid.h"
+#include "engine/scene/InstallComponents.h"
+#include "engine/scene/Scene.h"
+#include "engine/scene/components/CoreComponents.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+namespace Brelk::Scene {
+namespace {
+
+namespace fs = std::filesystem;
+
+const Core::Guid kDoorGuid = *Core::Guid::Parse("3f2a9c1e-7b40-4e11-9a6d-5c0d2e8f1b77");
+const Core::Guid kHandleGuid = *Core::Guid::Parse("a04e5d12-19c3-4b8a-8e27-6d1f0c3ab945");
+
+std::string ReadText(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+// An entity block with the one record every loaded entity needs.
+std::string EntityText(std::string_view guid, std::string_view name, std::string_view parent = "") {
+    return "entity \"" + std::string(guid) + "\" \"" + std::string(name) + "\"\nparent \"" + std::string(parent) +
+           "\"\ncomponent_schema \"TransformComponent\" 1 0\nend_component_schema\nend_entity\n";
+}
+
+constexpr std::string_view kDoor = "3f2a9c1e-7b40-4e11-9a6d-5c0d2e8f1b77";
+constexpr std::string_view kHandle = "a04e5d12-19c3-4b8a-8e27-6d1f0c3ab945";
+
+void WriteText(const fs::path& path, std::string_view text) {
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    file.write(text.data(), static_cast<std::streamsize>(text.size()));
+}
+
+class SceneFileTests : public ::testing::Test {
+protected:
+    void SetUp() override {
+        InstallComponents();
+        root_ = fs::temp_directory_path() / ("brelk-scene-file-" + Core::Guid::New().ToString());
+        assets_.Initialize(root_ / "Content", Assets::AssetSourceMode::Authoring);
+    }
+    void TearDown() override {
+        std::error_code ignored;
+        fs::remove_all(root_, ignored);
+    }
+
+    fs::path ScenePath() const { return root_ / "Content" / "Main.bscene"; }
+
+    // The door and its handle, the smallest scene that shows names, parents and transforms.
+    Scene MakeDoorScene() {
+        Scene scene;
+        const Entity door = scene.CreateEntity("Door \"A\"");
+        scene.SetEntityGuid(door, kDoorGuid);
+        Transform placement;
+        placement.position = {1.0f, 2.5f, -3.0f};
+        placement.rotation = {0.0f, 90.0f, 0.0f};
+        scene.SetTransform(door, placement);
+        const Entity handle = scene.CreateEntity("Handle");
+        scene.SetEntityGuid(handle, kHandleGuid);
+        scene.SetParent(handle, door);
+        return scene;
+    }
+
+    bool NoTemporaryFilesLeft() const {
+        for (const auto& entry : fs::directory_iterator(ScenePath().parent_path())) {
+            if (entry.path().extension() == ".tmp") return false;
+        }
+        return true;
+    }
+
+    fs::path root_;
+    Assets::AssetManager assets_;
+};
+
+TEST_F(SceneFileTests, SavesTheDoorSceneByteForByte) {
+    std::string error;
+    ASSERT_TRUE(SaveScene(ScenePath(), MakeDoorScene(), assets_, &error)) << error;
+    EXPECT_EQ(ReadText(ScenePath()), ReadText(fs::path(BRELK_TEST_DATA_DIR) / "DoorAndHandle.bscene"));
+    EXPECT_TRUE(NoTemporaryFilesLeft());
+}
+
+TEST_F(SceneFileTests, LoadAndSaveKeepEntitiesParentsAndOrder) {
+    WriteText(ScenePath(), ReadText(fs::path(BRELK_TEST_DATA_DIR) / "DoorAndHandle.bscene"));
+    Scene scene;
+    std::string error;
+    ASSERT_TRUE(LoadScene(ScenePath(), scene, assets_, &error)) << error;
+    const Entity door = scene.FindEntityByGuid(kDoorGuid);
+    const Entity handle = scene.FindEntityByGuid(kHandleGuid);
+    ASSERT_NE(door, kNullEntity);
+    EXPECT_EQ(scene.GetName(door), "Door \"A\"");
+    EXPECT_EQ(scene.GetParent(handle), door);
+    EXPECT_EQ(scene.Get<TransformComponent>(door).transform.position.z, -3.0f);
+
+    const fs::path again = root_ / "Content" / "Again.bscene";
+    ASSERT_TRUE(SaveScene(again, scene, assets_, &error)) << error;
+    EXPECT_EQ(ReadText(again), ReadText(ScenePath()));
+}
+
+TEST_F(SceneFileTests, AChildBeforeItsParentGetsItsParent) {
+    const std::string text = "scene_version 6\n" + EntityText(kHandle, "Handle", kDoor) + EntityText(kDoor, "Door");
+    WriteText(ScenePath(), text);
+    Scene scene;
+    std::string error;
+    ASSERT_TRUE(LoadScene(ScenePath(), scene, assets_, &error)) << error;
+    EXPECT_EQ(scene.GetParent(scene.FindEntityByGuid(kHandleGuid)), scene.FindEntityByGuid(kDoorGuid));
+}
+
+TEST_F(SceneFileTests, FailedLoadsLeaveTheCallersSceneAndSayWhy) {
+    Scene scene = MakeDoorScene();
+    const Entity door = scene.FindEntityByGuid(kDoorGuid);
+    const struct {
+        std::string text;
+        std::string message;
+    } cases[] = {
+        {"scene_version 6\n" + EntityText(kHandle, "x", kDoor), "Failed to load scene: Scene hierarchy references a missing parent."},
+        {"scene_version 6\n" + EntityText(kHandle, "x") + EntityText(kHandle, "y"),
+         "Failed to load scene: Scene contains duplicate entity GUIDs."},
+        {"scene_version 6\n" + EntityText(kHandle, "x", kDoor) + EntityText(kDoor, "y", kHandle),
+         "Failed to load scene: Scene hierarchy contains a cycle."},
+    };
+    for (const auto& c : cases) {
+        WriteText(ScenePath(), c.text);
+        std::string error;
+        EXPECT_FALSE(LoadScene(ScenePath(), scene, assets_, &error));
+        EXPECT_EQ(error, c.message);
+        EXPECT_TRUE(scene.IsAlive(door));
+        EXPECT_EQ(scene.GetName(door), "Door \"A\"");
+    }
+}
+
+TEST_F(SceneFileTests, ASuccessfulLoadRetiresEveryOldHandle) {
+    Scene scene = MakeDoorScene();
+    const std::vector<Entity> old = scene.Entities();
+    WriteText(ScenePath(), ReadText(fs::path(BRELK_TEST_DATA_DIR) / "DoorAndHandle.bscene"));
+    std::string error;
+    ASSERT_TRUE(LoadScene(ScenePath(), scene, assets_, &error)) << error;
+    for (const Entity entity : old) EXPECT_FALSE(scene.IsAlive(entity));
+}
+
+TEST_F(SceneFileTests, AnEntityWithoutTransformRecordFailsAtItsEntityLine) {
+    WriteText(ScenePath(), "scene_version 6\n# note\nentity \"a04e5d12-19c3-4b8a-8e27-6d1f0c3ab945\" \"x\"\nend_entity\n");
+    Scene scene;
+    std::string error;
+    EXPECT_FALSE(LoadScene(ScenePath(), scene, assets_, &error));
+    EXPECT_EQ(error, "Failed to parse scene file at line 3: Entity is missing its TransformComponent record.");
+}
+
+TEST_F(SceneFileTests, ASavedChildOfATransientParentFailsAndKeepsTheOldFile) {
+    WriteText(ScenePath(), "old");
+    Scene scene = MakeDoorScene();
+    scene.Emplace<TransientComponent>(scene.FindEntityByGuid(kDoorGuid), TransientComponent{});
+    std::string error;
+    EXPECT_FALSE(SaveScene(ScenePath(), scene, assets_, &error));
+    EXPECT_EQ(error, "Failed to save scene: Scene hierarchy references a missing parent.");
+    EXPECT_EQ(ReadText(ScenePath()), "old");
+    EXPECT_TRUE(NoTemporaryFilesLeft());
+}
+
+TEST_F(SceneFileTests, SaveChecksIdentityOfEverySavedEntity) {
+    Scene scene = MakeDoorScene();
+    scene.Get<EntityGuidComponent>(scene.FindEntityByGuid(kHandleGuid)).guid = kDoorGuid;
+    std::string error;
+    EXPECT_FALSE(SaveScene(ScenePath(), scene, assets_, &error));
+    EXPECT_EQ(error, "Failed to save scene: Cannot save duplicate entity GUIDs.");
+
+    Scene nullGuid = MakeDoorScene();
+    nullGuid.Get<EntityGuidComponent>(nullGuid.FindEntityByGuid(kHandleGuid)).guid = Core::Guid{};
+    EXPECT_FALSE(SaveScene(ScenePath(), nullGuid, assets_, &error));
+    EXPECT_EQ(error, "Failed to save scene: Cannot save an entity with a null GUID.");
+
+    Scene noName = MakeDoorScene();
+    noName.Remove<NameComponent>(noName.FindEntityByGuid(kDoorGuid));
+    EXPECT_FALSE(SaveScene(ScenePath(), noName, assets_, &error));
+    EXPECT_EQ(error, "Failed to save scene: Cannot save an entity missing its name, GUID, or transform.");
+    EXPECT_TRUE(NoTemporaryFilesLeft());
+}
+
+TEST_F(SceneFileTests, SaveIntoAMissingFolderCannotOpenItsTemporaryFile) {
+    std::string error;
+    EXPECT_FALSE(SaveScene(root_ / "Missing" / "Main.bscene", MakeDoorScene(), assets_, &error));
+    EXPECT_EQ(error, "Failed to open scene file for writing.");
+}
+
+TEST_F(SceneFileTests, AnEmptySceneSavesItsEnvironmentAndLoadsEmpty) {
+    std::string error;
+    ASSERT_TRUE(SaveScene(ScenePath(), Scene{}, assets_, &error)) << error;
+    Scene loaded = MakeDoorScene();
+    ASSERT_TRUE(LoadScene(ScenePath(), loaded, assets_, &error)) << error;
+    EXPECT_TRUE(loaded.Entities().empty());
+}
+
+TEST(SceneHierarchyTests, ValidationFindsMissingParentsAndCycles) {
+    const Core::Guid a = Core::Guid::FromName("a");
+    const Core::Guid b = Core::Guid::FromName("b");
+    EXPECT_NO_THROW(ValidateSceneHierarchy({{a, Core::Guid{}}, {b, a}}));
+    EXPECT_THROW(ValidateSceneHierarchy({{b, a}}), std::runtime_error);
+    try {
+        ValidateSceneHierarchy({{a, b}, {b, a}});
+        FAIL();
+    } catch (const std::runtime_error& e) {
+        EXPECT_STREQ(e.what(), "Scene hierarchy contains a cycle.");
+    }
+}
+
+} // namespace
+} // namespace Brelk::Scene

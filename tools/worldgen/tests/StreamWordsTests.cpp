@@ -1,0 +1,144 @@
+#include "tools/worldgen/StreamWords.h"
+
+#include "tools/worldgen/Sampling.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cstdint>
+#include <locale>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace Brelk::WorldGen {
+namespace {
+
+// What an input stream in the classic locale makes of `text` for one extraction of T:
+// success, value and how much it consumed.
+template <typename T>
+struct Extraction {
+    bool ok = false;
+    T value{};
+    std::size_t consumed = 0;
+};
+
+template <typename T>
+Extraction<T> ExtractWithStream(const std::string& text) {
+    std::istringstream stream(text);
+    stream.imbue(std::locale::classic());
+    Extraction<T> result;
+    stream >> result.value;
+    result.ok = !stream.fail();
+    stream.clear();
+    result.consumed = static_cast<std::size_t>(stream.rdbuf()->pubseekoff(0, std::ios::cur, std::ios::in));
+    return result;
+}
+
+template <typename T>
+Extraction<T> ExtractWithWords(const std::string& text) {
+    StreamWords words(text);
+    Extraction<T> result;
+    result.ok = words.Read(result.value);
+    result.consumed = text.size() - words.Rest().size();
+    return result;
+}
+
+template <typename T>
+void ExpectSameAsStream(const std::string& text) {
+    const Extraction<T> expected = ExtractWithStream<T>(text);
+    const Extraction<T> actual = ExtractWithWords<T>(text);
+    ASSERT_EQ(actual.ok, expected.ok) << '"' << text << '"';
+    if (!expected.ok) return;
+    if constexpr (std::is_same_v<T, float>)
+        ASSERT_EQ(std::bit_cast<std::uint32_t>(actual.value), std::bit_cast<std::uint32_t>(expected.value))
+            << '"' << text << '"';
+    else
+        ASSERT_EQ(actual.value, expected.value) << '"' << text << '"';
+    ASSERT_EQ(actual.consumed, expected.consumed) << '"' << text << '"';
+}
+
+const std::vector<std::string> kNumberTexts = {
+    "0", "-0", "+0", "5x", "  \t\v\f\r42", "-", "+", "+-5", "--5", "007", "0x10", "2147483647", "2147483648",
+    "-2147483648", "-2147483649", "4294967295", "4294967296", "-1", "-4294967295", "-4294967296",
+    "18446744073709551615", "18446744073709551616", "-18446744073709551615", "99999999999999999999x", "1e",
+    "1e+", "1e+x", "1.5.3", "inf", "nan", "-inf", "1e39", "-1e39", "3.4028235e38", "3.40282357e38", "1e-40",
+    "1e-50", "-1e-50", "1e-45", "0x1p3", ".5", ".", "5.", "-.", "1e5.3", "1..", "1ee5", "1e-5-3", "1E5x", "1e5e",
+    "+.e1", "1e99999999999999999999", "1e-99999999999999999999", "00000000000000000000000000001",
+    "0.000000000000000000000000000000000000000000000000000001e60", "123456789012345678901234567890e-10",
+    "1.17549435e-38", "1.1754942e-38", "64", "0.100000001", "", "   ", "abc", "12abc", "e5", "0e999999999",
+    "9" + std::string(400, '9'), "0." + std::string(400, '0') + "1e400", "\x01" "5", std::string("5\0" "6", 3),
+};
+
+TEST(StreamWords, ReadsIntegersAsAStreamDoes) {
+    for (const std::string& text : kNumberTexts) {
+        ExpectSameAsStream<std::int32_t>(text);
+        ExpectSameAsStream<std::uint32_t>(text);
+        ExpectSameAsStream<std::uint64_t>(text);
+    }
+}
+
+TEST(StreamWords, ReadsFloatsAsAStreamDoes) {
+    for (const std::string& text : kNumberTexts) ExpectSameAsStream<float>(text);
+}
+
+TEST(StreamWords, AgreesWithAStreamOnGeneratedTexts) {
+    // Short texts over the alphabet that matters to numbers, drawn from a fixed stream.
+    constexpr std::string_view kAlphabet = "0123456789+-.eE x\t9";
+    RandomStream random{12345};
+    for (int i = 0; i < 40000; ++i) {
+        const std::size_t length = static_cast<std::size_t>(random.Next() % 12);
+        std::string text;
+        for (std::size_t c = 0; c < length; ++c) text += kAlphabet[random.Next() % kAlphabet.size()];
+        ExpectSameAsStream<std::int32_t>(text);
+        ExpectSameAsStream<std::uint32_t>(text);
+        ExpectSameAsStream<std::uint64_t>(text);
+        ExpectSameAsStream<float>(text);
+    }
+}
+
+TEST(StreamWords, SplitsWordsAtClassicWhiteSpace) {
+    StreamWords words(" cell\t-1\v0\f4\r");
+    std::string_view word;
+    ASSERT_TRUE(words.ReadWord(word));
+    EXPECT_EQ(word, "cell");
+    std::int32_t x = 0;
+    std::int32_t z = 7;
+    std::uint32_t count = 0;
+    EXPECT_TRUE(words.Read(x));
+    EXPECT_TRUE(words.Read(z));
+    EXPECT_TRUE(words.Read(count));
+    EXPECT_EQ(x, -1);
+    EXPECT_EQ(z, 0);
+    EXPECT_EQ(count, 4u);
+    EXPECT_FALSE(words.ReadWord(word));
+}
+
+TEST(StreamWords, LeavesTextBehindANumberForTheNextExtraction) {
+    StreamWords words("5x 6");
+    std::int32_t value = 0;
+    EXPECT_TRUE(words.Read(value));
+    EXPECT_EQ(value, 5);
+    EXPECT_EQ(words.Rest(), "x 6");
+    EXPECT_FALSE(words.Read(value));
+}
+
+TEST(StreamWords, StaysFailedAfterAFailedExtraction) {
+    StreamWords words("x 6 word");
+    std::int32_t value = 0;
+    std::string_view word;
+    EXPECT_FALSE(words.Read(value));
+    EXPECT_TRUE(words.Failed());
+    EXPECT_FALSE(words.ReadWord(word));
+}
+
+TEST(StreamWords, KeepsNulBytesInsideAWord) {
+    const std::string line("a\0b c", 5);
+    StreamWords words(line);
+    std::string_view word;
+    ASSERT_TRUE(words.ReadWord(word));
+    EXPECT_EQ(word, std::string_view("a\0b", 3));
+}
+
+} // namespace
+} // namespace Brelk::WorldGen

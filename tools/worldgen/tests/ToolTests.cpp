@@ -1,0 +1,158 @@
+#include "tools/worldgen/Tool.h"
+
+#include "tools/worldgen/WorldAsset.h"
+#include "tools/worldgen/tests/ScratchFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace Brelk::WorldGen {
+namespace {
+
+namespace fs = std::filesystem;
+using Testing::ReadText;
+using Testing::ScratchFolder;
+using Testing::WriteText;
+
+struct ToolRun {
+    int status = -1;
+    std::string out;
+    std::string err;
+};
+
+ToolRun RunTool(std::vector<std::string> args) {
+    std::ostringstream out;
+    std::ostringstream err;
+    ToolRun run;
+    run.status = RunWorldGenTool(args, out, err);
+    run.out = out.str();
+    run.err = err.str();
+    return run;
+}
+
+TEST(RunWorldGenTool, PrintsTheUsageWithoutArguments) {
+    const ToolRun run = RunTool({});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.err,
+              "usage: brelk-worldgen --content <Content> [--world Worlds/Procedural.bworld] [--scene "
+              "Scenes/Main.bscene]\n"
+              "       [--cells N] [--cell-size M] [--props N] [--terrain N] [--seed N] [--memory-budget-mb MB]\n"
+              "       [--load-radius M] [--unload-radius M] [--frame-budget-ms MS]\n");
+    EXPECT_EQ(run.out, "");
+}
+
+TEST(RunWorldGenTool, PrintsTheUsageForAnUnknownArgumentWherever) {
+    for (const auto& args : {std::vector<std::string>{"--cells", "10", "--bogus"},
+                             std::vector<std::string>{"--bogus", "--content"},
+                             std::vector<std::string>{"--content", "C", "stray"}}) {
+        const ToolRun run = RunTool(args);
+        EXPECT_EQ(run.status, 2);
+        EXPECT_EQ(run.err, kUsageText);
+    }
+}
+
+TEST(RunWorldGenTool, ReportsAMissingValueRatherThanTheUsage) {
+    const ToolRun run = RunTool({"--content"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err, "brelk-worldgen: missing value for --content\n");
+}
+
+TEST(RunWorldGenTool, ReportsABadNumberAndWritesNothing) {
+    ScratchFolder folder;
+    const fs::path content = folder / "Content";
+    struct Case {
+        std::vector<std::string> args;
+        std::string err;
+    };
+    const Case cases[] = {
+        {{"--content", content.string(), "--cells", "abc"}, "brelk-worldgen: invalid stoi argument\n"},
+        {{"--content", content.string(), "--props", "x"}, "brelk-worldgen: invalid stoul argument\n"},
+        {{"--content", content.string(), "--cell-size", "big"}, "brelk-worldgen: invalid stof argument\n"},
+        {{"--content", content.string(), "--cells", "3000000000"}, "brelk-worldgen: stoi argument out of range\n"},
+        {{"--content", content.string(), "--seed", "4294967296"}, "brelk-worldgen: stoul argument out of range\n"},
+        {{"--content", content.string(), "--load-radius", "1e40"}, "brelk-worldgen: stof argument out of range\n"},
+        // A failing option stops the parse before a later unknown argument is seen.
+        {{"--terrain", "-", "--bogus"}, "brelk-worldgen: invalid stoul argument\n"},
+    };
+    for (const Case& c : cases) {
+        const ToolRun run = RunTool(c.args);
+        EXPECT_EQ(run.status, 1) << c.err;
+        EXPECT_EQ(run.err, c.err);
+        EXPECT_EQ(run.out, "");
+    }
+    EXPECT_FALSE(fs::exists(content));
+}
+
+TEST(RunWorldGenTool, LetsTheGeneratorRefuseAnEmptyGrid) {
+    ScratchFolder folder;
+    for (const auto& extra : {std::vector<std::string>{"--cells", "0"}, std::vector<std::string>{"--cells", "-4"},
+                              std::vector<std::string>{"--cell-size", "0"},
+                              std::vector<std::string>{"--cell-size", "nan"}}) {
+        std::vector<std::string> args = {"--content", (folder / "Content").string()};
+        args.insert(args.end(), extra.begin(), extra.end());
+        const ToolRun run = RunTool(args);
+        EXPECT_EQ(run.status, 1);
+        EXPECT_EQ(run.err, "brelk-worldgen: The world needs at least one cell and a positive cell size.\n");
+    }
+    EXPECT_FALSE(fs::exists(folder / "Content"));
+}
+
+TEST(RunWorldGenTool, PrintsTheSummaryOfASmallWorld) {
+    ScratchFolder folder;
+    const std::string content = (folder / "Content").string();
+    const ToolRun run = RunTool({"--content", content, "--cells", "1x", "--props", "3", "--terrain", "2",
+                             "--memory-budget-mb", "0.001"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.err, "");
+    // One cell of four entities: (4 * 512 + 0) * 2 bytes resident. The budget is only reported.
+    EXPECT_EQ(run.out, "World " + content + "/Worlds/Procedural.bworld: 1 cells, 4 entities, 0 MB of cell files, "
+                                            "0.00390625 MB estimated resident when fully loaded; memory budget "
+                                            "0.001 MB. Scene " +
+                           content + "/Scenes/Main.bscene\n");
+    EXPECT_EQ(ReadText(folder / "Content/Worlds/Procedural.bworld"),
+              "brelk_world 1\ncell_size 64\norigin 0 0\nnavigation 0\ncell 0 0 4 0 1 0\n");
+    EXPECT_TRUE(fs::is_directory(folder / "Content/Worlds/Procedural.bworld.cells"));
+}
+
+TEST(RunWorldGenTool, WritesAnAbsoluteWorldPathOutsideTheContentFolder) {
+    ScratchFolder folder;
+    const fs::path world = folder / "Elsewhere/Big.bworld";
+    const ToolRun run = RunTool({"--content", (folder / "Content").string(), "--world", world.string(), "--cells", "2",
+                             "--cell-size", "16", "--scene", "S.bscene"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_TRUE(fs::is_regular_file(world));
+    EXPECT_TRUE(fs::is_directory(folder / "Elsewhere/Big.bworld.cells"));
+    EXPECT_FALSE(fs::exists(folder / "Content/Worlds"));
+    EXPECT_NE(run.out.find(" MB. Scene " + (folder / "Content/S.bscene").string() + "\n"), std::string::npos);
+    WorldAsset read;
+    ASSERT_TRUE(ReadWorldAsset(world, read, nullptr));
+    EXPECT_EQ(read.cellSize, 16.0f);
+    EXPECT_EQ(read.cells.size(), 4u);
+}
+
+TEST(RunWorldGenTool, ReportsAWorldThatCannotBeWritten) {
+    ScratchFolder folder;
+    const fs::path world = folder / "w.bworld";
+    fs::create_directories(world / "inside");
+    const ToolRun run = RunTool({"--content", folder.Path().string(), "--world", world.string(), "--cells", "1"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err.rfind("brelk-worldgen: Failed to replace " + world.string() + ": ", 0), 0u) << run.err;
+    EXPECT_EQ(run.out, "");
+}
+
+TEST(FormatSummaryLine, WritesSixSignificantDigits) {
+    WorldGenerationResult result;
+    result.cellCount = 576;
+    result.entityCount = 23616;
+    result.cellFileBytes = 123456789;
+    result.residentBytes = 1ull << 40;
+    PartitionOptions partition;
+    partition.memoryBudgetMegabytes = 0.1f;
+    EXPECT_EQ(FormatSummaryLine("/c/W.bworld", result, partition, "/c/S.bscene"),
+              "World /c/W.bworld: 576 cells, 23616 entities, 117.738 MB of cell files, 1.04858e+06 MB estimated "
+              "resident when fully loaded; memory budget 0.1 MB. Scene /c/S.bscene\n");
+}
+
+} // namespace
+} // namespace Brelk::WorldGen
