@@ -56,19 +56,19 @@ run_tool() {
     local content=$1
     shift
     local log=$scratch/tool.log
-    if ! "$tool" --content "$content" "$@" >"$log" 2>&1; then
-        echo "worldgen.sh: brelk-worldgen $* failed:" >&2
+    local status=0
+    "$tool" --content "$content" "$@" >"$log" 2>&1 || status=$?
+    if ((status != 0)); then
+        echo "worldgen.sh: brelk-worldgen --content $content $* failed with status $status:" >&2
         cat "$log" >&2
         exit 1
     fi
 }
 
-# The bytes a world run leaves behind that a copy has to write as well.
-world_outputs() {
-    local content=$1
-    printf '%s\n' "$content/Worlds/Procedural.bworld.cells" "$content/Worlds/Procedural.bworld" \
-        "$content/Scenes/Main.bscene"
-}
+# The bytes a world run leaves behind that a copy has to write as well, as paths relative to
+# the content folder. One that a run did not write is noted and left out of the floor.
+outputs=(Worlds/Procedural.bworld.cells Worlds/Procedural.bworld Scenes/Main.bscene)
+missing=()
 
 rows=()
 
@@ -77,8 +77,8 @@ time_case() {
     local label=$1 runs=$2
     shift 2
     local -a tool_ms=() copy_ms=()
-    local bytes=0 files=0 i start end content copy
-    local -a outputs=()
+    local bytes=0 files=0 i start end content copy output
+    local -a present=()
     for ((i = 1; i <= runs; i++)); do
         content=$scratch/content-$i
         start=$(now_ns)
@@ -87,17 +87,25 @@ time_case() {
         tool_ms+=("$(elapsed_ms "$start" "$end")")
 
         copy=$scratch/copy-$i
-        mkdir -p "$copy/Worlds" "$copy/Scenes"
-        mapfile -t outputs < <(world_outputs "$content")
+        present=()
+        for output in "${outputs[@]}"; do
+            if [[ -e $content/$output ]]; then
+                present+=("$output")
+                mkdir -p "$copy/$(dirname "$output")"
+            elif ((i == 1)) && [[ " ${missing[*]} " != *" $output "* ]]; then
+                missing+=("$output")
+            fi
+        done
         start=$(now_ns)
-        cp -r "${outputs[0]}" "${outputs[1]}" "$copy/Worlds/"
-        cp "${outputs[2]}" "$copy/Scenes/"
+        for output in "${present[@]}"; do
+            cp -r "$content/$output" "$copy/$output"
+        done
         end=$(now_ns)
         copy_ms+=("$(elapsed_ms "$start" "$end")")
 
-        if ((i == 1)); then
-            bytes=$(du -sb "${outputs[@]}" | awk '{ s += $1 } END { print s }')
-            files=$(find "${outputs[@]}" -type f | wc -l)
+        if ((i == 1)) && ((${#present[@]} > 0)); then
+            bytes=$(cd "$content" && find "${present[@]}" -type f -printf '%s\n' | awk '{ s += $1 } END { print s + 0 }')
+            files=$(cd "$content" && find "${present[@]}" -type f | wc -l)
         fi
         rm -rf "$content" "$copy"
     done
@@ -128,6 +136,9 @@ printf '%-14s %4s %11s %11s %10s %10s %7s %7s %9s %7s\n' case runs "tool min" "t
 for row in "${rows[@]}"; do
     echo "$row"
 done
+if ((${#missing[@]} > 0)); then
+    echo "note: the tool wrote no ${missing[*]}; the floor covers only what it wrote"
+fi
 echo
 
 if [[ ! -x /usr/bin/time ]]; then

@@ -8,6 +8,15 @@
 
 namespace Brelk::WorldGen {
 
+Scene::WorldPartitionComponent DefaultPartition() noexcept {
+    Scene::WorldPartitionComponent partition;
+    partition.loadRadius = 192.0f;
+    partition.unloadRadius = 256.0f;
+    partition.frameBudgetMilliseconds = 2.0f;
+    partition.memoryBudgetMegabytes = 64.0f;
+    return partition;
+}
+
 namespace {
 
 constexpr bool IsCSpace(char c) noexcept {

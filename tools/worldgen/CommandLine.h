@@ -1,5 +1,6 @@
 #pragma once
 
+#include "engine/scene/components/WorldComponents.h"
 #include "tools/worldgen/Settings.h"
 
 #include <cstdint>
@@ -11,12 +12,9 @@
 namespace Brelk::WorldGen {
 
 // Streaming budgets that the command line sets for the persistent scene's world partition.
-struct PartitionOptions {
-    float loadRadius = 192.0f;   // metres
-    float unloadRadius = 256.0f; // metres
-    float frameBudgetMilliseconds = 2.0f;
-    float memoryBudgetMegabytes = 64.0f;
-};
+// The streaming values of the world's partition component that the command line sets; the
+// rest keep the component's defaults, and `world` is filled in when the scene is written.
+Scene::WorldPartitionComponent DefaultPartition() noexcept;
 
 // Everything the command line says.
 struct WorldGenOptions {
@@ -24,7 +22,7 @@ struct WorldGenOptions {
     std::filesystem::path worldPath = "Worlds/Procedural.bworld";
     std::filesystem::path scenePath = "Scenes/Main.bscene";
     ProceduralWorldSettings settings;
-    PartitionOptions partition;
+    Scene::WorldPartitionComponent partition = DefaultPartition();
 };
 
 inline constexpr std::string_view kUsageText =

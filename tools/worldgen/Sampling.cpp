@@ -17,9 +17,12 @@ constexpr std::string_view kProceduralGuidPrefix = "brelk-procedural-world:";
 } // namespace
 
 float RandomStream::NextFloat(float lo, float hi) noexcept {
+    return NextFloatInSpan(lo, hi - lo);
+}
+
+float RandomStream::NextFloatInSpan(float lo, float span) noexcept {
     const std::uint64_t r = Next() >> 40;
     const float unit = static_cast<float>(r) * kInverseTwoPow24;
-    const float span = hi - lo;
     const float scaled = unit * span;
     return scaled + lo;
 }

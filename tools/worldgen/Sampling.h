@@ -55,6 +55,10 @@ struct RandomStream {
     // precision, every step rounded on its own. `hi` is reached only if that last rounding
     // lands on it.
     float NextFloat(float lo, float hi) noexcept;
+    // The same draw named by its low end and a span given in single precision. Cell content
+    // names its ranges this way; recomputing the span as (lo + span) - lo could round away
+    // from it.
+    float NextFloatInSpan(float lo, float span) noexcept;
 };
 
 // Terrain height in metres at a world position, in [0, heightScale]. Reads only `seed`

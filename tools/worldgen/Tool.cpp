@@ -1,7 +1,11 @@
 #include "tools/worldgen/Tool.h"
 
+#include "engine/assets/AssetManager.h"
 #include "engine/core/NumberText.h"
+#include "engine/core/TaskSystem.h"
 #include "engine/platform/Files.h"
+#include "engine/scene/InstallComponents.h"
+#include "tools/worldgen/PersistentScene.h"
 #include "tools/worldgen/WorldGenerator.h"
 
 #include <exception>
@@ -21,6 +25,19 @@ void WriteErrorLine(std::ostream& err, std::string_view message) {
     err << line << std::flush;
 }
 
+// Makes a task system current for its lifetime and puts the previous one back after.
+class TaskSystemInstallation {
+public:
+    explicit TaskSystemInstallation(Core::Tasks::TaskSystem& system)
+        : previous_(Core::Tasks::TaskSystem::Install(&system)) {}
+    ~TaskSystemInstallation() { Core::Tasks::TaskSystem::Install(previous_); }
+    TaskSystemInstallation(const TaskSystemInstallation&) = delete;
+    TaskSystemInstallation& operator=(const TaskSystemInstallation&) = delete;
+
+private:
+    Core::Tasks::TaskSystem* previous_;
+};
+
 int RunSteps(std::span<const std::string> args, std::ostream& out, std::ostream& err) {
     WorldGenOptions options;
     if (ParseCommandLine(args, options) == CommandLineParse::Usage) {
@@ -29,9 +46,25 @@ int RunSteps(std::span<const std::string> args, std::ostream& out, std::ostream&
     }
     ResolveToolPaths(options);
 
+    // The services come up in this order and go down in the reverse one on every way out:
+    // the asset manager first, then the current task system is put back, then the pool
+    // itself stops. Error lines of a false result are written before that shutdown.
+    Core::Tasks::TaskSystemConfig config;
+    config.ioThreadCount = 1;
+    Core::Tasks::TaskSystem tasks(config);
+    const TaskSystemInstallation installation(tasks);
+    Scene::InstallComponents();
+    Assets::AssetManager assetManager;
+    assetManager.Initialize(options.contentPath, Assets::AssetSourceMode::Authoring);
+
     WorldGenerationResult result;
     std::string error;
-    if (!GenerateProceduralWorld(options.worldPath, options.settings, &result, &error)) {
+    if (!GenerateProceduralWorld(assetManager, options.worldPath, options.settings, &result, &error)) {
+        WriteErrorLine(err, error);
+        return kExitError;
+    }
+    Scene::WorldPartitionComponent partition = options.partition;
+    if (!WritePersistentScene(assetManager, options.scenePath, options.worldPath, partition, &error)) {
         WriteErrorLine(err, error);
         return kExitError;
     }
@@ -42,7 +75,7 @@ int RunSteps(std::span<const std::string> args, std::ostream& out, std::ostream&
 } // namespace
 
 std::string FormatSummaryLine(const std::filesystem::path& worldPath, const WorldGenerationResult& result,
-                              const PartitionOptions& partition, const std::filesystem::path& scenePath) {
+                              const Scene::WorldPartitionComponent& partition, const std::filesystem::path& scenePath) {
     std::string line = "World ";
     line += Platform::PathToUtf8(worldPath);
     line += ": ";

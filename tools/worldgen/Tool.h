@@ -23,6 +23,6 @@ int RunWorldGenTool(std::span<const std::string> args, std::ostream& out, std::o
 // when fully loaded; memory budget <MB> MB. Scene <path>" and a line feed; the megabytes as
 // six significant digits.
 std::string FormatSummaryLine(const std::filesystem::path& worldPath, const WorldGenerationResult& result,
-                              const PartitionOptions& partition, const std::filesystem::path& scenePath);
+                              const Scene::WorldPartitionComponent& partition, const std::filesystem::path& scenePath);
 
 } // namespace Brelk::WorldGen

@@ -95,7 +95,8 @@ TEST(RunWorldGenTool, LetsTheGeneratorRefuseAnEmptyGrid) {
         EXPECT_EQ(run.status, 1);
         EXPECT_EQ(run.err, "brelk-worldgen: The world needs at least one cell and a positive cell size.\n");
     }
-    EXPECT_FALSE(fs::exists(folder / "Content"));
+    EXPECT_FALSE(fs::exists(folder / "Content/Worlds"));
+    EXPECT_FALSE(fs::exists(folder / "Content/Scenes"));
 }
 
 TEST(RunWorldGenTool, PrintsTheSummaryOfASmallWorld) {
@@ -103,16 +104,25 @@ TEST(RunWorldGenTool, PrintsTheSummaryOfASmallWorld) {
     const std::string content = (folder / "Content").string();
     const ToolRun run = RunTool({"--content", content, "--cells", "1x", "--props", "3", "--terrain", "2",
                              "--memory-budget-mb", "0.001"});
-    EXPECT_EQ(run.status, 0) << run.err;
+    ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.err, "");
-    // One cell of four entities: (4 * 512 + 0) * 2 bytes resident. The budget is only reported.
-    EXPECT_EQ(run.out, "World " + content + "/Worlds/Procedural.bworld: 1 cells, 4 entities, 0 MB of cell files, "
-                                            "0.00390625 MB estimated resident when fully loaded; memory budget "
-                                            "0.001 MB. Scene " +
-                           content + "/Scenes/Main.bscene\n");
+    const std::uint64_t cellBytes = fs::file_size(folder / "Content/Worlds/Procedural.bworld.cells/cell_0_0.bcell");
+    // One cell of four entities: (4 * 512 + file) * 2 bytes resident. The budget is only reported.
+    WorldGenerationResult expected;
+    expected.cellCount = 1;
+    expected.entityCount = 4;
+    expected.cellFileBytes = cellBytes;
+    expected.residentBytes = (4 * 512 + cellBytes) * 2;
+    Scene::WorldPartitionComponent partition = DefaultPartition();
+    partition.memoryBudgetMegabytes = 0.001f;
+    EXPECT_EQ(run.out, FormatSummaryLine(content + "/Worlds/Procedural.bworld", expected, partition,
+                                         content + "/Scenes/Main.bscene"));
+    EXPECT_NE(run.out.find(" MB estimated resident when fully loaded; memory budget 0.001 MB. Scene "), std::string::npos);
     EXPECT_EQ(ReadText(folder / "Content/Worlds/Procedural.bworld"),
-              "brelk_world 1\ncell_size 64\norigin 0 0\nnavigation 0\ncell 0 0 4 0 1 0\n");
-    EXPECT_TRUE(fs::is_directory(folder / "Content/Worlds/Procedural.bworld.cells"));
+              "brelk_world 1\ncell_size 64\norigin 0 0\nnavigation 0\ncell 0 0 4 " + std::to_string(cellBytes) +
+                  " 1 0\n");
+    EXPECT_TRUE(fs::is_regular_file(folder / "Content/Scenes/Main.bscene"));
+    EXPECT_TRUE(fs::is_regular_file(folder / "Content/Worlds/Procedural.bworld.bmeta"));
 }
 
 TEST(RunWorldGenTool, WritesAnAbsoluteWorldPathOutsideTheContentFolder) {
@@ -147,7 +157,7 @@ TEST(FormatSummaryLine, WritesSixSignificantDigits) {
     result.entityCount = 23616;
     result.cellFileBytes = 123456789;
     result.residentBytes = 1ull << 40;
-    PartitionOptions partition;
+    Scene::WorldPartitionComponent partition = DefaultPartition();
     partition.memoryBudgetMegabytes = 0.1f;
     EXPECT_EQ(FormatSummaryLine("/c/W.bworld", result, partition, "/c/S.bscene"),
               "World /c/W.bworld: 576 cells, 23616 entities, 117.738 MB of cell files, 1.04858e+06 MB estimated "

@@ -1,9 +1,14 @@
 #include "tools/worldgen/WorldGenerator.h"
 
+#include "engine/scene/Scene.h"
+#include "engine/scene/SceneFile.h"
+#include "engine/scene/components/CoreComponents.h"
+#include "engine/scene/components/PhysicsComponents.h"
+#include "engine/scene/components/RenderComponents.h"
+#include "engine/scene/components/TerrainComponent.h"
+#include "tools/worldgen/Sampling.h"
 #include "tools/worldgen/WorldAsset.h"
-#include "tools/worldgen/tests/ScratchFolder.h"
-
-#include <gtest/gtest.h>
+#include "tools/worldgen/tests/WorldFixture.h"
 
 #include <cmath>
 
@@ -12,25 +17,31 @@ namespace {
 
 namespace fs = std::filesystem;
 using Testing::ReadText;
-using Testing::ScratchFolder;
 using Testing::WriteText;
 
-ProceduralWorldSettings Grid(std::int32_t cells, std::uint32_t props = 2, std::uint32_t terrain = 33) {
-    ProceduralWorldSettings settings;
-    settings.cellsX = cells;
-    settings.cellsZ = cells;
-    settings.propsPerCell = props;
-    settings.terrainResolution = terrain;
-    return settings;
-}
+class GenerateProceduralWorldTest : public Testing::WorldFixture {
+protected:
+    WorldAsset GenerateAndRead(const ProceduralWorldSettings& settings, WorldGenerationResult* result = nullptr) {
+        std::string error;
+        EXPECT_TRUE(GenerateProceduralWorld(assets, WorldPath(), settings, result, &error)) << error;
+        WorldAsset world;
+        EXPECT_TRUE(ReadWorldAsset(WorldPath(), world, &error)) << error;
+        return world;
+    }
 
-WorldAsset GenerateAndRead(const fs::path& worldPath, const ProceduralWorldSettings& settings) {
-    std::string error;
-    EXPECT_TRUE(GenerateProceduralWorld(worldPath, settings, nullptr, &error)) << error;
-    WorldAsset world;
-    EXPECT_TRUE(ReadWorldAsset(worldPath, world, &error)) << error;
-    return world;
-}
+    Scene::Scene LoadCell(CellCoord coord) {
+        Scene::Scene scene;
+        std::string error;
+        EXPECT_TRUE(Scene::LoadScene(CellFilePath(WorldPath(), coord), scene, assets, &error)) << error;
+        return scene;
+    }
+
+    std::vector<std::string> CellTexts(const WorldAsset& world) {
+        std::vector<std::string> texts;
+        for (const WorldCellEntry& cell : world.cells) texts.push_back(ReadText(CellFilePath(WorldPath(), cell.coord)));
+        return texts;
+    }
+};
 
 std::vector<CellCoord> Coords(const WorldAsset& world) {
     std::vector<CellCoord> coords;
@@ -46,103 +57,173 @@ TEST(GridStart, CentresEvenAndOddGrids) {
     EXPECT_EQ(GridStart(24), -12);
 }
 
-TEST(GenerateProceduralWorld, RefusesAnEmptyGridOrABadCellSize) {
-    ScratchFolder folder;
-    const fs::path worldPath = folder / "w.bworld";
-    WriteText(worldPath, "earlier");
-    ProceduralWorldSettings settings;
+TEST_F(GenerateProceduralWorldTest, RefusesAnEmptyGridOrABadCellSizeAndTouchesNothing) {
+    WriteText(WorldPath(), "earlier");
     for (const auto& change : std::initializer_list<void (*)(ProceduralWorldSettings&)>{
              [](ProceduralWorldSettings& s) { s.cellsX = 0; }, [](ProceduralWorldSettings& s) { s.cellsZ = -3; },
              [](ProceduralWorldSettings& s) { s.cellSize = 0.0f; },
              [](ProceduralWorldSettings& s) { s.cellSize = -1.0f; },
              [](ProceduralWorldSettings& s) { s.cellSize = std::nanf(""); }}) {
-        ProceduralWorldSettings bad = settings;
+        ProceduralWorldSettings bad = Grid(1);
         change(bad);
         std::string error;
-        EXPECT_FALSE(GenerateProceduralWorld(worldPath, bad, nullptr, &error));
+        EXPECT_FALSE(GenerateProceduralWorld(assets, WorldPath(), bad, nullptr, &error));
         EXPECT_EQ(error, "The world needs at least one cell and a positive cell size.");
     }
-    EXPECT_FALSE(fs::exists(CellsFolder(worldPath)));
-    EXPECT_EQ(ReadText(worldPath), "earlier");
+    EXPECT_FALSE(fs::exists(CellsFolder(WorldPath())));
+    EXPECT_EQ(ReadText(WorldPath()), "earlier");
 }
 
-TEST(GenerateProceduralWorld, ListsOneCellForASingleCellGrid) {
-    ScratchFolder folder;
-    const WorldAsset world = GenerateAndRead(folder / "w.bworld", Grid(1));
-    EXPECT_EQ(Coords(world), (std::vector<CellCoord>{{0, 0}}));
-}
-
-TEST(GenerateProceduralWorld, CentresTheGrid) {
-    ScratchFolder folder;
-    EXPECT_EQ(Coords(GenerateAndRead(folder / "two.bworld", Grid(2))),
-              (std::vector<CellCoord>{{-1, -1}, {0, -1}, {-1, 0}, {0, 0}}));
-    const std::vector<CellCoord> three = Coords(GenerateAndRead(folder / "three.bworld", Grid(3)));
+TEST_F(GenerateProceduralWorldTest, CentresGridsOfOneTwoAndThree) {
+    EXPECT_EQ(Coords(GenerateAndRead(Grid(1))), (std::vector<CellCoord>{{0, 0}}));
+    EXPECT_EQ(Coords(GenerateAndRead(Grid(2))), (std::vector<CellCoord>{{-1, -1}, {0, -1}, {-1, 0}, {0, 0}}));
+    const std::vector<CellCoord> three = Coords(GenerateAndRead(Grid(3)));
     ASSERT_EQ(three.size(), 9u);
     EXPECT_EQ(three.front(), (CellCoord{-1, -1}));
+    EXPECT_EQ(three[1], (CellCoord{0, -1}));
     EXPECT_EQ(three.back(), (CellCoord{1, 1}));
+    EXPECT_EQ(fs::directory_iterator(CellsFolder(WorldPath()))->path().extension(), ".bcell");
 }
 
-TEST(GenerateProceduralWorld, WritesTheDefaultWorldAsTheKnownHead) {
-    ScratchFolder folder;
-    const fs::path worldPath = folder / "Worlds/Procedural.bworld";
+TEST_F(GenerateProceduralWorldTest, TheDefaultWorldHas576CellsOf41Entities) {
     WorldGenerationResult result;
-    std::string error;
-    ASSERT_TRUE(GenerateProceduralWorld(worldPath, ProceduralWorldSettings{}, &result, &error)) << error;
-    const std::string head =
-        "brelk_world 1\ncell_size 64\norigin 0 0\nnavigation 0\ncell -12 -12 41 0 1 0\ncell -11 -12 41 0 1 0\n";
-    EXPECT_EQ(ReadText(worldPath).substr(0, head.size()), head);
-    EXPECT_EQ(result.worldPath, worldPath);
+    const WorldAsset world = GenerateAndRead(ProceduralWorldSettings{}, &result);
+    ASSERT_EQ(world.cells.size(), 576u);
+    std::uint64_t fileBytes = 0;
+    for (const WorldCellEntry& cell : world.cells) {
+        EXPECT_EQ(cell.entityCount, 41u);
+        EXPECT_EQ(cell.terrainCount, 1u);
+        EXPECT_EQ(cell.fileBytes, fs::file_size(CellFilePath(WorldPath(), cell.coord)));
+        fileBytes += cell.fileBytes;
+    }
     EXPECT_EQ(result.cellCount, 576u);
     EXPECT_EQ(result.entityCount, 23616u);
-    EXPECT_EQ(result.cellFileBytes, 0u);
-    EXPECT_EQ(result.residentBytes, 576u * (41u << 9) * 2u);
-    EXPECT_TRUE(fs::is_directory(CellsFolder(worldPath)));
+    EXPECT_EQ(result.cellFileBytes, fileBytes);
+    EXPECT_EQ(result.residentBytes, (23616u * 512u + fileBytes) * 2u);
+    EXPECT_EQ(result.worldPath, WorldPath());
+    EXPECT_EQ(ReadText(WorldPath()).substr(0, 55), "brelk_world 1\ncell_size 64\norigin 0 0\nnavigation 0\ncell");
+    EXPECT_NE(assets.GetRegistry().HandleOfPath(WorldPath()), Assets::kNullAssetHandle);
 }
 
-TEST(GenerateProceduralWorld, CountsATerrainEntityOnlyFromTwoSamples) {
-    ScratchFolder folder;
+TEST_F(GenerateProceduralWorldTest, CellsWithoutTerrainStartTheirGuidsAtTheFirstProp) {
     for (const std::uint32_t terrain : {0u, 1u}) {
-        const WorldAsset world = GenerateAndRead(folder / "w.bworld", Grid(2, 5, terrain));
+        const WorldAsset world = GenerateAndRead(Grid(2, 3, terrain));
         for (const WorldCellEntry& cell : world.cells) {
-            EXPECT_EQ(cell.entityCount, 5u);
+            EXPECT_EQ(cell.entityCount, 3u);
             EXPECT_EQ(cell.terrainCount, 0u);
         }
+        const Scene::Scene scene = LoadCell({-1, -1});
+        const Scene::Entity first = scene.FindEntityByGuid(MakeProceduralGuid(1, -1, -1, 0));
+        ASSERT_NE(first, Scene::kNullEntity);
+        EXPECT_EQ(scene.GetName(first), "Prop 0");
     }
-    const WorldAsset world = GenerateAndRead(folder / "w.bworld", Grid(2, 0, 2));
+}
+
+TEST_F(GenerateProceduralWorldTest, ATerrainOfTwoSamplesHoldsTheFourCorners) {
+    const ProceduralWorldSettings settings = Grid(1, 0, 2);
+    const WorldAsset world = GenerateAndRead(settings);
+    ASSERT_EQ(world.cells.size(), 1u);
+    EXPECT_EQ(world.cells[0].entityCount, 1u);
+    const Scene::Scene scene = LoadCell({0, 0});
+    const Scene::Entity terrain = scene.FindEntityByGuid(MakeProceduralGuid(1, 0, 0, 0));
+    ASSERT_NE(terrain, Scene::kNullEntity);
+    EXPECT_EQ(scene.GetName(terrain), "Terrain 0,0");
+    const auto& component = scene.Get<Scene::TerrainComponent>(terrain);
+    ASSERT_EQ(component.heights.size(), 4u);
+    EXPECT_EQ(component.heights[0], SampleHeight(0.0f, 0.0f, settings) / 8.0f);
+    EXPECT_EQ(component.heights[1], SampleHeight(64.0f, 0.0f, settings) / 8.0f);
+    EXPECT_EQ(component.heights[2], SampleHeight(0.0f, 64.0f, settings) / 8.0f);
+    EXPECT_EQ(component.heights[3], SampleHeight(64.0f, 64.0f, settings) / 8.0f);
+    EXPECT_EQ(component.layerWeights, std::vector<float>(4, 1.0f));
+    EXPECT_EQ(scene.Get<Scene::TransformComponent>(terrain).transform.position, glm::vec3(32.0f, 0.0f, 32.0f));
+}
+
+TEST_F(GenerateProceduralWorldTest, NeighbouringTerrainTilesShareTheirEdge) {
+    (void)GenerateAndRead(Grid(2, 0, 5));
+    const Scene::Scene left = LoadCell({-1, 0});
+    const Scene::Scene right = LoadCell({0, 0});
+    const auto& a = left.Get<Scene::TerrainComponent>(left.FindEntityByGuid(MakeProceduralGuid(1, -1, 0, 0)));
+    const auto& b = right.Get<Scene::TerrainComponent>(right.FindEntityByGuid(MakeProceduralGuid(1, 0, 0, 0)));
+    for (std::size_t row = 0; row < 5; ++row) EXPECT_EQ(a.heights[row * 5 + 4], b.heights[row * 5]);
+}
+
+TEST_F(GenerateProceduralWorldTest, PropsFollowTheCellStream) {
+    const ProceduralWorldSettings settings = Grid(24, 1, 0);
+    (void)GenerateAndRead(settings);
+    const Scene::Scene scene = LoadCell({-12, -12});
+    const Scene::Entity prop = scene.FindEntityByGuid(MakeProceduralGuid(1, -12, -12, 0));
+    ASSERT_NE(prop, Scene::kNullEntity);
+    // The first six 24-bit draws of this cell's stream, each scaled into its range.
+    const auto draw = [](std::uint32_t bits, float lo, float span) {
+        return static_cast<float>(bits) * 5.9604645e-8f * span + lo;
+    };
+    const float originX = -12.0f * 64.0f;
+    const float px = draw(0x321B8D, 1.0f, 62.0f) + originX;
+    const float pz = draw(0x552D5C, 1.0f, 62.0f) + originX;
+    const glm::vec3 scale{draw(0xBBBCD4, 0.8f, 3.2f), draw(0x771E61, 0.8f, 8.2f), draw(0xAFE783, 0.8f, 3.2f)};
+    const Scene::Transform& transform = scene.Get<Scene::TransformComponent>(prop).transform;
+    EXPECT_EQ(transform.position.x, px);
+    EXPECT_EQ(transform.position.z, pz);
+    EXPECT_EQ(transform.scale, scale);
+    EXPECT_EQ(transform.rotation, glm::vec3(0.0f, draw(0xFF9604, 0.0f, 360.0f), 0.0f));
+    EXPECT_EQ(transform.position.y, SampleHeight(px, pz, settings) + scale.y * 0.5f);
+    const auto& renderer = scene.Get<Scene::MeshRendererComponent>(prop);
+    EXPECT_EQ(renderer.mesh, assets.GetBuiltinCube());
+    EXPECT_EQ(renderer.materialSlots, std::vector<std::uint64_t>{assets.GetBuiltinDefaultMaterial()});
+    EXPECT_EQ(scene.Get<Scene::ColliderComponent>(prop).gameplayLayer, Scene::GameplayLayer::Wall);
+}
+
+TEST_F(GenerateProceduralWorldTest, CellsWithoutEntitiesHoldTheVersionAndEnvironmentAlone) {
+    const WorldAsset world = GenerateAndRead(Grid(1, 0, 0));
+    EXPECT_EQ(world.cells[0].entityCount, 0u);
+    const std::string text = ReadText(CellFilePath(WorldPath(), {0, 0}));
+    EXPECT_EQ(text.rfind("scene_version 6\ncomponent_schema \"EnvironmentSettings\" 1 7\n", 0), 0u);
+    EXPECT_EQ(text.find("entity "), std::string::npos);
+    EXPECT_TRUE(LoadCell({0, 0}).Entities().empty());
+}
+
+TEST_F(GenerateProceduralWorldTest, EveryCellLoadsBackWithItsEntities) {
+    const WorldAsset world = GenerateAndRead(Grid(3, 4, 9));
     for (const WorldCellEntry& cell : world.cells) {
-        EXPECT_EQ(cell.entityCount, 1u);
-        EXPECT_EQ(cell.terrainCount, 1u);
+        const Scene::Scene scene = LoadCell(cell.coord);
+        EXPECT_EQ(scene.Entities().size(), 5u);
+        for (std::uint32_t index = 0; index < 5; ++index) {
+            EXPECT_NE(scene.FindEntityByGuid(MakeProceduralGuid(1, cell.coord.x, cell.coord.z, index)), Scene::kNullEntity);
+        }
     }
 }
 
-TEST(GenerateProceduralWorld, WipesTheCellsOfAnEarlierRun) {
-    ScratchFolder folder;
-    const fs::path worldPath = folder / "w.bworld";
-    WriteText(CellsFolder(worldPath) / "cell_99_99.bcell", "stale");
-    WriteText(CellsFolder(worldPath) / "deeper/x", "stale");
-    (void)GenerateAndRead(worldPath, Grid(1));
-    EXPECT_TRUE(fs::is_directory(CellsFolder(worldPath)));
-    EXPECT_TRUE(fs::is_empty(CellsFolder(worldPath)));
+TEST_F(GenerateProceduralWorldTest, TwoRunsGiveTheSameBytes) {
+    const WorldAsset first = GenerateAndRead(Grid(2, 3, 5));
+    const std::string firstWorld = ReadText(WorldPath());
+    const std::vector<std::string> firstCells = CellTexts(first);
+    WriteText(CellsFolder(WorldPath()) / "cell_99_99.bcell", "stale");
+    const WorldAsset second = GenerateAndRead(Grid(2, 3, 5));
+    EXPECT_EQ(ReadText(WorldPath()), firstWorld);
+    EXPECT_EQ(CellTexts(second), firstCells);
+    EXPECT_FALSE(fs::exists(CellsFolder(WorldPath()) / "cell_99_99.bcell"));
 }
 
-TEST(GenerateProceduralWorld, ReportsACellsFolderThatCannotBeCreated) {
-    ScratchFolder folder;
+TEST_F(GenerateProceduralWorldTest, MorePropsKeepTheFirstProps) {
+    (void)GenerateAndRead(Grid(1, 2, 0));
+    const Scene::Scene fewer = LoadCell({0, 0});
+    (void)GenerateAndRead(Grid(1, 5, 0));
+    const Scene::Scene more = LoadCell({0, 0});
+    for (std::uint32_t index = 0; index < 2; ++index) {
+        const Core::Guid guid = MakeProceduralGuid(1, 0, 0, index);
+        EXPECT_EQ(fewer.Get<Scene::TransformComponent>(fewer.FindEntityByGuid(guid)),
+                  more.Get<Scene::TransformComponent>(more.FindEntityByGuid(guid)));
+    }
+}
+
+TEST_F(GenerateProceduralWorldTest, ReportsACellsFolderThatCannotBeCreated) {
     WriteText(folder / "file", "x");
     const fs::path worldPath = folder / "file/w.bworld";
     std::string error;
-    EXPECT_FALSE(GenerateProceduralWorld(worldPath, Grid(1), nullptr, &error));
+    EXPECT_FALSE(GenerateProceduralWorld(assets, worldPath, Grid(1), nullptr, &error));
     const std::string prefix = "Cannot create " + CellsFolder(worldPath).string() + ": ";
     EXPECT_EQ(error.rfind(prefix, 0), 0u) << error;
     EXPECT_GT(error.size(), prefix.size());
-}
-
-TEST(GenerateProceduralWorld, GivesTheSameWorldFileOnEveryRun) {
-    ScratchFolder folder;
-    const fs::path worldPath = folder / "w.bworld";
-    (void)GenerateAndRead(worldPath, Grid(3));
-    const std::string first = ReadText(worldPath);
-    (void)GenerateAndRead(worldPath, Grid(3));
-    EXPECT_EQ(ReadText(worldPath), first);
 }
 
 } // namespace
