@@ -121,13 +121,15 @@ void SetError(std::string* error, std::string message) {
 // The entities of a document, loaded into a new scene aside from the caller's.
 void BuildScene(const SceneDocument& document, Scene& built, const Scene& previous, const ComponentLoadTable& table,
                 const Reflection::SchemaCodecContext& codec, const EnvironmentSettings& environment) {
+    // Sessions keep a pointer to the context: it must outlive all of them.
+    const ComponentLoadContext loadContext{&codec};
     std::vector<ComponentLoadSession> sessions;
     sessions.reserve(document.entities.size());
     for (std::size_t index = 0; index < document.entities.size(); ++index) {
         const SceneEntityBlock& block = document.entities[index];
         std::uint32_t line = 0;
         try {
-            ComponentLoadSession& session = sessions.emplace_back(table, ComponentLoadContext{&codec});
+            ComponentLoadSession& session = sessions.emplace_back(table, loadContext);
             for (const SceneComponentBlock& component : block.records) {
                 line = component.line;
                 SchemaRecord record = component.record;

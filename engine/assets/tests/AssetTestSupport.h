@@ -2,6 +2,7 @@
 
 #include "engine/core/Guid.h"
 #include "engine/core/Logger.h"
+#include "tests/support/TestSupport.h"
 
 #include <algorithm>
 #include <chrono>
@@ -15,52 +16,13 @@
 
 namespace Brelk::Assets::Testing {
 
-// A fresh folder under the system's temporary folder, removed with everything in it.
-class TempFolder {
-public:
-    TempFolder()
-        : path_(std::filesystem::temp_directory_path() / ("brelk-assets-" + Core::Guid::New().ToString())) {
-        std::filesystem::create_directories(path_);
-        // The registry works on canonical paths; comparing against them keeps tests honest
-        // where the temporary folder is reached through a link.
-        path_ = std::filesystem::canonical(path_);
-    }
-    ~TempFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    TempFolder(const TempFolder&) = delete;
-    TempFolder& operator=(const TempFolder&) = delete;
+using TempFolder = Brelk::Testing::ScratchFolder;
 
-    const std::filesystem::path& Path() const { return path_; }
-    std::filesystem::path operator/(std::string_view relative) const { return path_ / relative; }
+using Brelk::Testing::WriteText;
 
-private:
-    std::filesystem::path path_;
-};
+using Brelk::Testing::ReadText;
 
-inline void WriteText(const std::filesystem::path& path, std::string_view text) {
-    std::filesystem::create_directories(path.parent_path());
-    std::ofstream stream(path, std::ios::binary | std::ios::trunc);
-    stream.write(text.data(), static_cast<std::streamsize>(text.size()));
-}
-
-inline std::string ReadText(const std::filesystem::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
-}
-
-// Every regular file below a folder, as paths relative to it in generic form, sorted.
-inline std::vector<std::string> ListFiles(const std::filesystem::path& folder) {
-    std::vector<std::string> files;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-        if (entry.is_regular_file()) {
-            files.push_back(std::filesystem::relative(entry.path(), folder).generic_string());
-        }
-    }
-    std::sort(files.begin(), files.end());
-    return files;
-}
+using Brelk::Testing::ListFiles;
 
 // Sets a file's time into the past, so that any later write shows in its time.
 inline void AgeFile(const std::filesystem::path& path) {

@@ -1,5 +1,7 @@
 #include "engine/assets/ByteStream.h"
 
+#include "tests/support/TestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -10,15 +12,7 @@
 namespace Brelk::Assets {
 namespace {
 
-template <class Fn>
-std::string ThrownMessage(Fn&& fn) {
-    try {
-        fn();
-    } catch (const std::exception& error) {
-        return error.what();
-    }
-    return "<no exception>";
-}
+using Testing::ThrownMessage;
 
 TEST(ByteStreamTest, WritesLittleEndianByteByByte) {
     ByteWriter writer;

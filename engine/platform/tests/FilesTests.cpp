@@ -1,6 +1,6 @@
 #include "engine/platform/Files.h"
 
-#include "engine/platform/tests/ScratchFolder.h"
+#include "tests/support/TestSupport.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

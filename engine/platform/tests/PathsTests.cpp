@@ -1,6 +1,6 @@
 #include "engine/platform/Paths.h"
 
-#include "engine/platform/tests/ScratchFolder.h"
+#include "tests/support/TestSupport.h"
 
 #include <gtest/gtest.h>
 

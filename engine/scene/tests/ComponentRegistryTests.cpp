@@ -8,6 +8,8 @@
 #include "engine/scene/PreservedRecordSet.h"
 #include "engine/scene/Registry.h"
 
+#include "tests/support/TestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <glm/vec3.hpp>
@@ -211,15 +213,7 @@ std::vector<std::string> RecordNames(const std::vector<SchemaRecord>& records) {
     return names;
 }
 
-template <class Fn>
-std::string ThrownMessage(Fn&& fn) {
-    try {
-        fn();
-    } catch (const std::exception& error) {
-        return error.what();
-    }
-    return "<no exception>";
-}
+using Testing::ThrownMessage;
 
 class ComponentLoadTest : public ::testing::Test {
 protected:

@@ -3,6 +3,8 @@
 #include "engine/scene/Scene.h"
 #include "engine/scene/SaveGameFields.h"
 
+#include "tests/support/TestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <glm/vec3.hpp>
@@ -57,15 +59,7 @@ const ComponentTypeEntry& SaveGameEntry() {
     return entry;
 }
 
-template <class Fn>
-std::string ThrownMessage(Fn&& fn) {
-    try {
-        fn();
-    } catch (const std::exception& error) {
-        return error.what();
-    }
-    return "<no exception>";
-}
+using Testing::ThrownMessage;
 
 TEST(SaveGameFieldsTest, CapturesFieldsInDeclarationOrder) {
     const ComponentSaveGameFields& fields = SaveGameEntry().saveGameFields;

@@ -6,10 +6,10 @@
 #include "engine/scene/Scene.h"
 #include "engine/scene/components/CoreComponents.h"
 
+#include "tests/support/TestSupport.h"
+
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
 
 namespace Brelk::Scene {
 namespace {
@@ -19,12 +19,8 @@ namespace fs = std::filesystem;
 const Core::Guid kDoorGuid = *Core::Guid::Parse("3f2a9c1e-7b40-4e11-9a6d-5c0d2e8f1b77");
 const Core::Guid kHandleGuid = *Core::Guid::Parse("a04e5d12-19c3-4b8a-8e27-6d1f0c3ab945");
 
-std::string ReadText(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
+using Testing::ReadText;
+using Testing::WriteText;
 
 // An entity block with the one record every loaded entity needs.
 std::string EntityText(std::string_view guid, std::string_view name, std::string_view parent = "") {
@@ -35,21 +31,12 @@ std::string EntityText(std::string_view guid, std::string_view name, std::string
 constexpr std::string_view kDoor = "3f2a9c1e-7b40-4e11-9a6d-5c0d2e8f1b77";
 constexpr std::string_view kHandle = "a04e5d12-19c3-4b8a-8e27-6d1f0c3ab945";
 
-void WriteText(const fs::path& path, std::string_view text) {
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    file.write(text.data(), static_cast<std::streamsize>(text.size()));
-}
 
 class SceneFileTests : public ::testing::Test {
 protected:
     void SetUp() override {
         InstallComponents();
-        root_ = fs::temp_directory_path() / ("brelk-scene-file-" + Core::Guid::New().ToString());
         assets_.Initialize(root_ / "Content", Assets::AssetSourceMode::Authoring);
-    }
-    void TearDown() override {
-        std::error_code ignored;
-        fs::remove_all(root_, ignored);
     }
 
     fs::path ScenePath() const { return root_ / "Content" / "Main.bscene"; }
@@ -76,7 +63,7 @@ protected:
         return true;
     }
 
-    fs::path root_;
+    Testing::ScratchFolder root_;
     Assets::AssetManager assets_;
 };
 

@@ -13,7 +13,7 @@ using Scene::Entity;
 using Testing::ReadText;
 using Testing::WriteText;
 
-class WriteCellFileTest : public Testing::WorldFixture {
+class WriteCellFileTest : public WorldFixture {
 protected:
     fs::path CellPath() const { return folder / "Cells" / "cell_0_0.bcell"; }
 

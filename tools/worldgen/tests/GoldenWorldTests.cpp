@@ -11,7 +11,7 @@ using Testing::ReadText;
 
 // A 2 by 2 world of one prop and a four-sample terrain per cell, seed 7, pinned byte for
 // byte: any change to sampling, record order, number text or file layout shows here.
-using GoldenWorldTest = Testing::WorldFixture;
+using GoldenWorldTest = WorldFixture;
 
 TEST_F(GoldenWorldTest, SmallWorldMatchesItsGoldenFiles) {
     ProceduralWorldSettings settings = Grid(2, 1, 2);

@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 using Testing::ReadText;
 using Testing::WriteText;
 
-class WritePersistentSceneTest : public Testing::WorldFixture {
+class WritePersistentSceneTest : public WorldFixture {
 protected:
     void SetUp() override {
         WorldFixture::SetUp();

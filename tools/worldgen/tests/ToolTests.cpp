@@ -1,7 +1,7 @@
 #include "tools/worldgen/Tool.h"
 
 #include "tools/worldgen/WorldAsset.h"
-#include "tools/worldgen/tests/ScratchFolder.h"
+#include "tests/support/TestSupport.h"
 
 #include <gtest/gtest.h>
 

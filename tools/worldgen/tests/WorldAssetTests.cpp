@@ -1,6 +1,6 @@
 #include "tools/worldgen/WorldAsset.h"
 
-#include "tools/worldgen/tests/ScratchFolder.h"
+#include "tests/support/TestSupport.h"
 
 #include <gtest/gtest.h>
 

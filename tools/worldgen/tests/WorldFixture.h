@@ -3,11 +3,11 @@
 #include "engine/assets/AssetManager.h"
 #include "engine/scene/InstallComponents.h"
 #include "tools/worldgen/Settings.h"
-#include "tools/worldgen/tests/ScratchFolder.h"
+#include "tests/support/TestSupport.h"
 
 #include <gtest/gtest.h>
 
-namespace Brelk::WorldGen::Testing {
+namespace Brelk::WorldGen {
 
 // A content folder of its own with an initialised asset manager, as the tool has one when it
 // starts generating.
@@ -30,8 +30,8 @@ protected:
         return settings;
     }
 
-    ScratchFolder folder;
+    Testing::ScratchFolder folder;
     Assets::AssetManager assets;
 };
 
-} // namespace Brelk::WorldGen::Testing
+} // namespace Brelk::WorldGen

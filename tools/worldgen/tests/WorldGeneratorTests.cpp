@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 using Testing::ReadText;
 using Testing::WriteText;
 
-class GenerateProceduralWorldTest : public Testing::WorldFixture {
+class GenerateProceduralWorldTest : public WorldFixture {
 protected:
     WorldAsset GenerateAndRead(const ProceduralWorldSettings& settings, WorldGenerationResult* result = nullptr) {
         std::string error;

@@ -1,0 +1,87 @@
+#pragma once
+
+// Helpers shared by the test suites of every engine folder: scratch folders on disk, whole
+// files as text, and the message of an expected exception.
+
+#include "engine/core/Guid.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+namespace Brelk::Testing {
+
+// A fresh folder below the system's temporary folder, removed with everything in it. Its
+// path is canonical, as the engine's path identity makes every path it keeps.
+class ScratchFolder {
+public:
+    ScratchFolder() : path_(std::filesystem::temp_directory_path() / ("brelk-test-" + Core::Guid::New().ToString())) {
+        std::filesystem::create_directories(path_);
+        path_ = std::filesystem::canonical(path_);
+    }
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+    ~ScratchFolder() {
+        std::error_code ignored;
+        // A test may have made the folder read-only; removal needs it writable again.
+        std::filesystem::permissions(path_, std::filesystem::perms::owner_all, std::filesystem::perm_options::add,
+                                     ignored);
+        std::filesystem::remove_all(path_, ignored);
+    }
+
+    const std::filesystem::path& Path() const { return path_; }
+    std::filesystem::path operator/(const std::filesystem::path& relative) const { return path_ / relative; }
+
+private:
+    std::filesystem::path path_;
+};
+
+// Writes `text` as the whole file, creating its folder first.
+inline void WriteText(const std::filesystem::path& path, std::string_view text) {
+    if (path.has_parent_path()) {
+        std::error_code ignored;
+        std::filesystem::create_directories(path.parent_path(), ignored);
+    }
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    file.write(text.data(), static_cast<std::streamsize>(text.size()));
+}
+
+inline std::string ReadText(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+}
+
+// Names in a folder, for checking that no temporary file was left behind.
+inline std::size_t CountEntries(const std::filesystem::path& folder) {
+    std::size_t count = 0;
+    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder)) ++count;
+    return count;
+}
+
+// Every regular file below a folder, as paths relative to it in generic form, sorted.
+inline std::vector<std::string> ListFiles(const std::filesystem::path& folder) {
+    std::vector<std::string> files;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+        if (entry.is_regular_file()) files.push_back(std::filesystem::relative(entry.path(), folder).generic_string());
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+// The text of the exception that `fn` throws, or "<no exception>".
+template <class Fn>
+std::string ThrownMessage(Fn&& fn) {
+    try {
+        fn();
+    } catch (const std::exception& error) {
+        return error.what();
+    }
+    return "<no exception>";
+}
+
+} // namespace Brelk::Testing
