@@ -121,7 +121,7 @@ public:
     }
 
     // Opens "<name>_<stamp>.log" and "<name>.latest.log" in the user settings "Logs"
-    // folder, reads BRELK_LOG_LEVELS and starts the sink thread if the configuration asks.
+    // folder, reads BRELK_LOG_LEVELS and starts the sink thread.
     void StartSession(std::string_view appName);
     // Throws std::filesystem::filesystem_error when the folder cannot be created.
     void StartSession(std::string_view appName, const std::filesystem::path& folder);

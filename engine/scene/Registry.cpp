@@ -377,10 +377,11 @@ std::shared_ptr<PreservedRecordSet> Registry::GetPreservedRecords(Entity entity)
 }
 
 std::vector<Entity> Registry::EntitiesWithPreservedRecords() const {
+    // In creation order, as files list entities, never in the hash table's order.
     std::vector<Entity> result;
     result.reserve(preservedRecords.size());
-    for (const auto& [entity, records] : preservedRecords) {
-        result.push_back(entity);
+    for (const Entity entity : entities) {
+        if (preservedRecords.contains(entity)) result.push_back(entity);
     }
     return result;
 }

@@ -10,11 +10,11 @@ namespace {
 namespace fs = std::filesystem;
 using Testing::ListFiles;
 using Testing::ReadText;
-using Testing::TempFolder;
+using Testing::ScratchFolder;
 using Testing::WriteText;
 
 TEST(AssetCompanions, ListsTheExistingCompanionsInTheirOrder) {
-    TempFolder folder;
+    ScratchFolder folder;
     WriteText(folder / "Island.bworld", "w");
     WriteText(folder / "Island.bworld.cells/c.bcell", "c");
     WriteText(folder / "Island.bworld.bmeta", "m");
@@ -23,8 +23,8 @@ TEST(AssetCompanions, ListsTheExistingCompanionsInTheirOrder) {
     EXPECT_TRUE(ExistingCompanions(folder / "Other.bworld").empty());
 }
 
-TEST(AssetCompanions, MovesAllThreeCompanionsToTheNewName) {
-    TempFolder folder;
+TEST(AssetCompanions, MovesEveryCompanionItCanAndRefusesOneThatExistsAtTheNewName) {
+    ScratchFolder folder;
     WriteText(folder / "Tree.fbx.bmeta", "m");
     WriteText(folder / "Tree.fbx.materials/Bark.bmat", "b");
     WriteText(folder / "Tree.fbx.cells/c.bcell", "c");
@@ -32,23 +32,17 @@ TEST(AssetCompanions, MovesAllThreeCompanionsToTheNewName) {
     ASSERT_TRUE(RenameCompanions(folder / "Tree.fbx", folder / "Oak.fbx", &error)) << error;
     EXPECT_EQ(ListFiles(folder.Path()),
               (std::vector<std::string>{"Oak.fbx.bmeta", "Oak.fbx.cells/c.bcell", "Oak.fbx.materials/Bark.bmat"}));
-}
 
-TEST(AssetCompanions, RefusesACompanionThatExistsAtTheNewNameAndStillMovesTheOthers) {
-    TempFolder folder;
-    WriteText(folder / "Tree.fbx.bmeta", "old");
-    WriteText(folder / "Tree.fbx.materials/Bark.bmat", "b");
-    WriteText(folder / "Oak.fbx.bmeta", "taken");
-    std::string error;
-    EXPECT_FALSE(RenameCompanions(folder / "Tree.fbx", folder / "Oak.fbx", &error));
-    EXPECT_EQ(error, "Sidecar already exists: " + (folder / "Oak.fbx.bmeta").string());
-    EXPECT_EQ(ReadText(folder / "Oak.fbx.bmeta"), "taken");
-    EXPECT_EQ(ReadText(folder / "Tree.fbx.bmeta"), "old");
-    EXPECT_TRUE(fs::exists(folder / "Oak.fbx.materials/Bark.bmat"));
+    WriteText(folder / "Elm.fbx.bmeta", "taken");
+    EXPECT_FALSE(RenameCompanions(folder / "Oak.fbx", folder / "Elm.fbx", &error));
+    EXPECT_EQ(error, "Sidecar already exists: " + (folder / "Elm.fbx.bmeta").string());
+    EXPECT_EQ(ListFiles(folder.Path()), (std::vector<std::string>{"Elm.fbx.bmeta", "Elm.fbx.cells/c.bcell",
+                                                                  "Elm.fbx.materials/Bark.bmat", "Oak.fbx.bmeta"}));
+    EXPECT_EQ(ReadText(folder / "Elm.fbx.bmeta"), "taken");
 }
 
 TEST(AssetCompanions, RenamesTheSourceFirstAndItsCompanionsOnlyIfThatWorked) {
-    TempFolder folder;
+    ScratchFolder folder;
     WriteText(folder / "Rock.png.bmeta", "m");
     std::string error;
     EXPECT_FALSE(RenameAssetSource(folder / "Rock.png", folder / "Stone.png", &error));

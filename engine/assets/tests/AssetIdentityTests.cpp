@@ -13,36 +13,23 @@ namespace {
 
 using Core::Guid;
 
-TEST(AssetIdentity, TurnsBackslashesIntoSlashesAndKeepsCase) {
+TEST(AssetIdentity, KeysPathsWithSlashesInTheirCaseAndHoldsOnlyKeysBelowTheRoot) {
     EXPECT_EQ(AssetPathKey("C:\\Game\\Content/Rock.PNG"), "C:/Game/Content/Rock.PNG");
-}
-
-TEST(AssetIdentity, CutsTrailingSlashesOfTheRootKeyDownToOneCharacter) {
     EXPECT_EQ(ContentRootKey("/game/content//"), "/game/content");
     EXPECT_EQ(ContentRootKey("/"), "/");
     EXPECT_EQ(ContentRootKey("C:\\Game\\"), "C:/Game");
-}
-
-TEST(AssetIdentity, HoldsOnlyKeysBelowTheRootBehindASlash) {
     EXPECT_TRUE(IsKeyInsideRoot("/a", "/a/b"));
-    EXPECT_FALSE(IsKeyInsideRoot("/a", "/ab"));
-    EXPECT_FALSE(IsKeyInsideRoot("/a", "/a"));
-    EXPECT_FALSE(IsKeyInsideRoot("/a", "/A/b"));
+    for (const char* key : {"/ab", "/a", "/A/b"}) EXPECT_FALSE(IsKeyInsideRoot("/a", key)) << key;
     EXPECT_FALSE(IsKeyInsideRoot("", "/a/b"));
 }
 
-TEST(AssetIdentity, DerivesContentGuidsFromTheRelativeKeyAndOthersFromTheWholeKey) {
+TEST(AssetIdentity, NamesEachKindOfGuidByItsText) {
     EXPECT_EQ(DerivedAssetGuid("/p/Content", "/p/Content/Art/Rock.png"),
               Guid::FromName("brelk-asset:content:Art/Rock.png"));
     EXPECT_EQ(DerivedAssetGuid("/p/Content", "/q/Rock.png"), Guid::FromName("brelk-asset:path:/q/Rock.png"));
-}
-
-TEST(AssetIdentity, DerivesTheSameGuidsForACopiedProject) {
+    // A copied project keeps its Guids.
     EXPECT_EQ(DerivedAssetGuid("/home/a/Game/Content", "/home/a/Game/Content/x/y.bmat"),
               DerivedAssetGuid("/mnt/copy/Content", "/mnt/copy/Content/x/y.bmat"));
-}
-
-TEST(AssetIdentity, NamesBuiltinDuplicateAndSubAssetGuidsByTheirTexts) {
     const Guid old = *Guid::Parse("0123456789abcdef8123456789abcdef");
     EXPECT_EQ(BuiltinAssetGuid("Builtin/Cube"), Guid::FromName("builtin:Builtin/Cube"));
     EXPECT_EQ(DuplicateAssetGuid(old, "/c/b.png"),
@@ -52,12 +39,10 @@ TEST(AssetIdentity, NamesBuiltinDuplicateAndSubAssetGuidsByTheirTexts) {
 }
 
 TEST(AssetIdentity, StemsASubkeyByItsTrailingNumber) {
-    EXPECT_EQ(SubkeyStem("Mesh#3"), "Mesh");
-    EXPECT_EQ(SubkeyStem("Mesh#12"), "Mesh");
-    EXPECT_EQ(SubkeyStem("Mesh"), "Mesh");
-    EXPECT_EQ(SubkeyStem("Mesh#"), "Mesh#");
-    EXPECT_EQ(SubkeyStem("Mesh#3a"), "Mesh#3a");
-    EXPECT_EQ(SubkeyStem("A#1#2"), "A#1");
+    const std::pair<const char*, const char*> table[] = {{"Mesh#3", "Mesh"},   {"Mesh#12", "Mesh"},
+                                                         {"Mesh", "Mesh"},     {"Mesh#", "Mesh#"},
+                                                         {"Mesh#3a", "Mesh#3a"}, {"A#1#2", "A#1"}};
+    for (const auto& [subkey, stem] : table) EXPECT_EQ(SubkeyStem(subkey), stem) << subkey;
 }
 
 TEST(AssetIdentity, StampsSizeThenTimeAsLittleEndianBytes) {
@@ -81,18 +66,13 @@ TEST(AssetTypeWords, MapsEveryWordBothWays) {
 }
 
 TEST(AssetTypeWords, TypesSourcesByTheirExtensionInLowerCase) {
-    EXPECT_EQ(AssetTypeOfPath("a/Rock.PNG"), AssetType::Texture);
-    EXPECT_EQ(AssetTypeOfPath("Rock.obj"), AssetType::Mesh);
-    EXPECT_EQ(AssetTypeOfPath("Tree.fbx"), AssetType::Scene);
-    EXPECT_EQ(AssetTypeOfPath("Level.bscene"), AssetType::Scene);
-    EXPECT_EQ(AssetTypeOfPath("Fx.bmatfunc"), AssetType::Material);
-    EXPECT_EQ(AssetTypeOfPath("Wind.FLAC"), AssetType::Audio);
-    EXPECT_EQ(AssetTypeOfPath("Island.bworld"), AssetType::World);
-    EXPECT_EQ(AssetTypeOfPath("Keys.binput"), AssetType::InputMap);
-    EXPECT_EQ(AssetTypeOfPath("Island.bworld.cells/c_0_0.bcell"), AssetType::Unknown);
-    EXPECT_EQ(AssetTypeOfPath("Rock.png.bmeta"), AssetType::Unknown);
-    EXPECT_EQ(AssetTypeOfPath("Notes.txt"), AssetType::Unknown);
-    EXPECT_EQ(AssetTypeOfPath("README"), AssetType::Unknown);
+    const std::pair<const char*, AssetType> table[] = {
+        {"a/Rock.PNG", AssetType::Texture}, {"Rock.obj", AssetType::Mesh},         {"Tree.fbx", AssetType::Scene},
+        {"Level.bscene", AssetType::Scene}, {"Fx.bmatfunc", AssetType::Material},  {"Wind.FLAC", AssetType::Audio},
+        {"Island.bworld", AssetType::World}, {"Keys.binput", AssetType::InputMap},
+        {"Island.bworld.cells/c_0_0.bcell", AssetType::Unknown}, {"Rock.png.bmeta", AssetType::Unknown},
+        {"Notes.txt", AssetType::Unknown},  {"README", AssetType::Unknown}};
+    for (const auto& [path, type] : table) EXPECT_EQ(AssetTypeOfPath(path), type) << path;
     EXPECT_EQ(AssetTypeOfExtension(".averyveryverylongextension"), AssetType::Unknown);
 }
 

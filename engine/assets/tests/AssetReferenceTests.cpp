@@ -10,7 +10,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using Core::Guid;
-using Testing::TempFolder;
+
 using Testing::WriteText;
 
 class AssetReferenceTest : public ::testing::Test {
@@ -28,7 +28,7 @@ protected:
 
     fs::path Content(std::string_view relative) const { return root_ / "Content" / relative; }
 
-    TempFolder root_;
+    Testing::ScratchFolder root_;
     AssetRegistry registry_;
     AssetHandle cube_ = 0;
     AssetHandle rock_ = 0;
@@ -45,52 +45,42 @@ TEST_F(AssetReferenceTest, WritesBuiltinsByNameAndFilesByGuid) {
 }
 
 TEST_F(AssetReferenceTest, ResolvesEveryWrittenReferenceBackToItsHandle) {
-    for (const AssetHandle handle : {cube_, rock_, me_, meMaterial_}) {
+    for (const AssetHandle handle : {cube_, rock_, me_, meMaterial_})
         EXPECT_EQ(ResolveAssetReference(registry_, AssetReferenceOf(registry_, handle), AssetType::Unknown), handle);
-    }
 }
 
-TEST_F(AssetReferenceTest, ResolvesGuidBuiltinContentAndPathReferences) {
-    const std::string rockGuid = Guid::FromName("brelk-asset:content:Art/Rock.png").ToString();
-    EXPECT_EQ(ResolveAssetReference(registry_, "guid:" + rockGuid, AssetType::Texture), rock_);
-    EXPECT_EQ(ResolveAssetReference(registry_, "builtin:Builtin/Cube", AssetType::Mesh), cube_);
-    EXPECT_EQ(ResolveAssetReference(registry_, "content:Art/Rock.png", AssetType::Texture), rock_);
-    EXPECT_EQ(ResolveAssetReference(registry_, "path:" + Content("Art/Rock.png").generic_string(), AssetType::Texture),
-              rock_);
-    EXPECT_EQ(ResolveAssetReference(registry_, "content:Art/../Art/Rock.png", AssetType::Texture), rock_);
-}
-
-TEST_F(AssetReferenceTest, GivesZeroForEmptyBadAndUnknownReferences) {
-    EXPECT_EQ(ResolveAssetReference(registry_, "", AssetType::Unknown), 0u);
-    EXPECT_EQ(ResolveAssetReference(registry_, "guid:nope", AssetType::Unknown), 0u);
-    EXPECT_EQ(ResolveAssetReference(registry_, "guid:00000000-0000-0000-0000-000000000000", AssetType::Unknown), 0u);
-    EXPECT_EQ(ResolveAssetReference(registry_, "guid:" + Guid::New().ToString(), AssetType::Unknown), 0u);
-    EXPECT_EQ(ResolveAssetReference(registry_, "builtin:Builtin/Nothing", AssetType::Unknown), 0u);
-    EXPECT_EQ(ResolveAssetReference(registry_, "content:Art/Missing.png", AssetType::Unknown), 0u);
-    EXPECT_EQ(ResolveAssetReference(registry_, "Art/Rock.png", AssetType::Unknown), 0u);
-}
-
-TEST_F(AssetReferenceTest, ResolvesDerivedReferencesBySubkeyInHexAndExpectedType) {
-    EXPECT_EQ(ResolveAssetReference(registry_, "derived:content:Models/Tree.fbx|subkey:4d65", AssetType::Mesh), me_);
-    EXPECT_EQ(ResolveAssetReference(registry_, "derived:content:Models/Tree.fbx|subkey:4D65", AssetType::Material),
-              meMaterial_);
-    EXPECT_EQ(ResolveAssetReference(registry_, "derived:content:Models/Tree.fbx|subkey:4d6", AssetType::Mesh), 0u);
-    EXPECT_EQ(ResolveAssetReference(registry_, "derived:content:Models/Tree.fbx|subkey:4g65", AssetType::Mesh), 0u);
-    EXPECT_EQ(ResolveAssetReference(registry_, "derived:content:Models/Tree.fbx|subkey:4d65", AssetType::Clip), 0u);
-    EXPECT_EQ(ResolveAssetReference(registry_, "derived:content:Models/Tree.fbx", AssetType::Mesh), 0u);
-    EXPECT_EQ(ResolveAssetReference(registry_, "derived:content:Models/Bush.fbx|subkey:4d65", AssetType::Mesh), 0u);
-}
-
-TEST_F(AssetReferenceTest, ResolvesDerivedReferencesByTargetPathAlsoWithoutItsNumberPrefix) {
-    EXPECT_EQ(ResolveAssetReference(registry_, "derived:content:Models/Tree.fbx|content:Models/Tree/2_Trunk.bmesh",
-                                    AssetType::Mesh),
-              me_);
-    EXPECT_EQ(ResolveAssetReference(registry_, "derived:content:Models/Tree.fbx|content:Models/Tree/5_Trunk.bmesh",
-                                    AssetType::Mesh),
-              me_);
-    EXPECT_EQ(ResolveAssetReference(registry_, "derived:content:Models/Tree.fbx|content:Models/Tree/Leaf.bmesh",
-                                    AssetType::Mesh),
-              0u);
+TEST_F(AssetReferenceTest, ResolvesEachKindOfReferenceOrGivesZero) {
+    const std::string rock = "guid:" + Guid::FromName("brelk-asset:content:Art/Rock.png").ToString();
+    const std::string tree = "derived:content:Models/Tree.fbx|";
+    const struct {
+        std::string reference;
+        AssetType type;
+        AssetHandle expected;
+    } table[] = {
+        {rock, AssetType::Texture, rock_},
+        {"builtin:Builtin/Cube", AssetType::Mesh, cube_},
+        {"content:Art/Rock.png", AssetType::Texture, rock_},
+        {"path:" + Content("Art/Rock.png").generic_string(), AssetType::Texture, rock_},
+        {"content:Art/../Art/Rock.png", AssetType::Texture, rock_},
+        {tree + "subkey:4d65", AssetType::Mesh, me_},
+        {tree + "subkey:4D65", AssetType::Material, meMaterial_},
+        {tree + "content:Models/Tree/2_Trunk.bmesh", AssetType::Mesh, me_},
+        {tree + "content:Models/Tree/5_Trunk.bmesh", AssetType::Mesh, me_},
+        {"", AssetType::Unknown, 0},
+        {"guid:nope", AssetType::Unknown, 0},
+        {"guid:00000000-0000-0000-0000-000000000000", AssetType::Unknown, 0},
+        {"guid:" + Guid::New().ToString(), AssetType::Unknown, 0},
+        {"builtin:Builtin/Nothing", AssetType::Unknown, 0},
+        {"content:Art/Missing.png", AssetType::Unknown, 0},
+        {"Art/Rock.png", AssetType::Unknown, 0},
+        {tree + "subkey:4d6", AssetType::Mesh, 0},
+        {tree + "subkey:4g65", AssetType::Mesh, 0},
+        {tree + "subkey:4d65", AssetType::Clip, 0},
+        {"derived:content:Models/Tree.fbx", AssetType::Mesh, 0},
+        {"derived:content:Models/Bush.fbx|subkey:4d65", AssetType::Mesh, 0},
+        {tree + "content:Models/Tree/Leaf.bmesh", AssetType::Mesh, 0},
+    };
+    for (const auto& c : table) EXPECT_EQ(ResolveAssetReference(registry_, c.reference, c.type), c.expected) << c.reference;
 }
 
 TEST_F(AssetReferenceTest, ResolvesPathReferencesAgainstTheContentFolder) {

@@ -7,108 +7,75 @@
 namespace Brelk::Assets {
 namespace {
 
+namespace fs = std::filesystem;
 using Core::Guid;
 using Testing::AgeFile;
 using Testing::ListFiles;
 using Testing::ReadText;
-using Testing::TempFolder;
+using Testing::ScratchFolder;
 using Testing::WriteText;
 
 const Guid kGuid = *Guid::Parse("0123456789abcdef8123456789abcdef");
 const Guid kSubGuid = *Guid::Parse("fedcba98765432108123456789abcdef");
-constexpr std::string_view kGuidText = "01234567-89ab-cdef-8123-456789abcdef";
+const std::string kHeader = "bmeta 1\nguid 01234567-89ab-cdef-8123-456789abcdef\n";
+const std::string kSubGuidText = "fedcba98-7654-3210-8123-456789abcdef";
 
-std::string Header() { return "bmeta 1\nguid " + std::string(kGuidText) + "\n"; }
-
-TEST(AssetSidecar, WritesTheDefaultTextureSidecarAsSevenLines) {
-    const AssetSidecar sidecar = MakeDefaultSidecar(AssetType::Texture, "Rock.png", kGuid);
-    EXPECT_EQ(SerializeSidecar(sidecar), "bmeta 1\n"
-                                         "guid 01234567-89ab-cdef-8123-456789abcdef\n"
-                                         "importer texture 1\n"
-                                         "settings\n"
-                                         "encoding \"auto\"\n"
-                                         "max_size \"0\"\n"
-                                         "end\n");
-}
-
-TEST(AssetSidecar, WritesSettingsAndEndEvenWithoutSettingsAndNativeForAnEmptyImporter) {
-    AssetSidecar sidecar;
-    sidecar.guid = kGuid;
-    sidecar.importerVersion = 3;
-    EXPECT_EQ(SerializeSidecar(sidecar), Header() + "importer native 3\nsettings\nend\n");
-}
-
-TEST(AssetSidecar, WritesSubAssetsOnlyWhenThereAreSome) {
-    AssetSidecar sidecar = MakeDefaultSidecar(AssetType::Scene, "Tree.fbx", kGuid);
-    sidecar.subAssets.push_back(SidecarSubAsset{"Trunk#1", AssetType::Mesh, kSubGuid});
-    EXPECT_EQ(SerializeSidecar(sidecar), Header() +
-                                             "importer model 1\nsettings\nend\nsubassets\n"
-                                             "mesh \"Trunk#1\" fedcba98-7654-3210-8123-456789abcdef\nend\n");
+TEST(AssetSidecar, WritesTheExactText) {
+    EXPECT_EQ(SerializeSidecar(MakeDefaultSidecar(AssetType::Texture, "Rock.png", kGuid)),
+              kHeader + "importer texture 1\nsettings\nencoding \"auto\"\nmax_size \"0\"\nend\n");
+    // Settings and end even without settings; an empty importer is written as native.
+    AssetSidecar bare;
+    bare.guid = kGuid;
+    bare.importerVersion = 3;
+    EXPECT_EQ(SerializeSidecar(bare), kHeader + "importer native 3\nsettings\nend\n");
+    AssetSidecar model = MakeDefaultSidecar(AssetType::Scene, "Tree.fbx", kGuid);
+    model.subAssets.push_back(SidecarSubAsset{"Trunk#1", AssetType::Mesh, kSubGuid});
+    EXPECT_EQ(SerializeSidecar(model),
+              kHeader + "importer model 1\nsettings\nend\nsubassets\nmesh \"Trunk#1\" " + kSubGuidText + "\nend\n");
 }
 
 TEST(AssetSidecar, RoundTripsSettingsWithQuotesAndBackslashesAndSubAssets) {
-    AssetSidecar sidecar;
-    sidecar.guid = kGuid;
-    sidecar.importer = "model";
-    sidecar.importerVersion = 7;
-    sidecar.settings = {{"path", "C:\\Art\\\"Rock\" 1"}, {"empty", ""}, {"scale", "0.5"}};
-    sidecar.subAssets = {{"Body \"main\"", AssetType::Mesh, kSubGuid}, {"Walk", AssetType::Clip, kGuid}};
+    const AssetSidecar sidecar{1, kGuid, "model", 7, {{"path", "C:\\Art\\\"Rock\" 1"}, {"empty", ""}, {"scale", "0.5"}},
+                               {{"Body \"main\"", AssetType::Mesh, kSubGuid}, {"Walk", AssetType::Clip, kGuid}}};
     std::string error;
     const std::optional<AssetSidecar> read = ParseSidecar(SerializeSidecar(sidecar), &error);
     ASSERT_TRUE(read) << error;
     EXPECT_EQ(*read, sidecar);
 }
 
-TEST(AssetSidecar, SkipsBlankLinesCommentsAndUnknownKeys) {
-    const std::string text = "\n# made by hand\nbmeta 1\n   \nfuture_key 12 \"x\"\nguid " + std::string(kGuidText) +
-                             "\n#importer audio 4\nimporter texture 2\nsettings\n# a comment\n\nmax_size \"64\"\n"
-                             "end\nend\nsubassets\n# mesh\nmesh \"A\" fedcba98-7654-3210-8123-456789abcdef\nend\n";
-    const std::optional<AssetSidecar> read = ParseSidecar(text);
-    ASSERT_TRUE(read);
-    EXPECT_EQ(read->version, 1u);
-    EXPECT_EQ(read->guid, kGuid);
-    EXPECT_EQ(read->importer, "texture");
-    EXPECT_EQ(read->importerVersion, 2u);
-    ASSERT_EQ(read->settings.size(), 1u);
-    EXPECT_EQ(read->settings[0], (std::pair<std::string, std::string>{"max_size", "64"}));
-    ASSERT_EQ(read->subAssets.size(), 1u);
-    EXPECT_EQ(read->subAssets[0], (SidecarSubAsset{"A", AssetType::Mesh, kSubGuid}));
+TEST(AssetSidecar, ReadsHandWrittenText) {
+    const struct {
+        std::string text;
+        AssetSidecar expected;
+    } table[] = {
+        // Blank lines, comments and unknown keys are skipped; so is a second "end".
+        {"\n# made by hand\nbmeta 1\n   \nfuture_key 12 \"x\"\nguid 01234567-89ab-cdef-8123-456789abcdef\n"
+         "#importer audio 4\nimporter texture 2\nsettings\n# a comment\n\nmax_size \"64\"\nend\nend\nsubassets\n"
+         "# mesh\nmesh \"A\" " + kSubGuidText + "\nend\n",
+         {1, kGuid, "texture", 2, {{"max_size", "64"}}, {{"A", AssetType::Mesh, kSubGuid}}}},
+        {"bmeta 1\r\nguid 01234567-89ab-cdef-8123-456789abcdef\r\nimporter audio 1\r\nsettings\r\nmode \"stream\"\r\n"
+         "end\r\n",
+         {1, kGuid, "audio", 1, {{"mode", "stream"}}, {}}},
+        // A missing value is empty, an unquoted one a single word.
+        {kHeader + "settings\nflag\nmode plain words\nend\n", {1, kGuid, "", 1, {{"flag", ""}, {"mode", "plain"}}, {}}},
+        // The importer version stays when the line has none.
+        {kHeader + "importer audio\n", {1, kGuid, "audio", 1, {}, {}}},
+    };
+    for (const auto& c : table) {
+        std::string error;
+        const std::optional<AssetSidecar> read = ParseSidecar(c.text, &error);
+        ASSERT_TRUE(read) << c.text << error;
+        EXPECT_EQ(*read, c.expected) << c.text;
+    }
 }
-
-TEST(AssetSidecar, ReadsCarriageReturnLineEndings) {
-    const std::string text = "bmeta 1\r\nguid " + std::string(kGuidText) + "\r\nimporter audio 1\r\nsettings\r\n"
-                             "mode \"stream\"\r\nend\r\n";
-    const std::optional<AssetSidecar> read = ParseSidecar(text);
-    ASSERT_TRUE(read);
-    EXPECT_EQ(read->importer, "audio");
-    ASSERT_EQ(read->settings.size(), 1u);
-    EXPECT_EQ(read->settings[0].second, "stream");
-}
-
-TEST(AssetSidecar, GivesAMissingSettingValueTheEmptyStringAndReadsAPlainWord) {
-    const std::optional<AssetSidecar> read = ParseSidecar(Header() + "settings\nflag\nmode plain words\nend\n");
-    ASSERT_TRUE(read);
-    ASSERT_EQ(read->settings.size(), 2u);
-    EXPECT_EQ(read->settings[0], (std::pair<std::string, std::string>{"flag", ""}));
-    EXPECT_EQ(read->settings[1], (std::pair<std::string, std::string>{"mode", "plain"}));
-}
-
-TEST(AssetSidecar, KeepsTheImporterVersionWhenTheLineHasNone) {
-    const std::optional<AssetSidecar> read = ParseSidecar(Header() + "importer audio\n");
-    ASSERT_TRUE(read);
-    EXPECT_EQ(read->importer, "audio");
-    EXPECT_EQ(read->importerVersion, 1u);
-}
-
-struct BrokenSidecar {
-    std::string text;
-    std::string message;
-};
 
 TEST(AssetSidecar, RefusesBrokenTextWithTheExactMessage) {
-    const std::string guidLine = "guid " + std::string(kGuidText) + "\n";
-    const std::string sub = Header() + "subassets\n";
-    const std::vector<BrokenSidecar> cases = {
+    const std::string guidLine = "guid 01234567-89ab-cdef-8123-456789abcdef\n";
+    const std::string sub = kHeader + "subassets\n";
+    const struct {
+        std::string text;
+        std::string message;
+    } table[] = {
         {"", "Missing bmeta header."},
         {"# nothing\n\n", "Missing bmeta header."},
         {guidLine, "Missing bmeta header."},
@@ -128,113 +95,85 @@ TEST(AssetSidecar, RefusesBrokenTextWithTheExactMessage) {
         {"bmeta 1\nguid 0123456789abcdef8123456789abcdeg\n", "Invalid bmeta guid."},
         {sub + "mesh\n", "Malformed sub-asset at line 4."},
         {sub + "mesh \"Body\"\n", "Malformed sub-asset at line 4."},
-        {sub + "\n# c\nmesh \"Body fedcba98-7654-3210-8123-456789abcdef\n", "Malformed sub-asset at line 6."},
+        {sub + "\n# c\nmesh \"Body " + kSubGuidText + "\n", "Malformed sub-asset at line 6."},
         {sub + "mesh \"Body\" nope\n", "Invalid sub-asset at line 4."},
         {sub + "mesh \"Body\" 00000000000000000000000000000000\n", "Invalid sub-asset at line 4."},
-        {sub + "unknown \"Body\" fedcba98-7654-3210-8123-456789abcdef\n", "Invalid sub-asset at line 4."},
-        {sub + "Mesh \"Body\" fedcba98-7654-3210-8123-456789abcdef\n", "Invalid sub-asset at line 4."},
+        {sub + "unknown \"Body\" " + kSubGuidText + "\n", "Invalid sub-asset at line 4."},
+        {sub + "Mesh \"Body\" " + kSubGuidText + "\n", "Invalid sub-asset at line 4."},
         {sub + "end\nbmeta 3\n", "bmeta version 3 is newer than this engine reads."},
     };
-    for (const BrokenSidecar& broken : cases) {
+    for (const auto& broken : table) {
         std::string error;
         EXPECT_FALSE(ParseSidecar(broken.text, &error)) << broken.text;
         EXPECT_EQ(error, broken.message) << broken.text;
     }
 }
 
-TEST(AssetSidecar, FailsToReadAMissingFileWithCannotOpen) {
-    TempFolder folder;
-    std::string error;
-    EXPECT_FALSE(ReadSidecar(folder / "Missing.png.bmeta", &error));
-    EXPECT_EQ(error, "Cannot open sidecar.");
-}
-
-TEST(AssetSidecar, ReadsTheFileItWrote) {
-    TempFolder folder;
-    const std::filesystem::path path = folder / "Rock.png.bmeta";
-    const AssetSidecar sidecar = MakeDefaultSidecar(AssetType::Texture, "Rock.png", kGuid);
+TEST(AssetSidecarFile, WritesOnlyChangedTextAndLeavesNoTemporaryFile) {
+    ScratchFolder folder;
+    const fs::path path = folder / "Rock.png.bmeta";
+    WriteText(path, "old text");
+    AssetSidecar sidecar = MakeDefaultSidecar(AssetType::Texture, "Rock.png", kGuid);
     std::string error;
     ASSERT_TRUE(WriteSidecar(path, sidecar, &error)) << error;
     EXPECT_EQ(ReadText(path), SerializeSidecar(sidecar));
+    EXPECT_EQ(ListFiles(folder.Path()), std::vector<std::string>{"Rock.png.bmeta"});
     const std::optional<AssetSidecar> read = ReadSidecar(path, &error);
     ASSERT_TRUE(read) << error;
     EXPECT_EQ(*read, sidecar);
-}
 
-TEST(AssetSidecar, LeavesAFileWithTheSameTextUntouched) {
-    TempFolder folder;
-    const std::filesystem::path path = folder / "Rock.png.bmeta";
-    const AssetSidecar sidecar = MakeDefaultSidecar(AssetType::Texture, "Rock.png", kGuid);
-    ASSERT_TRUE(WriteSidecar(path, sidecar));
     AgeFile(path);
-    const auto before = std::filesystem::last_write_time(path);
+    const auto before = fs::last_write_time(path);
     ASSERT_TRUE(WriteSidecar(path, sidecar));
-    EXPECT_EQ(std::filesystem::last_write_time(path), before);
-}
-
-TEST(AssetSidecar, ReplacesAFileWithOtherTextAndLeavesNoTemporaryFile) {
-    TempFolder folder;
-    const std::filesystem::path path = folder / "Rock.png.bmeta";
-    WriteText(path, "old text");
-    AssetSidecar sidecar = MakeDefaultSidecar(AssetType::Texture, "Rock.png", kGuid);
+    EXPECT_EQ(fs::last_write_time(path), before);
     SetSidecarSetting(sidecar, "max_size", "512");
     ASSERT_TRUE(WriteSidecar(path, sidecar));
     EXPECT_EQ(ReadText(path), SerializeSidecar(sidecar));
-    EXPECT_EQ(ListFiles(folder.Path()), std::vector<std::string>{"Rock.png.bmeta"});
 }
 
-TEST(AssetSidecar, ReportsCannotWriteWhenTheFolderIsMissing) {
-    TempFolder folder;
+TEST(AssetSidecarFile, ReportsCannotOpenAndCannotWrite) {
+    ScratchFolder folder;
     std::string error;
-    EXPECT_FALSE(WriteSidecar(folder / "Gone" / "Rock.png.bmeta", MakeDefaultSidecar(AssetType::Texture, "", kGuid),
-                              &error));
+    EXPECT_FALSE(ReadSidecar(folder / "Missing.png.bmeta", &error));
+    EXPECT_EQ(error, "Cannot open sidecar.");
+    EXPECT_FALSE(WriteSidecar(folder / "Gone/Rock.png.bmeta", MakeDefaultSidecar(AssetType::Texture, "", kGuid), &error));
     EXPECT_EQ(error, "Cannot write sidecar.");
 }
 
 TEST(AssetSidecar, RecognisesSidecarPathsOnlyWithASourceExtension) {
-    EXPECT_EQ(SidecarPath("Art/Rock.png"), std::filesystem::path("Art/Rock.png.bmeta"));
-    EXPECT_TRUE(IsSidecarPath("Art/Rock.png.bmeta"));
-    EXPECT_TRUE(IsSidecarPath("Notes.txt.bmeta"));
-    EXPECT_TRUE(IsSidecarPath("Rock.png.BMeta"));
-    EXPECT_FALSE(IsSidecarPath("Notes.bmeta"));
-    EXPECT_FALSE(IsSidecarPath("Rock.png"));
-    EXPECT_FALSE(IsSidecarPath("Rock.png.bmeta.tmp"));
-    EXPECT_EQ(SourcePathOfSidecar("Art/Rock.png.bmeta"), std::filesystem::path("Art/Rock.png"));
-    EXPECT_EQ(SourcePathOfSidecar("Notes.txt.bmeta"), std::filesystem::path("Notes.txt"));
-    EXPECT_EQ(SourcePathOfSidecar("Notes.bmeta"), std::filesystem::path());
+    EXPECT_EQ(SidecarPath("Art/Rock.png"), fs::path("Art/Rock.png.bmeta"));
+    for (const char* path : {"Art/Rock.png.bmeta", "Notes.txt.bmeta", "Rock.png.BMeta"}) EXPECT_TRUE(IsSidecarPath(path));
+    for (const char* path : {"Notes.bmeta", "Rock.png", "Rock.png.bmeta.tmp"}) EXPECT_FALSE(IsSidecarPath(path));
+    EXPECT_EQ(SourcePathOfSidecar("Art/Rock.png.bmeta"), fs::path("Art/Rock.png"));
+    EXPECT_EQ(SourcePathOfSidecar("Notes.txt.bmeta"), fs::path("Notes.txt"));
+    EXPECT_EQ(SourcePathOfSidecar("Notes.bmeta"), fs::path());
 }
 
 TEST(AssetSidecar, ChoosesTheDefaultImporterByTheFirstRuleThatFits) {
-    EXPECT_EQ(MakeDefaultSidecar(AssetType::Mesh, "Rock.obj", kGuid).importer, "model");
-    EXPECT_EQ(MakeDefaultSidecar(AssetType::Scene, "Tree.FBX", kGuid).importer, "model");
-    EXPECT_EQ(MakeDefaultSidecar(AssetType::Scene, "Tree.glb", kGuid).importer, "model");
-    EXPECT_EQ(MakeDefaultSidecar(AssetType::Scene, "Level.bscene", kGuid).importer, "native");
-    EXPECT_EQ(MakeDefaultSidecar(AssetType::Audio, "Wind.wav", kGuid).importer, "audio");
-    EXPECT_EQ(MakeDefaultSidecar(AssetType::World, "Island.bworld", kGuid).importer, "native");
-    const AssetSidecar mesh = MakeDefaultSidecar(AssetType::Mesh, "Rock.bmesh", kGuid);
-    EXPECT_EQ(mesh.importer, "native");
-    EXPECT_EQ(mesh.version, 1u);
-    EXPECT_EQ(mesh.importerVersion, 1u);
-    EXPECT_EQ(mesh.guid, kGuid);
-    EXPECT_TRUE(mesh.settings.empty());
-    EXPECT_TRUE(mesh.subAssets.empty());
+    const struct {
+        AssetType type;
+        const char* path;
+        const char* importer;
+    } table[] = {{AssetType::Mesh, "Rock.obj", "model"},         {AssetType::Scene, "Tree.FBX", "model"},
+                 {AssetType::Scene, "Tree.glb", "model"},        {AssetType::Scene, "Level.bscene", "native"},
+                 {AssetType::Audio, "Wind.wav", "audio"},        {AssetType::World, "Island.bworld", "native"},
+                 {AssetType::Mesh, "Rock.bmesh", "native"}};
+    for (const auto& c : table) EXPECT_EQ(MakeDefaultSidecar(c.type, c.path, kGuid).importer, c.importer) << c.path;
+    EXPECT_TRUE(MakeDefaultSidecar(AssetType::Mesh, "Rock.bmesh", kGuid).settings.empty());
 }
 
-TEST(AssetSidecar, SetsTheFirstSettingOfAKeyOrAppendsOne) {
+TEST(AssetSidecar, SetsTheFirstSettingOfAKeyAndFindsSettingsAndSubAssets) {
     AssetSidecar sidecar;
     sidecar.settings = {{"a", "1"}, {"b", "2"}, {"a", "3"}};
     EXPECT_FALSE(SetSidecarSetting(sidecar, "a", "1"));
     EXPECT_TRUE(SetSidecarSetting(sidecar, "a", "9"));
     EXPECT_TRUE(SetSidecarSetting(sidecar, "c", "4"));
-    const std::vector<std::pair<std::string, std::string>> expected = {{"a", "9"}, {"b", "2"}, {"a", "3"}, {"c", "4"}};
-    EXPECT_EQ(sidecar.settings, expected);
+    EXPECT_EQ(sidecar.settings,
+              (std::vector<std::pair<std::string, std::string>>{{"a", "9"}, {"b", "2"}, {"a", "3"}, {"c", "4"}}));
     ASSERT_NE(FindSidecarSetting(sidecar, "b"), nullptr);
     EXPECT_EQ(*FindSidecarSetting(sidecar, "b"), "2");
     EXPECT_EQ(FindSidecarSetting(sidecar, "z"), nullptr);
-}
 
-TEST(AssetSidecar, FindsASubAssetOnlyWhenTypeAndSubkeyBothMatch) {
-    AssetSidecar sidecar;
     sidecar.subAssets = {{"Body", AssetType::Mesh, kSubGuid}, {"Body", AssetType::Material, kGuid}};
     ASSERT_NE(FindSidecarSubAsset(sidecar, AssetType::Material, "Body"), nullptr);
     EXPECT_EQ(FindSidecarSubAsset(sidecar, AssetType::Material, "Body")->guid, kGuid);

@@ -4,25 +4,19 @@
 #include "engine/core/Logger.h"
 #include "tests/support/TestSupport.h"
 
-#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace Brelk::Assets::Testing {
 
-using TempFolder = Brelk::Testing::ScratchFolder;
-
-using Brelk::Testing::WriteText;
-
-using Brelk::Testing::ReadText;
-
 using Brelk::Testing::ListFiles;
+using Brelk::Testing::ReadText;
+using Brelk::Testing::ScratchFolder;
+using Brelk::Testing::ThrownMessage;
+using Brelk::Testing::WriteText;
 
 // Sets a file's time into the past, so that any later write shows in its time.
 inline void AgeFile(const std::filesystem::path& path) {

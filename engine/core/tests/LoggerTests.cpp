@@ -1,22 +1,25 @@
 #include "engine/core/Logger.h"
 
-#include "engine/core/Guid.h"
 #include "engine/core/tests/Deadline.h"
 #include "engine/platform/Thread.h"
+#include "tests/support/TestSupport.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <fstream>
+#include <future>
+#include <optional>
 #include <regex>
 #include <sstream>
 
 namespace Brelk::Core {
 namespace {
 
+using Brelk::Testing::ReadText;
+using Brelk::Testing::ScratchFolder;
 using Testing::kDeadline;
 using Testing::RunWithDeadline;
+using Strings = std::vector<std::string>;
 
 LoggerConfig QuietConfig() {
     LoggerConfig config;
@@ -24,501 +27,316 @@ LoggerConfig QuietConfig() {
     return config;
 }
 
-// Keeps what it is given, for tests to read after the fact.
-class RecordingSink : public LogSink {
-public:
+// Keeps what it is given and the thread it ran on. Tests read the fields after a Flush or
+// Shutdown, which order them after the writes.
+struct RecordingSink : LogSink {
     void Write(const LogEntry& entry, std::string_view line) override {
-        std::lock_guard lock(mutex_);
-        entries_.push_back(entry);
-        lines_.emplace_back(line);
+        entries.push_back(entry);
+        lines.emplace_back(line);
+        thread = Platform::GetCurrentThreadName();
     }
-    void Flush() override {
-        std::lock_guard lock(mutex_);
-        ++flushes_;
-    }
-    std::vector<LogEntry> Entries() const {
-        std::lock_guard lock(mutex_);
-        return entries_;
-    }
-    std::vector<std::string> Lines() const {
-        std::lock_guard lock(mutex_);
-        return lines_;
-    }
-    int Flushes() const {
-        std::lock_guard lock(mutex_);
-        return flushes_;
-    }
-
-private:
-    mutable std::mutex mutex_;
-    std::vector<LogEntry> entries_;
-    std::vector<std::string> lines_;
-    int flushes_ = 0;
+    void Flush() override { ++flushes; }
+    std::vector<LogEntry> entries;
+    Strings lines;
+    std::string thread;
+    int flushes = 0;
 };
 
-class ThrowingSink : public LogSink {
-public:
+struct ThrowingSink : LogSink {
     void Write(const LogEntry&, std::string_view) override { throw std::runtime_error("sink broke"); }
     void Flush() override { throw std::runtime_error("sink broke"); }
 };
 
 // Logs from inside its own Write, as a sink that reports its own trouble would.
-class ReenteringSink : public LogSink {
-public:
-    explicit ReenteringSink(Logger& logger) : logger_(logger) {}
+struct ReenteringSink : LogSink {
+    explicit ReenteringSink(Logger& logger) : logger(logger) {}
     void Write(const LogEntry& entry, std::string_view) override {
         ++writes;
         if (entry.message != "nested") {
-            logger_.Log(LogCategory::Core, LogLevel::Error, "nested");
-            logger_.Flush();
+            logger.Log(LogCategory::Core, LogLevel::Error, "nested");
+            logger.Flush();
         }
     }
     void Flush() override {}
+    Logger& logger;
     std::atomic<int> writes{0};
-
-private:
-    Logger& logger_;
 };
 
-std::string ReadText(const std::filesystem::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    std::stringstream text;
-    text << stream.rdbuf();
-    return text.str();
-}
-
-class ScopedEnvironment {
-public:
-    ScopedEnvironment(const char* name, const char* value) : name_(name) {
-        if (const char* old = std::getenv(name)) {
-            old_ = old;
-        }
-        ::setenv(name, value, 1);
-    }
-    ~ScopedEnvironment() {
-        if (old_) {
-            ::setenv(name_.c_str(), old_->c_str(), 1);
-        } else {
-            ::unsetenv(name_.c_str());
-        }
-    }
-
-private:
-    std::string name_;
-    std::optional<std::string> old_;
-};
-
-class TemporaryFolder {
-public:
-    TemporaryFolder()
-        : path_(std::filesystem::temp_directory_path() / ("brelk_logger_test_" + Guid::New().ToString())) {}
-    ~TemporaryFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    const std::filesystem::path& Path() const { return path_; }
-
-private:
-    std::filesystem::path path_;
-};
-
-std::vector<std::string> Messages(const std::vector<LogEntry>& entries) {
-    std::vector<std::string> messages;
-    for (const LogEntry& entry : entries) {
-        messages.push_back(entry.message);
-    }
+Strings Messages(const std::vector<LogEntry>& entries) {
+    Strings messages;
+    for (const LogEntry& entry : entries) messages.push_back(entry.message);
     return messages;
 }
 
-// ---- Line format -----------------------------------------------------------------------
+// ---- Line format and names -------------------------------------------------------------
 
-TEST(LogLineFormat, GeneralEntryHasNoCategoryPart) {
-    LogEntry entry{LogLevel::Info, LogCategory::General, 1, 1, "12:03:44", "message"};
-    EXPECT_EQ(FormatLogLine(entry), "12:03:44 [Info] message");
-}
-
-TEST(LogLineFormat, OtherCategoriesAreNamedAfterTheTag) {
-    LogEntry entry{LogLevel::Warning, LogCategory::Assets, 1, 1, "12:03:44", "message"};
-    EXPECT_EQ(FormatLogLine(entry), "12:03:44 [Warn] [Assets] message");
-}
-
-TEST(LogLineFormat, EveryLevelHasItsTag) {
-    EXPECT_EQ(LogLevelTag(LogLevel::Trace), "[Trace]");
-    EXPECT_EQ(LogLevelTag(LogLevel::Debug), "[Debug]");
-    EXPECT_EQ(LogLevelTag(LogLevel::Info), "[Info]");
-    EXPECT_EQ(LogLevelTag(LogLevel::Warning), "[Warn]");
-    EXPECT_EQ(LogLevelTag(LogLevel::Error), "[Error]");
-    EXPECT_EQ(LogLevelTag(LogLevel::Fatal), "[Fatal]");
-    EXPECT_EQ(LogLevelTag(LogLevel::Off), "");
-}
-
-TEST(LogLineFormat, CategoriesHaveTheirNamesAndOthersAreUnknown) {
-    const char* expected[] = {"General", "Core", "Render", "Assets", "Scene",
-                              "Physics", "Audio", "Net",    "Script", "Editor"};
+TEST(LogLineFormat, FormatsLinesWithLevelTagsAndCategoryNames) {
+    EXPECT_EQ(FormatLogLine({LogLevel::Info, LogCategory::General, 1, 1, "12:03:44", "message"}),
+              "12:03:44 [Info] message");
+    EXPECT_EQ(FormatLogLine({LogLevel::Warning, LogCategory::Assets, 1, 1, "12:03:44", "message"}),
+              "12:03:44 [Warn] [Assets] message");
+    const char* tags[] = {"[Trace]", "[Debug]", "[Info]", "[Warn]", "[Error]", "[Fatal]", ""};
+    for (int level = 0; level <= 6; ++level) EXPECT_EQ(LogLevelTag(static_cast<LogLevel>(level)), tags[level]);
+    const char* names[] = {"General", "Core", "Render", "Assets", "Scene", "Physics", "Audio", "Net", "Script", "Editor"};
     for (std::size_t i = 0; i < kLogCategoryCount; ++i) {
-        EXPECT_EQ(LogCategoryName(static_cast<LogCategory>(i)), expected[i]);
+        EXPECT_EQ(LogCategoryName(static_cast<LogCategory>(i)), names[i]);
     }
     EXPECT_EQ(LogCategoryName(static_cast<LogCategory>(10)), "Unknown");
     EXPECT_EQ(LogCategoryName(static_cast<LogCategory>(255)), "Unknown");
 }
 
-TEST(LogLineFormat, LevelNamesParseWithoutRegardToCase) {
-    LogLevel level{};
-    ASSERT_TRUE(ParseLogLevel("warn", &level));
-    EXPECT_EQ(level, LogLevel::Warning);
-    ASSERT_TRUE(ParseLogLevel("WARNING", &level));
-    EXPECT_EQ(level, LogLevel::Warning);
-    ASSERT_TRUE(ParseLogLevel("oFF", &level));
-    EXPECT_EQ(level, LogLevel::Off);
-    EXPECT_FALSE(ParseLogLevel("Loud", &level));
-    EXPECT_FALSE(ParseLogLevel("", &level));
-    LogCategory category{};
-    ASSERT_TRUE(ParseLogCategory("physics", &category));
-    EXPECT_EQ(category, LogCategory::Physics);
-    EXPECT_FALSE(ParseLogCategory("Unknown", &category));
-}
-
-// ---- BRELK_LOG_LEVELS ------------------------------------------------------------------
-
-struct LogLevelsCase {
-    const char* text;
-    bool valid;
+TEST(LogLevelsText, ParsesNamesInAnyCaseLeftToRightAndStopsAtTheFirstBadEntry) {
+    using L = LogLevel;
     // Thresholds of General, Core, Render, Assets after the text, from all Info.
-    LogLevel general, core, render, assets;
-};
-
-void PrintTo(const LogLevelsCase& c, std::ostream* out) {
-    *out << '"' << c.text << '"';
+    struct Case {
+        const char* text;
+        bool valid;
+        L general, core, render, assets;
+    };
+    const Case cases[] = {
+        {"Assets=Debug;Render=off", true, L::Info, L::Info, L::Off, L::Debug},
+        {"debug", true, L::Debug, L::Debug, L::Debug, L::Debug},
+        {"*=Warn", true, L::Warning, L::Warning, L::Warning, L::Warning},
+        {"Assets=Loud", false, L::Info, L::Info, L::Info, L::Info},
+        {"  Assets = Debug , ", true, L::Info, L::Info, L::Info, L::Debug},
+        {"Render=Error,Assets=Loud,Core=Debug", false, L::Info, L::Info, L::Error, L::Info},
+        {"", true, L::Info, L::Info, L::Info, L::Info},
+        {" ;, ;", true, L::Info, L::Info, L::Info, L::Info},
+        {"Assets", false, L::Info, L::Info, L::Info, L::Info},
+        {"=Debug", false, L::Info, L::Info, L::Info, L::Info},
+        {"Assets=", false, L::Info, L::Info, L::Info, L::Info},
+        {"Assets=Debug=Info", false, L::Info, L::Info, L::Info, L::Info},
+        {"Trace;Core=Error", true, L::Trace, L::Error, L::Trace, L::Trace},
+        {"ASSETS=trace\t;\tcore = FATAL", true, L::Info, L::Fatal, L::Info, L::Trace},
+        {"Error;Nowhere=Debug;Debug", false, L::Error, L::Error, L::Error, L::Error},
+        {"Render=WARNING;Core=oFF", true, L::Info, L::Off, L::Warning, L::Info},
+        {"Unknown=Debug", false, L::Info, L::Info, L::Info, L::Info},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        std::array<LogLevel, kLogCategoryCount> thresholds;
+        thresholds.fill(LogLevel::Info);
+        EXPECT_EQ(ApplyLogLevelSettings(c.text, thresholds), c.valid);
+        EXPECT_EQ(thresholds[0], c.general);
+        EXPECT_EQ(thresholds[1], c.core);
+        EXPECT_EQ(thresholds[2], c.render);
+        EXPECT_EQ(thresholds[3], c.assets);
+    }
 }
-
-class LogLevelsText : public ::testing::TestWithParam<LogLevelsCase> {};
-
-TEST_P(LogLevelsText, SetsThresholdsLeftToRightAndStopsAtTheFirstBadEntry) {
-    const LogLevelsCase& c = GetParam();
-    std::array<LogLevel, kLogCategoryCount> thresholds;
-    thresholds.fill(LogLevel::Info);
-    EXPECT_EQ(ApplyLogLevelSettings(c.text, thresholds), c.valid);
-    EXPECT_EQ(thresholds[0], c.general);
-    EXPECT_EQ(thresholds[1], c.core);
-    EXPECT_EQ(thresholds[2], c.render);
-    EXPECT_EQ(thresholds[3], c.assets);
-}
-
-using L = LogLevel;
-INSTANTIATE_TEST_SUITE_P(
-    Grammar, LogLevelsText,
-    ::testing::Values(
-        LogLevelsCase{"Assets=Debug;Render=off", true, L::Info, L::Info, L::Off, L::Debug},
-        LogLevelsCase{"debug", true, L::Debug, L::Debug, L::Debug, L::Debug},
-        LogLevelsCase{"*=Warn", true, L::Warning, L::Warning, L::Warning, L::Warning},
-        LogLevelsCase{"Assets=Loud", false, L::Info, L::Info, L::Info, L::Info},
-        LogLevelsCase{"  Assets = Debug , ", true, L::Info, L::Info, L::Info, L::Debug},
-        LogLevelsCase{"Render=Error,Assets=Loud,Core=Debug", false, L::Info, L::Info, L::Error, L::Info},
-        LogLevelsCase{"", true, L::Info, L::Info, L::Info, L::Info},
-        LogLevelsCase{" ;, ;", true, L::Info, L::Info, L::Info, L::Info},
-        LogLevelsCase{"Assets", false, L::Info, L::Info, L::Info, L::Info},
-        LogLevelsCase{"=Debug", false, L::Info, L::Info, L::Info, L::Info},
-        LogLevelsCase{"Assets=", false, L::Info, L::Info, L::Info, L::Info},
-        LogLevelsCase{"Assets=Debug=Info", false, L::Info, L::Info, L::Info, L::Info},
-        LogLevelsCase{"Trace;Core=Error", true, L::Trace, L::Error, L::Trace, L::Trace},
-        LogLevelsCase{"ASSETS=trace\t;\tcore = FATAL", true, L::Info, L::Fatal, L::Info, L::Trace},
-        LogLevelsCase{"Error;Nowhere=Debug;Debug", false, L::Error, L::Error, L::Error, L::Error}),
-    [](const ::testing::TestParamInfo<LogLevelsCase>& info) { return "Case" + std::to_string(info.index); });
 
 // ---- Filtering and standard output -----------------------------------------------------
 
-TEST(Logger, WithoutASessionPrintsInfoAtOnceAndDropsDebug) {
-    Logger logger;
+TEST(Logger, EchoesInfoToStandardOutputOnlyWhenConfigured) {
+    Logger echoing;
+    Logger quiet(QuietConfig());
     ::testing::internal::CaptureStdout();
-    logger.Log(LogCategory::Assets, LogLevel::Info, "loaded");
-    logger.Log(LogCategory::Assets, LogLevel::Debug, "details");
+    echoing.Log(LogCategory::Assets, LogLevel::Info, "loaded");
+    echoing.Log(LogCategory::Assets, LogLevel::Debug, "details");
+    quiet.Log(LogCategory::General, LogLevel::Error, "quiet");
     const std::string output = ::testing::internal::GetCapturedStdout();
     EXPECT_TRUE(std::regex_match(output, std::regex(R"(\d\d:\d\d:\d\d \[Info\] \[Assets\] loaded\n)"))) << output;
+    EXPECT_EQ(Messages(quiet.History()), Strings{"quiet"});
 }
 
-TEST(Logger, EchoOffWritesNothingToStandardOutput) {
-    Logger logger(QuietConfig());
-    ::testing::internal::CaptureStdout();
-    logger.Log(LogCategory::General, LogLevel::Error, "quiet");
-    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
-    EXPECT_EQ(Messages(logger.History()), std::vector<std::string>{"quiet"});
-}
-
-TEST(Logger, DropsEntriesBelowTheirCategoryThreshold) {
+TEST(Logger, FiltersByCategoryThresholdAndDropsUnknownCategoriesAndLevels) {
     Logger logger(QuietConfig());
     logger.SetThreshold(LogCategory::Render, LogLevel::Error);
+    logger.SetThreshold(LogCategory::Net, LogLevel::Off);
+    logger.SetThreshold(static_cast<LogCategory>(10), LogLevel::Trace);
+    EXPECT_EQ(logger.Threshold(LogCategory::General), LogLevel::Info);
     logger.Log(LogCategory::Render, LogLevel::Warning, "dropped");
     logger.Log(LogCategory::Render, LogLevel::Error, "kept render");
     logger.Log(LogCategory::Scene, LogLevel::Warning, "kept scene");
-    EXPECT_EQ(Messages(logger.History()), (std::vector<std::string>{"kept render", "kept scene"}));
-}
-
-TEST(Logger, DropsUnknownCategoriesAndLevelsFromOffUp) {
-    Logger logger(QuietConfig());
+    logger.Log(LogCategory::Net, LogLevel::Fatal, "silenced");
+    EXPECT_FALSE(logger.IsEnabled(LogCategory::Net, LogLevel::Fatal));
     logger.SetAllThresholds(LogLevel::Trace);
+    EXPECT_EQ(logger.Threshold(LogCategory::Editor), LogLevel::Trace);
     logger.Log(static_cast<LogCategory>(10), LogLevel::Fatal, "bad category");
     logger.Log(LogCategory::General, LogLevel::Off, "off");
     logger.Log(LogCategory::General, static_cast<LogLevel>(200), "beyond");
-    EXPECT_TRUE(logger.History().empty());
+    EXPECT_EQ(Messages(logger.History()), (Strings{"kept render", "kept scene"}));
 }
 
-TEST(Logger, ThresholdOfOffSilencesACategory) {
-    Logger logger(QuietConfig());
-    logger.SetThreshold(LogCategory::Net, LogLevel::Off);
-    logger.Log(LogCategory::Net, LogLevel::Fatal, "silenced");
-    EXPECT_TRUE(logger.History().empty());
-    EXPECT_FALSE(logger.IsEnabled(LogCategory::Net, LogLevel::Fatal));
-}
-
-TEST(Logger, IgnoresThresholdsForCategoriesFromTenUp) {
-    Logger logger(QuietConfig());
-    logger.SetThreshold(static_cast<LogCategory>(10), LogLevel::Trace);
-    for (std::size_t i = 0; i < kLogCategoryCount; ++i) {
-        EXPECT_EQ(logger.Threshold(static_cast<LogCategory>(i)), LogLevel::Info);
-    }
-    logger.SetAllThresholds(LogLevel::Error);
-    EXPECT_EQ(logger.Threshold(LogCategory::Editor), LogLevel::Error);
-}
-
-TEST(Logger, BuildsALazyMessageOnlyWhenTheEntryPasses) {
+TEST(Logger, BuildsAMessageOnlyWhenTheEntryPasses) {
     Logger logger(QuietConfig());
     int built = 0;
-    logger.Log(LogCategory::Scene, LogLevel::Debug, [&] {
-        ++built;
-        return std::string("debug text");
-    });
+    auto make = [&](const char* text) {
+        return [&built, text] {
+            ++built;
+            return std::string(text);
+        };
+    };
+    logger.Log(LogCategory::Scene, LogLevel::Debug, make("debug text"));
     EXPECT_EQ(built, 0);
-    logger.Log(LogCategory::Scene, LogLevel::Info, [&] {
-        ++built;
-        return std::string("info text");
-    });
+    logger.Log(LogCategory::Scene, LogLevel::Info, make("info text"));
     EXPECT_EQ(built, 1);
-    EXPECT_EQ(Messages(logger.History()), std::vector<std::string>{"info text"});
-}
+    EXPECT_EQ(Messages(logger.History()), Strings{"info text"});
 
-TEST(Logger, MacroDoesNotEvaluateAFilteredMessage) {
     Logger& global = Logger::Get();
     const LogLevel saved = global.Threshold(LogCategory::Editor);
     global.SetThreshold(LogCategory::Editor, LogLevel::Error);
-    int evaluated = 0;
-    auto message = [&] {
-        ++evaluated;
-        return std::string("never");
-    };
-    BRELK_LOG(LogCategory::Editor, LogLevel::Warning, message());
+    BRELK_LOG(LogCategory::Editor, LogLevel::Warning, make("never")());
     global.SetThreshold(LogCategory::Editor, saved);
-    EXPECT_EQ(evaluated, 0);
+    EXPECT_EQ(built, 1);
+}
+
+TEST(Logger, FreeFunctionsLogToTheGlobalLoggerInGeneral) {
+    std::uint64_t before = 0;
+    (void)Logger::Get().HistorySince(0, &before);
+    ::testing::internal::CaptureStdout();
+    LogInfo("free info");
+    LogWarning("free warning");
+    LogError("free error");
+    EXPECT_NE(::testing::internal::GetCapturedStdout().find("[Warn] free warning\n"), std::string::npos);
+    Strings described;
+    for (const LogEntry& entry : Logger::Get().HistorySince(before)) described.push_back(FormatLogLine(entry).substr(9));
+    EXPECT_EQ(described, (Strings{"[Info] free info", "[Warn] free warning", "[Error] free error"}));
 }
 
 // ---- History ---------------------------------------------------------------------------
 
-TEST(Logger, NumbersEntriesFromOne) {
-    Logger logger(QuietConfig());
-    logger.Log(LogCategory::General, LogLevel::Info, "a");
-    logger.Log(LogCategory::General, LogLevel::Debug, "filtered");
-    logger.Log(LogCategory::General, LogLevel::Info, "b");
-    const std::vector<LogEntry> history = logger.History();
-    ASSERT_EQ(history.size(), 2u);
-    EXPECT_EQ(history[0].sequence, 1u);
-    EXPECT_EQ(history[1].sequence, 2u);
-    EXPECT_EQ(history[0].level, LogLevel::Info);
-    EXPECT_EQ(history[0].category, LogCategory::General);
-    EXPECT_TRUE(std::regex_match(history[0].timestamp, std::regex(R"(\d\d:\d\d:\d\d)")));
-}
-
-TEST(Logger, HistoryOf8192DropsTheFirstEntryAtThe8193rd) {
-    Logger logger(QuietConfig());
-    for (int i = 1; i <= 8193; ++i) {
-        logger.Log(LogCategory::General, LogLevel::Info, std::to_string(i));
-    }
-    const std::vector<LogEntry> history = logger.History();
-    ASSERT_EQ(history.size(), 8192u);
-    EXPECT_EQ(history.front().sequence, 2u);
-    EXPECT_EQ(history.front().message, "2");
-    EXPECT_EQ(history.back().sequence, 8193u);
-}
-
-TEST(Logger, CapacitiesOfZeroCountAsOne) {
-    LoggerConfig config = QuietConfig();
-    config.historyCapacity = 0;
-    config.queueCapacity = 0;
-    Logger logger(config);
-    logger.Log(LogCategory::General, LogLevel::Info, "first");
-    logger.Log(LogCategory::General, LogLevel::Info, "second");
-    EXPECT_EQ(Messages(logger.History()), std::vector<std::string>{"second"});
-}
-
-TEST(Logger, HistorySinceGivesLaterEntriesAndTheLatestSequence) {
+TEST(Logger, NumbersEntriesFromOneAndGivesTheHistorySinceASequence) {
     Logger logger(QuietConfig());
     std::uint64_t latest = 99;
     EXPECT_TRUE(logger.HistorySince(0, &latest).empty());
     EXPECT_EQ(latest, 0u);
-    for (const char* message : {"one", "two", "three"}) {
-        logger.Log(LogCategory::General, LogLevel::Info, message);
-    }
-    EXPECT_EQ(Messages(logger.HistorySince(1, &latest)), (std::vector<std::string>{"two", "three"}));
+    logger.Log(LogCategory::General, LogLevel::Info, "one");
+    logger.Log(LogCategory::General, LogLevel::Debug, "filtered");
+    logger.Log(LogCategory::General, LogLevel::Info, "two");
+    std::thread([&] { logger.Log(LogCategory::General, LogLevel::Info, "three"); }).join();
+    const std::vector<LogEntry> history = logger.History();
+    ASSERT_EQ(history.size(), 3u);
+    for (std::size_t i = 0; i < 3; ++i) EXPECT_EQ(history[i].sequence, i + 1);
+    EXPECT_TRUE(std::regex_match(history[0].timestamp, std::regex(R"(\d\d:\d\d:\d\d)")));
+    // Each thread has a small number of its own.
+    EXPECT_GT(history[0].threadId, 0u);
+    EXPECT_EQ(history[0].threadId, history[1].threadId);
+    EXPECT_NE(history[0].threadId, history[2].threadId);
+    EXPECT_EQ(Messages(logger.HistorySince(1, &latest)), (Strings{"two", "three"}));
     EXPECT_EQ(latest, 3u);
     EXPECT_TRUE(logger.HistorySince(3, &latest).empty());
 }
 
-TEST(Logger, GivesEachThreadItsOwnSmallNumber) {
-    Logger logger(QuietConfig());
-    logger.Log(LogCategory::General, LogLevel::Info, "main");
-    logger.Log(LogCategory::General, LogLevel::Info, "main again");
-    std::thread([&] { logger.Log(LogCategory::General, LogLevel::Info, "other"); }).join();
-    const std::vector<LogEntry> history = logger.History();
-    ASSERT_EQ(history.size(), 3u);
-    EXPECT_EQ(history[0].threadId, history[1].threadId);
-    EXPECT_NE(history[0].threadId, history[2].threadId);
-    EXPECT_GT(history[0].threadId, 0u);
+TEST(Logger, HistoryDropsTheOldestEntryOnePastItsCapacityAndZeroCountsAsOne) {
+    for (const std::uint64_t capacity : {std::uint64_t{8192}, std::uint64_t{0}}) {
+        LoggerConfig config = QuietConfig();
+        config.historyCapacity = capacity;
+        config.queueCapacity = capacity;
+        Logger logger(config);
+        const std::uint64_t kept = capacity == 0 ? 1 : capacity;
+        for (std::uint64_t i = 1; i <= kept + 1; ++i) {
+            logger.Log(LogCategory::General, LogLevel::Info, std::to_string(i));
+        }
+        const std::vector<LogEntry> history = logger.History();
+        ASSERT_EQ(history.size(), kept) << capacity;
+        EXPECT_EQ(history.front().sequence, 2u);
+        EXPECT_EQ(history.front().message, "2");
+        EXPECT_EQ(history.back().sequence, kept + 1);
+    }
 }
 
 // ---- Sinks -----------------------------------------------------------------------------
 
-TEST(Logger, HandsSinksTheEntryAndItsLineWithoutLineFeed) {
+TEST(Logger, SinksGetEntryAndLinePastAFailingSinkUntilRemoved) {
     Logger logger(QuietConfig());
+    logger.AddSink(std::make_shared<ThrowingSink>());
     auto sink = std::make_shared<RecordingSink>();
     const std::uint64_t id = logger.AddSink(sink);
     EXPECT_NE(id, 0u);
     logger.Log(LogCategory::Physics, LogLevel::Error, "contact");
-    ASSERT_EQ(sink->Entries().size(), 1u);
-    EXPECT_EQ(sink->Entries()[0].message, "contact");
-    EXPECT_EQ(sink->Lines()[0], sink->Entries()[0].timestamp + " [Error] [Physics] contact");
-    EXPECT_GE(sink->Flushes(), 1);
-}
-
-TEST(Logger, SwallowsASinkFailureAndCallsTheNextSink) {
-    Logger logger(QuietConfig());
-    logger.AddSink(std::make_shared<ThrowingSink>());
-    auto sink = std::make_shared<RecordingSink>();
-    logger.AddSink(sink);
-    logger.Log(LogCategory::General, LogLevel::Info, "still here");
-    EXPECT_EQ(Messages(sink->Entries()), std::vector<std::string>{"still here"});
-}
-
-TEST(Logger, RemovedSinkGetsNoMoreEntries) {
-    Logger logger(QuietConfig());
-    auto sink = std::make_shared<RecordingSink>();
-    const std::uint64_t id = logger.AddSink(sink);
-    logger.Log(LogCategory::General, LogLevel::Info, "before");
+    ASSERT_EQ(sink->entries.size(), 1u);
+    EXPECT_EQ(sink->lines[0], sink->entries[0].timestamp + " [Error] [Physics] contact");
+    EXPECT_GE(sink->flushes, 1);
     EXPECT_TRUE(logger.RemoveSink(id));
     EXPECT_FALSE(logger.RemoveSink(id));
     logger.Log(LogCategory::General, LogLevel::Info, "after");
-    EXPECT_EQ(Messages(sink->Entries()), std::vector<std::string>{"before"});
+    EXPECT_EQ(Messages(sink->entries), Strings{"contact"});
 }
 
-TEST(Logger, SinkThatLogsInsideWriteKeepsTheNestedEntryInHistoryOnly) {
-    RunWithDeadline(kDeadline, [] {
+TEST(Logger, SinkThatLogsInsideWriteKeepsTheNestedEntryInHistoryOnlyOnEitherThread) {
+    ScratchFolder folder;
+    RunWithDeadline(kDeadline, [&] {
         Logger logger(QuietConfig());
         auto sink = std::make_shared<ReenteringSink>(logger);
         logger.AddSink(sink);
         logger.Log(LogCategory::General, LogLevel::Info, "outer");
         EXPECT_EQ(sink->writes.load(), 1);
-        EXPECT_EQ(Messages(logger.History()), (std::vector<std::string>{"outer", "nested"}));
-    });
-}
-
-TEST(Logger, SinkThatLogsInsideWriteOnTheSinkThreadDoesNotDeadlock) {
-    TemporaryFolder folder;
-    RunWithDeadline(kDeadline, [&] {
-        Logger logger(QuietConfig());
-        auto sink = std::make_shared<ReenteringSink>(logger);
-        logger.AddSink(sink);
+        EXPECT_EQ(Messages(logger.History()), (Strings{"outer", "nested"}));
         logger.StartSession("Reenter", folder.Path());
-        for (int i = 0; i < 50; ++i) {
-            logger.Log(LogCategory::General, LogLevel::Info, "outer");
-        }
+        for (int i = 0; i < 50; ++i) logger.Log(LogCategory::General, LogLevel::Info, "outer");
         logger.Flush();
         logger.Shutdown();
-        EXPECT_EQ(sink->writes.load(), 50);
-        EXPECT_EQ(logger.History().size(), 100u);
+        EXPECT_EQ(sink->writes.load(), 51);
+        EXPECT_EQ(logger.History().size(), 102u);
     });
 }
 
 // ---- Sessions --------------------------------------------------------------------------
 
-TEST(LoggerSession, NamesFilesAfterTheCleanedAppNameAndWritesTheBanner) {
-    TemporaryFolder folder;
-    Logger logger(QuietConfig());
-    logger.StartSession("My Game!", folder.Path());
-    const std::filesystem::path session = logger.SessionLogPath();
-    const std::filesystem::path latest = logger.LatestLogPath();
-    EXPECT_TRUE(logger.HasSession());
-    logger.Log(LogCategory::Scene, LogLevel::Warning, "saved");
-    logger.Shutdown();
-    EXPECT_FALSE(logger.HasSession());
-
-    EXPECT_EQ(session.parent_path(), folder.Path());
-    EXPECT_TRUE(std::regex_match(session.filename().string(), std::regex(R"(My_Game__\d{8}_\d{6}\.log)")))
-        << session;
-    EXPECT_EQ(latest, folder.Path() / "My_Game_.latest.log");
-
-    const std::string banner = "========== My Game! Log ==========\nSession Log: " + session.string() +
-                               "\nLatest Log: " + latest.string() + "\n====================================\n";
-    for (const std::filesystem::path& path : {session, latest}) {
-        const std::string text = ReadText(path);
-        ASSERT_TRUE(text.starts_with(banner)) << text;
-        EXPECT_TRUE(std::regex_match(text.substr(banner.size()),
-                                     std::regex(R"(\d\d:\d\d:\d\d \[Warn\] \[Scene\] saved\n)")))
-            << text;
-    }
-}
-
-TEST(LoggerSession, EmptyAppNameBecomesBrelkEngine) {
-    TemporaryFolder folder;
-    Logger logger(QuietConfig());
-    logger.StartSession("", folder.Path());
-    EXPECT_EQ(logger.LatestLogPath(), folder.Path() / "BrelkEngine.latest.log");
-    logger.Shutdown();
-}
-
-TEST(LoggerSession, LatestLogHoldsOnlyTheLastRunAndTheSessionLogAppends) {
-    TemporaryFolder folder;
-    std::filesystem::path session;
-    for (const char* message : {"first run", "second run"}) {
-        Logger logger(QuietConfig());
-        logger.StartSession("Runs", folder.Path());
-        session = logger.SessionLogPath();
-        logger.Log(LogCategory::General, LogLevel::Info, message);
-    }
-    const std::string latest = ReadText(folder.Path() / "Runs.latest.log");
-    EXPECT_EQ(latest.find("first run"), std::string::npos);
-    EXPECT_NE(latest.find("second run"), std::string::npos);
-    EXPECT_NE(ReadText(session).find("second run"), std::string::npos);
-}
-
-TEST(LoggerSession, FatalEntryIsOnDiskWhenLogReturns) {
-    TemporaryFolder folder;
+TEST(LoggerSession, NamesFilesAfterTheCleanedAppNameAndWritesTheBannerAndFatalAtOnce) {
+    ScratchFolder folder;
     RunWithDeadline(kDeadline, [&] {
         Logger logger(QuietConfig());
-        logger.StartSession("Fatal", folder.Path());
+        logger.StartSession("My Game!", folder.Path());
+        const std::filesystem::path session = logger.SessionLogPath();
+        const std::filesystem::path latest = logger.LatestLogPath();
+        EXPECT_TRUE(logger.HasSession());
+        logger.Log(LogCategory::Scene, LogLevel::Warning, "saved");
         logger.Log(LogCategory::Core, LogLevel::Fatal, "going down");
-        EXPECT_NE(ReadText(logger.LatestLogPath()).find("[Fatal] [Core] going down\n"), std::string::npos);
+        EXPECT_NE(ReadText(latest).find("[Fatal] [Core] going down\n"), std::string::npos);
         logger.Shutdown();
+        EXPECT_FALSE(logger.HasSession());
+
+        EXPECT_EQ(session.parent_path(), folder.Path());
+        EXPECT_TRUE(std::regex_match(session.filename().string(), std::regex(R"(My_Game__\d{8}_\d{6}\.log)")))
+            << session;
+        EXPECT_EQ(latest, folder / "My_Game_.latest.log");
+        const std::string banner = "========== My Game! Log ==========\nSession Log: " + session.string() +
+                                   "\nLatest Log: " + latest.string() + "\n====================================\n";
+        for (const std::filesystem::path& path : {session, latest}) {
+            const std::string text = ReadText(path);
+            ASSERT_TRUE(text.starts_with(banner)) << text;
+            EXPECT_TRUE(std::regex_match(text.substr(banner.size()),
+                                         std::regex(R"(\d\d:\d\d:\d\d \[Warn\] \[Scene\] saved\n)"
+                                                    R"(\d\d:\d\d:\d\d \[Fatal\] \[Core\] going down\n)")))
+                << text;
+        }
+
+        // The latest log holds the last run only; an empty name has a name of its own.
+        Logger again(QuietConfig());
+        again.StartSession("My Game!", folder.Path());
+        again.Log(LogCategory::General, LogLevel::Info, "second run");
+        again.Shutdown();
+        EXPECT_EQ(ReadText(latest).find("saved"), std::string::npos);
+        EXPECT_NE(ReadText(latest).find("second run"), std::string::npos);
+        Logger unnamed(QuietConfig());
+        unnamed.StartSession("", folder.Path());
+        EXPECT_EQ(unnamed.LatestLogPath(), folder / "BrelkEngine.latest.log");
+        unnamed.Shutdown();
     });
 }
 
-TEST(LoggerSession, FlushReturnsWhenEverythingLoggedIsWritten) {
-    TemporaryFolder folder;
+TEST(LoggerSession, FlushReturnsWhenEverythingIsWrittenAndShutdownWritesSynchronouslyAgain) {
+    ScratchFolder folder;
     RunWithDeadline(kDeadline, [&] {
         Logger logger(QuietConfig());
         auto sink = std::make_shared<RecordingSink>();
         logger.AddSink(sink);
         logger.StartSession("Flush", folder.Path());
-        for (int i = 0; i < 200; ++i) {
-            logger.Log(LogCategory::General, LogLevel::Info, std::to_string(i));
-        }
+        for (int i = 0; i < 200; ++i) logger.Log(LogCategory::General, LogLevel::Info, std::to_string(i));
         logger.Flush();
-        EXPECT_EQ(sink->Entries().size(), 200u);
+        EXPECT_EQ(sink->entries.size(), 200u);
         logger.Log(LogCategory::General, LogLevel::Info, "bounded");
         EXPECT_TRUE(logger.Flush(10000));
-        EXPECT_EQ(sink->Entries().size(), 201u);
+        EXPECT_EQ(sink->entries.size(), 201u);
         logger.Shutdown();
+        logger.Log(LogCategory::General, LogLevel::Info, "after");
+        EXPECT_EQ(sink->entries.size(), 202u);
     });
 }
 
 TEST(LoggerSession, WritesEntriesFromManyThreadsInSequenceOrderUnderBackPressure) {
-    TemporaryFolder folder;
+    ScratchFolder folder;
     RunWithDeadline(kDeadline, [&] {
         LoggerConfig config = QuietConfig();
         config.queueCapacity = 4;
@@ -529,57 +347,28 @@ TEST(LoggerSession, WritesEntriesFromManyThreadsInSequenceOrderUnderBackPressure
         std::vector<std::thread> threads;
         for (int t = 0; t < 4; ++t) {
             threads.emplace_back([&logger, t] {
-                for (int i = 0; i < 250; ++i) {
-                    logger.Log(LogCategory::Net, LogLevel::Info, std::to_string(t));
-                }
+                for (int i = 0; i < 250; ++i) logger.Log(LogCategory::Net, LogLevel::Info, std::to_string(t));
             });
         }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
+        for (std::thread& thread : threads) thread.join();
         logger.Shutdown();
-        const std::vector<LogEntry> entries = sink->Entries();
-        ASSERT_EQ(entries.size(), 1000u);
-        for (std::size_t i = 0; i < entries.size(); ++i) {
-            EXPECT_EQ(entries[i].sequence, i + 1);
-        }
+        ASSERT_EQ(sink->entries.size(), 1000u);
+        for (std::size_t i = 0; i < sink->entries.size(); ++i) EXPECT_EQ(sink->entries[i].sequence, i + 1);
         std::istringstream file(ReadText(logger.LatestLogPath()));
-        std::string line;
         int lines = 0;
-        while (std::getline(file, line)) {
-            lines += line.find("[Info] [Net]") != std::string::npos ? 1 : 0;
-        }
+        for (std::string line; std::getline(file, line);) lines += line.find("[Info] [Net]") != std::string::npos;
         EXPECT_EQ(lines, 1000);
     });
 }
 
-TEST(LoggerSession, WritesSynchronouslyAgainAfterShutdown) {
-    TemporaryFolder folder;
+TEST(LoggerSession, ReadsLogLevelsOnlyAtTheStartAndWarnsAboutAnInvalidEntry) {
+    ScratchFolder folder;
+    // Each test runs in a process of its own, so the variable goes no further.
+    ::setenv("BRELK_LOG_LEVELS", "Render=Error;Assets=Loud", 1);
     Logger logger(QuietConfig());
-    auto sink = std::make_shared<RecordingSink>();
-    logger.AddSink(sink);
-    logger.StartSession("Again", folder.Path());
-    logger.Shutdown();
-    logger.Log(LogCategory::General, LogLevel::Info, "after");
-    EXPECT_EQ(Messages(sink->Entries()), std::vector<std::string>{"after"});
-}
-
-TEST(LoggerSession, ReadsLogLevelsFromTheEnvironment) {
-    TemporaryFolder folder;
-    ScopedEnvironment levels("BRELK_LOG_LEVELS", "Assets=Debug;Render=off");
-    Logger logger(QuietConfig());
+    EXPECT_EQ(logger.Threshold(LogCategory::Render), LogLevel::Info);
     logger.StartSession("Levels", folder.Path());
-    EXPECT_EQ(logger.Threshold(LogCategory::Assets), LogLevel::Debug);
-    EXPECT_EQ(logger.Threshold(LogCategory::Render), LogLevel::Off);
-    EXPECT_EQ(logger.Threshold(LogCategory::Core), LogLevel::Info);
-    logger.Shutdown();
-}
-
-TEST(LoggerSession, WarnsAboutAnInvalidEntryWithTheWholeValue) {
-    TemporaryFolder folder;
-    ScopedEnvironment levels("BRELK_LOG_LEVELS", "Render=Error;Assets=Loud");
-    Logger logger(QuietConfig());
-    logger.StartSession("Levels", folder.Path());
+    ::unsetenv("BRELK_LOG_LEVELS");
     logger.Shutdown();
     EXPECT_EQ(logger.Threshold(LogCategory::Render), LogLevel::Error);
     EXPECT_EQ(logger.Threshold(LogCategory::Assets), LogLevel::Info);
@@ -590,105 +379,60 @@ TEST(LoggerSession, WarnsAboutAnInvalidEntryWithTheWholeValue) {
     EXPECT_EQ(history[0].message, "BRELK_LOG_LEVELS contains an invalid entry: 'Render=Error;Assets=Loud'.");
 }
 
-TEST(LoggerSession, WithoutASessionTheEnvironmentIsNotRead) {
-    ScopedEnvironment levels("BRELK_LOG_LEVELS", "Trace");
-    Logger logger(QuietConfig());
-    logger.Log(LogCategory::General, LogLevel::Debug, "dropped");
-    EXPECT_TRUE(logger.History().empty());
-}
-
 TEST(LoggerSession, FolderThatCannotBeCreatedThrowsTheFileSystemError) {
-    TemporaryFolder folder;
-    std::filesystem::create_directories(folder.Path());
-    std::ofstream(folder.Path() / "blocker") << "x";
+    ScratchFolder folder;
+    Brelk::Testing::WriteText(folder / "blocker", "x");
     Logger logger(QuietConfig());
     try {
-        logger.StartSession("Blocked", folder.Path() / "blocker" / "Logs");
+        logger.StartSession("Blocked", folder / "blocker" / "Logs");
         FAIL() << "StartSession should have thrown";
     } catch (const std::filesystem::filesystem_error& error) {
-        EXPECT_EQ(error.path1(), folder.Path() / "blocker" / "Logs");
+        EXPECT_EQ(error.path1(), folder / "blocker" / "Logs");
         EXPECT_EQ(error.code(), std::make_error_code(std::errc::not_a_directory));
     }
 }
 
-TEST(LoggerSession, EmptyFolderOpensNoFilesButStartsTheSinkThread) {
-    RunWithDeadline(kDeadline, [] {
-        Logger logger(QuietConfig());
-        auto sink = std::make_shared<RecordingSink>();
-        logger.AddSink(sink);
-        logger.StartSession("NoFiles", std::filesystem::path());
-        EXPECT_TRUE(logger.SessionLogPath().empty());
-        logger.Log(LogCategory::General, LogLevel::Info, "queued");
-        logger.Flush();
-        EXPECT_EQ(Messages(sink->Entries()), std::vector<std::string>{"queued"});
-        logger.Shutdown();
-    });
-}
-
-TEST(LoggerSession, ConfiguredSinkThreadStartsWithTheLogger) {
-    RunWithDeadline(kDeadline, [] {
-        LoggerConfig config = QuietConfig();
-        config.startSinkThread = true;
-        Logger logger(config);
-        auto sink = std::make_shared<RecordingSink>();
-        logger.AddSink(sink);
-        logger.Log(LogCategory::General, LogLevel::Info, "threaded");
-        EXPECT_TRUE(logger.Flush(10000));
-        EXPECT_EQ(Messages(sink->Entries()), std::vector<std::string>{"threaded"});
-    });
-}
-
-TEST(LoggerSession, SinkThreadIsNamed) {
-    RunWithDeadline(kDeadline, [] {
-        class NameSink : public LogSink {
-        public:
-            void Write(const LogEntry&, std::string_view) override { name = Platform::GetCurrentThreadName(); }
-            void Flush() override {}
-            std::string name;
-        };
-        Logger logger(QuietConfig());
-        auto sink = std::make_shared<NameSink>();
-        logger.AddSink(sink);
-        logger.StartSession("Named", std::filesystem::path());
-        logger.Log(LogCategory::General, LogLevel::Info, "where");
-        logger.Shutdown();
-        EXPECT_EQ(sink->name, "Brelk Log Sink");
-    });
+TEST(LoggerSession, SessionWithoutFilesOrConfigurationStartsTheNamedSinkThread) {
+    for (const bool configured : {false, true}) {
+        SCOPED_TRACE(configured ? "configured" : "session without a folder");
+        RunWithDeadline(kDeadline, [configured] {
+            LoggerConfig config = QuietConfig();
+            config.startSinkThread = configured;
+            Logger logger(config);
+            auto sink = std::make_shared<RecordingSink>();
+            logger.AddSink(sink);
+            if (!configured) {
+                logger.StartSession("NoFiles", std::filesystem::path());
+                EXPECT_TRUE(logger.SessionLogPath().empty());
+            }
+            logger.Log(LogCategory::General, LogLevel::Info, "queued");
+            EXPECT_TRUE(logger.Flush(10000));
+            EXPECT_EQ(Messages(sink->entries), Strings{"queued"});
+            EXPECT_EQ(sink->thread, "Brelk Log Sink");
+        });
+    }
 }
 
 TEST(LoggerSession, BoundedFlushGivesUpAtItsDeadline) {
     RunWithDeadline(kDeadline, [] {
-        class BlockingSink : public LogSink {
-        public:
+        struct BlockingSink : LogSink {
             void Write(const LogEntry&, std::string_view) override {
-                std::unique_lock lock(mutex);
-                entered = true;
-                changed.notify_all();
-                changed.wait(lock, [this] { return released; });
+                entered.set_value();
+                released.wait();
             }
             void Flush() override {}
-            void Release() {
-                std::lock_guard lock(mutex);
-                released = true;
-                changed.notify_all();
-            }
-            void AwaitEntered() {
-                std::unique_lock lock(mutex);
-                changed.wait(lock, [this] { return entered; });
-            }
-            std::mutex mutex;
-            std::condition_variable changed;
-            bool entered = false;
-            bool released = false;
+            std::promise<void> entered, release;
+            std::shared_future<void> released = release.get_future().share();
         };
         Logger logger(QuietConfig());
         auto sink = std::make_shared<BlockingSink>();
+        std::future<void> entered = sink->entered.get_future();
         logger.AddSink(sink);
         logger.StartSession("Blocked", std::filesystem::path());
         logger.Log(LogCategory::General, LogLevel::Info, "held");
-        sink->AwaitEntered();
+        entered.wait();
         EXPECT_FALSE(logger.Flush(20));
-        sink->Release();
+        sink->release.set_value();
         EXPECT_TRUE(logger.Flush(10000));
         logger.Shutdown();
     });
@@ -696,14 +440,11 @@ TEST(LoggerSession, BoundedFlushGivesUpAtItsDeadline) {
 
 TEST(LoggerSession, SinkThatShutsTheLoggerDownDoesNotDeadlock) {
     RunWithDeadline(kDeadline, [] {
-        class StoppingSink : public LogSink {
-        public:
-            explicit StoppingSink(Logger& logger) : logger_(logger) {}
-            void Write(const LogEntry&, std::string_view) override { logger_.Shutdown(); }
+        struct StoppingSink : LogSink {
+            explicit StoppingSink(Logger& logger) : logger(logger) {}
+            void Write(const LogEntry&, std::string_view) override { logger.Shutdown(); }
             void Flush() override {}
-
-        private:
-            Logger& logger_;
+            Logger& logger;
         };
         auto logger = std::make_unique<Logger>(QuietConfig());
         logger->AddSink(std::make_shared<StoppingSink>(*logger));
@@ -711,26 +452,6 @@ TEST(LoggerSession, SinkThatShutsTheLoggerDownDoesNotDeadlock) {
         logger->Log(LogCategory::General, LogLevel::Info, "stop");
         logger.reset();
     });
-}
-
-TEST(Logger, FreeFunctionsLogToTheGlobalLoggerInGeneral) {
-    Logger& global = Logger::Get();
-    std::uint64_t before = 0;
-    (void)global.HistorySince(0, &before);
-    ::testing::internal::CaptureStdout();
-    LogInfo("free info");
-    LogWarning("free warning");
-    LogError("free error");
-    const std::string output = ::testing::internal::GetCapturedStdout();
-    const std::vector<LogEntry> entries = global.HistorySince(before);
-    ASSERT_EQ(entries.size(), 3u);
-    EXPECT_EQ(entries[0].level, LogLevel::Info);
-    EXPECT_EQ(entries[1].level, LogLevel::Warning);
-    EXPECT_EQ(entries[2].level, LogLevel::Error);
-    for (const LogEntry& entry : entries) {
-        EXPECT_EQ(entry.category, LogCategory::General);
-    }
-    EXPECT_NE(output.find("[Warn] free warning\n"), std::string::npos);
 }
 
 } // namespace

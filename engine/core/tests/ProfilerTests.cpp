@@ -1,44 +1,25 @@
 #include "engine/core/Profiler.h"
 
-#include "engine/core/Guid.h"
 #include "engine/core/Logger.h"
 #include "engine/core/tests/Deadline.h"
 #include "engine/platform/Thread.h"
 #include "engine/platform/Time.h"
+#include "tests/support/TestSupport.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <regex>
-#include <sstream>
+#include <set>
 #include <thread>
 
 namespace Brelk::Core {
 namespace {
 
+using Brelk::Testing::ReadText;
+using Brelk::Testing::ScratchFolder;
+using Brelk::Testing::WriteText;
 using Testing::kDeadline;
 using Testing::RunWithDeadline;
-
-std::string ReadText(const std::filesystem::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    std::stringstream text;
-    text << stream.rdbuf();
-    return text.str();
-}
-
-class TemporaryFolder {
-public:
-    TemporaryFolder()
-        : path_(std::filesystem::temp_directory_path() / ("brelk_profiler_test_" + Guid::New().ToString())) {}
-    ~TemporaryFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    const std::filesystem::path& Path() const { return path_; }
-
-private:
-    std::filesystem::path path_;
-};
 
 ProfilerSettings Recording() {
     ProfilerSettings settings;
@@ -59,25 +40,33 @@ protected:
     }
 };
 
-// ---- Recording -------------------------------------------------------------------------
-
-TEST(ProfilerRecorder, RecordsNothingWhileCpuProfilingIsOff) {
-    ProfilerRecorder recorder;
-    EXPECT_FALSE(recorder.IsRecording());
-    const ProfilerRecorder::ZoneToken token = recorder.OpenZone("Assets", "Load");
-    EXPECT_EQ(token.index, -1);
-    recorder.BeginFrame();
-    recorder.EndFrame({});
-    EXPECT_TRUE(recorder.Snapshot().frames.empty());
+// The fields of an event that a test can know, in one line.
+std::string Describe(const ProfilerEvent& event) {
+    return (event.kind == ProfilerEventKind::Gpu ? "gpu " : "cpu ") + event.category + "/" + event.name + " depth " +
+           std::to_string(event.depth) + " parent " + std::to_string(event.parentIndex) +
+           (event.complete ? "" : " open");
 }
 
-TEST(ProfilerRecorder, PausedRecordsNothing) {
+std::vector<std::string> Describe(const std::vector<ProfilerEvent>& events) {
+    std::vector<std::string> lines;
+    for (const ProfilerEvent& event : events) lines.push_back(Describe(event));
+    return lines;
+}
+
+// ---- Recording -------------------------------------------------------------------------
+
+TEST(ProfilerRecorder, RecordsNothingWhileCpuProfilingIsOffOrPaused) {
     ProfilerRecorder recorder;
+    EXPECT_FALSE(recorder.IsRecording());
+    EXPECT_EQ(recorder.OpenZone("Assets", "Load").index, -1);
+    recorder.BeginFrame();
+    recorder.EndFrame({});
     ProfilerSettings settings = Recording();
     settings.paused = true;
     recorder.SetSettings(settings);
     EXPECT_FALSE(recorder.IsRecording());
     EXPECT_EQ(recorder.OpenZone("Assets", "Load").index, -1);
+    EXPECT_TRUE(recorder.Snapshot().frames.empty());
     recorder.SetPaused(false);
     EXPECT_TRUE(recorder.IsRecording());
 }
@@ -92,16 +81,10 @@ TEST(ProfilerRecorder, ClosedZoneBecomesACompleteEvent) {
     const ProfilerEvent& event = snapshot.frames[0].events[0];
     EXPECT_EQ(event.eventId, 1u);
     EXPECT_EQ(event.frameId, snapshot.frames[0].frameId);
-    EXPECT_EQ(event.kind, ProfilerEventKind::Cpu);
-    EXPECT_EQ(event.name, "AssetLoader::SweepUnused");
-    EXPECT_EQ(event.category, "Assets");
-    EXPECT_EQ(event.parentIndex, -1);
-    EXPECT_EQ(event.depth, 0);
-    EXPECT_TRUE(event.complete);
+    EXPECT_EQ(Describe(event), "cpu Assets/AssetLoader::SweepUnused depth 0 parent -1");
     EXPECT_GE(event.endNanoseconds, event.startNanoseconds);
     EXPECT_DOUBLE_EQ(event.startMilliseconds, static_cast<double>(event.startNanoseconds) / 1.0e6);
-    EXPECT_DOUBLE_EQ(event.durationMilliseconds,
-                     static_cast<double>(event.endNanoseconds - event.startNanoseconds) / 1.0e6);
+    EXPECT_DOUBLE_EQ(event.durationMilliseconds, static_cast<double>(event.endNanoseconds - event.startNanoseconds) / 1.0e6);
 }
 
 TEST(ProfilerRecorder, NestedZonesKnowTheirParentAndDepth) {
@@ -113,30 +96,25 @@ TEST(ProfilerRecorder, NestedZonesKnowTheirParentAndDepth) {
     recorder.CloseZone(middle);
     recorder.CloseZone(recorder.OpenZone("Scene", "Sibling"));
     recorder.CloseZone(outer);
-    const std::vector<ProfilerEvent> events = recorder.Snapshot().frames.at(0).events;
-    ASSERT_EQ(events.size(), 4u);
-    EXPECT_EQ(events[0].name, "Outer");
-    EXPECT_EQ(events[0].depth, 0);
-    EXPECT_EQ(events[0].parentIndex, -1);
-    EXPECT_EQ(events[1].depth, 1);
-    EXPECT_EQ(events[1].parentIndex, 0);
-    EXPECT_EQ(events[2].depth, 2);
-    EXPECT_EQ(events[2].parentIndex, 1);
-    EXPECT_EQ(events[3].name, "Sibling");
-    EXPECT_EQ(events[3].depth, 1);
-    EXPECT_EQ(events[3].parentIndex, 0);
+    EXPECT_EQ(Describe(recorder.Snapshot().frames.at(0).events),
+              (std::vector<std::string>{"cpu Scene/Outer depth 0 parent -1", "cpu Scene/Middle depth 1 parent 0",
+                                        "cpu Scene/Inner depth 2 parent 1", "cpu Scene/Sibling depth 1 parent 0"}));
 }
 
-TEST(ProfilerRecorder, ZoneStillOpenAtTheSnapshotIsIncomplete) {
+TEST(ProfilerRecorder, ZoneOpenAtTheSnapshotIsIncompleteAndOneOpenAcrossAClearIsDropped) {
     ProfilerRecorder recorder;
     recorder.SetCpuProfilingEnabled(true);
     const auto open = recorder.OpenZone("Render", "Open");
     const ProfilerSnapshot snapshot = recorder.Snapshot();
     recorder.CloseZone(open);
-    const ProfilerEvent& event = snapshot.frames.at(0).events.at(0);
-    EXPECT_FALSE(event.complete);
-    EXPECT_GE(event.endNanoseconds, event.startNanoseconds);
+    EXPECT_EQ(Describe(snapshot.frames.at(0).events), std::vector<std::string>{"cpu Render/Open depth 0 parent -1 open"});
+    EXPECT_GE(snapshot.frames[0].events[0].endNanoseconds, snapshot.frames[0].events[0].startNanoseconds);
     EXPECT_TRUE(recorder.Snapshot().frames.at(0).events.at(0).complete);
+
+    const auto before = recorder.OpenZone("Core", "Before");
+    recorder.Clear();
+    recorder.CloseZone(before);
+    EXPECT_TRUE(recorder.Snapshot().frames.empty());
 }
 
 TEST(ProfilerRecorder, FramesCarryTheirCountersAndOnlyTheHistorySizeIsKept) {
@@ -168,15 +146,13 @@ TEST(ProfilerRecorder, ZoneThatSpansAFrameEndCompletesInItsOwnFrame) {
     const auto spanning = recorder.OpenZone("Core", "Spanning");
     recorder.EndFrame({});
     recorder.BeginFrame();
-    const auto child = recorder.OpenZone("Core", "Child");
-    recorder.CloseZone(child);
+    recorder.CloseZone(recorder.OpenZone("Core", "Child"));
     recorder.CloseZone(spanning);
     const ProfilerSnapshot snapshot = recorder.Snapshot();
     ASSERT_EQ(snapshot.frames.size(), 2u);
-    EXPECT_TRUE(snapshot.frames[0].events.at(0).complete);
+    EXPECT_EQ(Describe(snapshot.frames[0].events), std::vector<std::string>{"cpu Core/Spanning depth 0 parent -1"});
     // The parent lives in the earlier frame, so the child has no index to point at.
-    EXPECT_EQ(snapshot.frames[1].events.at(0).parentIndex, -1);
-    EXPECT_EQ(snapshot.frames[1].events.at(0).depth, 1);
+    EXPECT_EQ(Describe(snapshot.frames[1].events), std::vector<std::string>{"cpu Core/Child depth 1 parent -1"});
 }
 
 TEST(ProfilerRecorder, DisabledCategoryIsListedButNotRecorded) {
@@ -187,21 +163,9 @@ TEST(ProfilerRecorder, DisabledCategoryIsListedButNotRecorded) {
     recorder.CloseZone(recorder.OpenZone("Audio", "Mix"));
     const ProfilerSnapshot snapshot = recorder.Snapshot();
     ASSERT_EQ(snapshot.categories.size(), 2u);
-    EXPECT_EQ(snapshot.categories[0].name, "Physics");
-    EXPECT_FALSE(snapshot.categories[0].enabled);
-    EXPECT_EQ(snapshot.categories[1].name, "Audio");
-    EXPECT_TRUE(snapshot.categories[1].enabled);
-    ASSERT_EQ(snapshot.frames.at(0).events.size(), 1u);
-    EXPECT_EQ(snapshot.frames[0].events[0].name, "Mix");
-}
-
-TEST(ProfilerRecorder, ZonesOpenAcrossAClearAreDropped) {
-    ProfilerRecorder recorder;
-    recorder.SetCpuProfilingEnabled(true);
-    const auto before = recorder.OpenZone("Core", "Before");
-    recorder.Clear();
-    recorder.CloseZone(before);
-    EXPECT_TRUE(recorder.Snapshot().frames.empty());
+    EXPECT_EQ(snapshot.categories[0].name + (snapshot.categories[0].enabled ? " on" : " off"), "Physics off");
+    EXPECT_EQ(snapshot.categories[1].name + (snapshot.categories[1].enabled ? " on" : " off"), "Audio on");
+    EXPECT_EQ(Describe(snapshot.frames.at(0).events), std::vector<std::string>{"cpu Audio/Mix depth 0 parent -1"});
 }
 
 TEST(ProfilerRecorder, GpuZonesNeedGpuProfiling) {
@@ -214,55 +178,43 @@ TEST(ProfilerRecorder, GpuZonesNeedGpuProfiling) {
     recorder.SetSettings(settings);
     recorder.RecordGpuZone("Render", "Shadows", 100, 400);
     const ProfilerEvent event = recorder.Snapshot().frames.at(0).events.at(0);
-    EXPECT_EQ(event.kind, ProfilerEventKind::Gpu);
+    EXPECT_EQ(Describe(event), "gpu Render/Shadows depth 0 parent -1");
     EXPECT_EQ(event.startNanoseconds, 100u);
     EXPECT_EQ(event.endNanoseconds, 400u);
     EXPECT_DOUBLE_EQ(event.durationMilliseconds, 0.0003);
-    EXPECT_TRUE(event.complete);
 }
 
-TEST_F(ProcessRecorder, ScopedZonesNameTheirThread) {
-    RunWithDeadline(kDeadline, [] {
-        std::thread([] {
-            Platform::SetCurrentThreadName("Brelk Profiled Thread");
-            ProfilerZone zone("Core", "Named");
-        }).join();
-        std::thread([] { BRELK_PROFILE_ZONE("Core", "Unnamed"); }).join();
-    });
-    const std::vector<ProfilerEvent> events = ProfilerRecorder::Instance().Snapshot().frames.at(0).events;
-    ASSERT_EQ(events.size(), 2u);
-    EXPECT_EQ(events[0].threadName, "Brelk Profiled Thread");
-    EXPECT_EQ(events[1].threadName, "Thread " + std::to_string(events[1].threadIndex));
-    EXPECT_NE(events[0].threadIndex, events[1].threadIndex);
-}
-
-TEST_F(ProcessRecorder, ZonesFromManyThreadsAreAllRecorded) {
+TEST_F(ProcessRecorder, ScopedZonesFromManyThreadsAreAllRecordedWithTheirThreadsName) {
     RunWithDeadline(kDeadline, [] {
         std::vector<std::thread> threads;
         for (int t = 0; t < 4; ++t) {
-            threads.emplace_back([] {
+            threads.emplace_back([t] {
+                if (t == 0) Platform::SetCurrentThreadName("Brelk Profiled Thread");
+                const char* category = t == 0 ? "Named" : "Core";
                 for (int i = 0; i < 200; ++i) {
-                    BRELK_PROFILE_ZONE("Core", "Outer");
-                    BRELK_PROFILE_ZONE("Core", "Inner");
+                    BRELK_PROFILE_ZONE(category, "Outer");
+                    ProfilerZone inner(category, "Inner");
                 }
             });
         }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
+        for (std::thread& thread : threads) thread.join();
     });
-    const ProfilerSnapshot snapshot = ProfilerRecorder::Instance().Snapshot();
-    const std::vector<ProfilerEvent>& events = snapshot.frames.at(0).events;
+    const std::vector<ProfilerEvent> events = ProfilerRecorder::Instance().Snapshot().frames.at(0).events;
     ASSERT_EQ(events.size(), 1600u);
-    for (std::size_t i = 0; i < events.size(); ++i) {
-        EXPECT_TRUE(events[i].complete);
-        if (events[i].name == "Inner") {
-            ASSERT_GE(events[i].parentIndex, 0);
-            const ProfilerEvent& parent = events[static_cast<std::size_t>(events[i].parentIndex)];
+    std::set<std::int32_t> threads;
+    for (const ProfilerEvent& event : events) {
+        threads.insert(event.threadIndex);
+        EXPECT_TRUE(event.complete);
+        EXPECT_EQ(event.threadName, event.category == "Named" ? std::string("Brelk Profiled Thread")
+                                                              : "Thread " + std::to_string(event.threadIndex));
+        if (event.name == "Inner") {
+            ASSERT_GE(event.parentIndex, 0);
+            const ProfilerEvent& parent = events[static_cast<std::size_t>(event.parentIndex)];
             EXPECT_EQ(parent.name, "Outer");
-            EXPECT_EQ(parent.threadIndex, events[i].threadIndex);
+            EXPECT_EQ(parent.threadIndex, event.threadIndex);
         }
     }
+    EXPECT_EQ(threads.size(), 4u);
 }
 
 // ---- Document --------------------------------------------------------------------------
@@ -287,7 +239,6 @@ TEST(ProfilerCaptureDocument, FrameWithOneEventMatchesTheGoldenFile) {
     event.frameId = 3;
     event.name = "Zone";
     event.category = "Assets";
-    event.threadIndex = 0;
     event.threadName = "Thread 0";
     event.startNanoseconds = 1500000;
     event.endNanoseconds = 2000000;
@@ -308,28 +259,27 @@ TEST(ProfilerCaptureDocument, SummaryAveragesAndPeaksOverFrames) {
         frame.counters.drawCalls = static_cast<std::uint64_t>(workingSet);
     }
     const std::string text = FormatProfilerCapture(snapshot, {}, "x");
-    EXPECT_NE(text.find("\"processWorkingSetMb\": {\n      \"average\": 200,\n      \"maximum\": 300\n    }"),
-              std::string::npos);
-    EXPECT_NE(text.find("\"averageFps\": 50,"), std::string::npos);
-    EXPECT_NE(text.find("\"averageDrawCalls\": 200,"), std::string::npos);
-    EXPECT_NE(text.find("\"peakProcessWorkingSetMb\": 350,"), std::string::npos);
-    EXPECT_NE(text.find("\"frameCount\": 2,"), std::string::npos);
+    for (const char* part : {"\"processWorkingSetMb\": {\n      \"average\": 200,\n      \"maximum\": 300\n    }",
+                             "\"averageFps\": 50,", "\"averageDrawCalls\": 200,", "\"peakProcessWorkingSetMb\": 350,",
+                             "\"frameCount\": 2,"}) {
+        EXPECT_NE(text.find(part), std::string::npos) << part;
+    }
 }
 
 // ---- Export ----------------------------------------------------------------------------
 
 TEST_F(ProcessRecorder, ExportWritesTheSnapshotUnderTheGivenNameAndLogsIt) {
-    TemporaryFolder folder;
+    ScratchFolder folder;
     { BRELK_PROFILE_ZONE("Assets", "Exported"); }
     std::uint64_t before = 0;
     (void)Logger::Get().HistorySince(~std::uint64_t{0}, &before);
     ::testing::internal::CaptureStdout();
     std::string error;
     const std::optional<std::filesystem::path> path =
-        ExportProfilerCapture(folder.Path() / "captures", "run.json", ProfilerCaptureMetadata{}, &error);
+        ExportProfilerCapture(folder / "captures", "run.json", ProfilerCaptureMetadata{}, &error);
     const std::string output = ::testing::internal::GetCapturedStdout();
     ASSERT_TRUE(path.has_value()) << error;
-    EXPECT_EQ(*path, folder.Path() / "captures" / "run.json");
+    EXPECT_EQ(*path, folder / "captures" / "run.json");
     const std::string text = ReadText(*path);
     EXPECT_TRUE(std::regex_search(text, std::regex(R"("exportedAt": "\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d",)")));
     EXPECT_NE(text.find("\"name\": \"Exported\", \"category\": \"Assets\""), std::string::npos);
@@ -341,18 +291,17 @@ TEST_F(ProcessRecorder, ExportWritesTheSnapshotUnderTheGivenNameAndLogsIt) {
 }
 
 TEST(ProfilerCaptureExport, GeneratedNameTakesACounterWhileTheNameIsTaken) {
-    TemporaryFolder folder;
-    std::filesystem::create_directories(folder.Path());
+    ScratchFolder folder;
     // Every stamp that the export can see in the next seconds is taken already.
-    std::vector<std::string> stamps;
+    std::vector<std::string> taken;
     const std::time_t now = std::time(nullptr);
     for (std::time_t t = now; t <= now + 3; ++t) {
         std::tm parts{};
         ASSERT_TRUE(Platform::LocalTime(t, &parts));
         char stamp[32];
         std::strftime(stamp, sizeof(stamp), "%Y%m%d_%H%M%S", &parts);
-        stamps.emplace_back(stamp);
-        std::ofstream(folder.Path() / ("brelk_profiler_" + stamps.back() + ".json")) << "taken";
+        taken.push_back(std::string("brelk_profiler_") + stamp);
+        WriteText(folder / (taken.back() + ".json"), "taken");
     }
     ::testing::internal::CaptureStdout();
     const std::optional<std::filesystem::path> path =
@@ -360,28 +309,20 @@ TEST(ProfilerCaptureExport, GeneratedNameTakesACounterWhileTheNameIsTaken) {
     (void)::testing::internal::GetCapturedStdout();
     ASSERT_TRUE(path.has_value());
     const std::string name = path->filename().string();
-    EXPECT_TRUE(std::any_of(stamps.begin(), stamps.end(),
-                            [&](const std::string& stamp) { return name == "brelk_profiler_" + stamp + "_1.json"; }))
+    EXPECT_TRUE(std::any_of(taken.begin(), taken.end(), [&](const std::string& t) { return name == t + "_1.json"; }))
         << name;
     EXPECT_NE(ReadText(*path).find("\"frameCount\": 0,"), std::string::npos);
 }
 
-TEST(ProfilerCaptureExport, FolderThatCannotBeCreatedFails) {
-    TemporaryFolder folder;
-    std::filesystem::create_directories(folder.Path());
-    std::ofstream(folder.Path() / "blocker") << "x";
-    const std::filesystem::path target = folder.Path() / "blocker" / "captures";
+TEST(ProfilerCaptureExport, FolderThatCannotBeCreatedOrTargetThatCannotBeReplacedFails) {
+    ScratchFolder folder;
+    WriteText(folder / "blocker", "x");
+    std::filesystem::create_directories(folder / "occupied" / "inner");
     std::string error;
-    EXPECT_FALSE(ExportProfilerCapture(ProfilerSnapshot{}, target, "a.json", {}, &error).has_value());
-    EXPECT_EQ(error, "Failed to create profiler capture directory: " + target.string());
-}
-
-TEST(ProfilerCaptureExport, TargetThatCannotBeReplacedFails) {
-    TemporaryFolder folder;
-    std::filesystem::create_directories(folder.Path() / "occupied" / "inner");
-    std::string error;
-    EXPECT_FALSE(ExportProfilerCapture(ProfilerSnapshot{}, folder.Path(), "occupied", {}, &error).has_value());
-    EXPECT_EQ(error, "Failed while writing profiler capture file: " + (folder.Path() / "occupied").string());
+    EXPECT_FALSE(ExportProfilerCapture(ProfilerSnapshot{}, folder / "blocker" / "captures", "a.json", {}, &error));
+    EXPECT_EQ(error, "Failed to create profiler capture directory: " + (folder / "blocker" / "captures").string());
+    EXPECT_FALSE(ExportProfilerCapture(ProfilerSnapshot{}, folder.Path(), "occupied", {}, &error));
+    EXPECT_EQ(error, "Failed while writing profiler capture file: " + (folder / "occupied").string());
 }
 
 } // namespace

@@ -42,45 +42,30 @@ private:
     void (*previousHandler_)(int) = nullptr;
 };
 
-TEST(WriteFileAtomic, WritesExactlyTheBytesGiven) {
+TEST(WriteFileAtomic, WritesExactlyTheBytesGivenIntoNewFoldersOrOverAnOldFile) {
     ScratchFolder folder;
     const std::string bytes("line\r\nnul\0end", 13);
     std::string error;
-    ASSERT_TRUE(WriteFileAtomic(folder / "a.bin", bytes, &error)) << error;
-    EXPECT_EQ(ReadText(folder / "a.bin"), bytes);
-    EXPECT_EQ(CountEntries(folder.Path()), 1u);
-}
-
-TEST(WriteFileAtomic, CreatesMissingParentFolders) {
-    ScratchFolder folder;
-    const std::filesystem::path target = folder / "one/two/three.txt";
-    ASSERT_TRUE(WriteFileAtomic(target, std::string_view("x"), nullptr));
-    EXPECT_EQ(ReadText(target), "x");
-}
-
-TEST(WriteFileAtomic, ReplacesAnExistingFileWithoutLeavingATemporary) {
-    ScratchFolder folder;
+    ASSERT_TRUE(WriteFileAtomic(folder / "one/two/a.bin", bytes, &error)) << error;
+    EXPECT_EQ(ReadText(folder / "one/two/a.bin"), bytes);
     WriteText(folder / "a.txt", "old content that is longer");
     ASSERT_TRUE(WriteFileAtomic(folder / "a.txt", std::string_view("new"), nullptr));
     EXPECT_EQ(ReadText(folder / "a.txt"), "new");
-    EXPECT_EQ(CountEntries(folder.Path()), 1u);
-}
-
-TEST(WriteFileAtomic, WritesAnEmptyFile) {
-    ScratchFolder folder;
-    WriteText(folder / "a.txt", "old");
-    ASSERT_TRUE(WriteFileAtomic(folder / "a.txt", std::span<const std::uint8_t>(), nullptr));
-    EXPECT_EQ(std::filesystem::file_size(folder / "a.txt"), 0u);
+    ASSERT_TRUE(WriteFileAtomic(folder / "one/two/a.bin", std::span<const std::uint8_t>(), nullptr));
+    EXPECT_EQ(std::filesystem::file_size(folder / "one/two/a.bin"), 0u);
+    // No temporary file is left behind.
+    EXPECT_EQ(CountEntries(folder.Path()), 2u);
+    EXPECT_EQ(CountEntries(folder / "one/two"), 1u);
 }
 
 TEST(WriteFileAtomic, FailedReplaceLeavesTheTargetAndRemovesTheTemporary) {
     ScratchFolder folder;
     const std::filesystem::path target = folder / "target";
-    std::filesystem::create_directory(target);
     WriteText(target / "inside.txt", "kept");
     std::string error;
     EXPECT_FALSE(WriteFileAtomic(target, std::string_view("new"), &error));
     EXPECT_EQ(error, "Failed to replace " + target.string() + ": Failed to replace file: Is a directory");
+    EXPECT_FALSE(WriteFileAtomic(target, std::string_view("new"), nullptr));
     EXPECT_EQ(ReadText(target / "inside.txt"), "kept");
     EXPECT_EQ(CountEntries(folder.Path()), 1u);
 }
@@ -89,12 +74,11 @@ TEST(WriteFileAtomic, FailedWriteLeavesTheOldFileWholeAndRemovesTheTemporary) {
     ScratchFolder folder;
     const std::filesystem::path target = folder / "a.txt";
     WriteText(target, "old");
-    const std::string big(4096, 'n');
     std::string error;
     bool written = true;
     {
         FileSizeLimit limit(16);
-        written = WriteFileAtomic(target, big, &error);
+        written = WriteFileAtomic(target, std::string(4096, 'n'), &error);
     }
     EXPECT_FALSE(written);
     EXPECT_EQ(error, "Failed to write " + target.string());
@@ -118,58 +102,34 @@ TEST(WriteFileAtomic, NamesTheTemporaryAfterTheTargetWhenItCannotBeOpened) {
 TEST(WriteFileAtomic, ReportsAParentThatCannotBeCreated) {
     ScratchFolder folder;
     WriteText(folder / "file", "a regular file");
-    const std::filesystem::path target = folder / "file/sub/a.txt";
     std::string error;
-    EXPECT_FALSE(WriteFileAtomic(target, std::string_view("x"), &error));
-    EXPECT_THAT(error, StartsWith("Failed to create " + (folder / "file/sub").string() + ": "));
-    EXPECT_GT(error.size(), ("Failed to create " + (folder / "file/sub").string() + ": ").size());
+    EXPECT_FALSE(WriteFileAtomic(folder / "file/sub/a.txt", std::string_view("x"), &error));
+    const std::string prefix = "Failed to create " + (folder / "file/sub").string() + ": ";
+    EXPECT_THAT(error, StartsWith(prefix));
+    EXPECT_GT(error.size(), prefix.size());
     EXPECT_EQ(ReadText(folder / "file"), "a regular file");
 }
 
-TEST(WriteFileAtomic, AcceptsANullErrorOnFailure) {
+TEST(ReadFileBytes, ReadsTheWholeFileOrNoBytes) {
     ScratchFolder folder;
-    std::filesystem::create_directory(folder / "dir");
-    EXPECT_FALSE(WriteFileAtomic(folder / "dir", std::string_view("x"), nullptr));
+    for (const std::string& bytes : {std::string("\0\1\2\xff", 4), std::string()}) {
+        WriteText(folder / "a.bin", bytes);
+        const auto read = ReadFileBytes(folder / "a.bin");
+        ASSERT_TRUE(read.has_value());
+        EXPECT_EQ(std::string(read->begin(), read->end()), bytes);
+    }
 }
 
-TEST(ReadFileBytes, ReadsTheWholeFile) {
-    ScratchFolder folder;
-    const std::string bytes("\0\1\2\xff", 4);
-    WriteText(folder / "a.bin", bytes);
-    const auto read = ReadFileBytes(folder / "a.bin");
-    ASSERT_TRUE(read.has_value());
-    EXPECT_EQ(std::string(read->begin(), read->end()), bytes);
-}
-
-TEST(ReadFileBytes, ReadsAnEmptyFileAsNoBytes) {
-    ScratchFolder folder;
-    WriteText(folder / "empty", "");
-    const auto read = ReadFileBytes(folder / "empty");
-    ASSERT_TRUE(read.has_value());
-    EXPECT_TRUE(read->empty());
-}
-
-TEST(ReadFileBytes, ReportsAMissingFile) {
+TEST(ReadFileBytes, ReportsAMissingFileAFolderAndAnUnsizeableFile) {
     ScratchFolder folder;
     std::string error;
     EXPECT_FALSE(ReadFileBytes(folder / "missing.txt", &error).has_value());
     EXPECT_EQ(error, "Failed to open " + (folder / "missing.txt").string());
-}
-
-TEST(ReadFileBytes, ReportsAFolderAsUnopenable) {
-    ScratchFolder folder;
-    std::string error;
     EXPECT_FALSE(ReadFileBytes(folder.Path(), &error).has_value());
     EXPECT_EQ(error, "Failed to open " + folder.Path().string());
-}
-
-TEST(ReadFileBytes, ReportsAnUnsizeableFile) {
-    // A pipe has no end to seek to.
-    std::string error;
-    ScratchFolder folder;
+    // A pipe has no end to seek to. Opening it for reading waits for a writer, so one is kept open.
     const std::filesystem::path fifo = folder / "fifo";
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-    // Opening a pipe for reading waits for a writer; keep one open so the read side opens.
     const int writer = ::open(fifo.c_str(), O_RDWR | O_NONBLOCK);
     ASSERT_GE(writer, 0);
     EXPECT_FALSE(ReadFileBytes(fifo, &error).has_value());

@@ -27,12 +27,8 @@ public:
         ::unsetenv(name);
     }
     ~EnvironmentOverride() {
-        for (auto it = saved_.rbegin(); it != saved_.rend(); ++it) {
-            if (it->second)
-                ::setenv(it->first.c_str(), it->second->c_str(), 1);
-            else
-                ::unsetenv(it->first.c_str());
-        }
+        for (auto it = saved_.rbegin(); it != saved_.rend(); ++it)
+            it->second ? ::setenv(it->first.c_str(), it->second->c_str(), 1) : ::unsetenv(it->first.c_str());
     }
 
 private:
@@ -43,15 +39,6 @@ private:
     std::vector<std::pair<std::string, std::optional<std::string>>> saved_;
 };
 
-class UserSettingsFolder : public ::testing::Test {
-protected:
-    void SetUp() override {
-        for (const char* name : {"BRELK_USER_SETTINGS_DIR", "APPDATA", "LOCALAPPDATA", "XDG_CONFIG_HOME", "HOME"})
-            environment.Unset(name);
-    }
-    EnvironmentOverride environment;
-};
-
 TEST(GetExecutablePath, NamesTheRunningProgram) {
     const fs::path executable = GetExecutablePath();
     EXPECT_TRUE(executable.is_absolute());
@@ -60,45 +47,17 @@ TEST(GetExecutablePath, NamesTheRunningProgram) {
     EXPECT_EQ(GetExecutableFolder(), executable.parent_path());
 }
 
-TEST(FindEngineRoot, FindsTheNearestFolderWithABuildScript) {
-    ScratchFolder folder;
-    WriteText(folder / "CMakeLists.txt", "");
-    fs::create_directories(folder / "build/bin");
-    EXPECT_EQ(FindEngineRoot(folder / "build/bin/tool"), folder.Path());
-}
-
-TEST(FindEngineRoot, FindsAFolderWithAnEngineVersion) {
-    ScratchFolder folder;
-    fs::create_directories(folder / "Config");
-    WriteText(folder / "Config/EngineVersion.json", "{}");
-    EXPECT_EQ(FindEngineRoot(folder / "tool"), folder.Path());
-}
-
-TEST(FindEngineRoot, LooksAtTheProgramFolderAndSevenAncestors) {
-    ScratchFolder folder;
-    WriteText(folder / "CMakeLists.txt", "");
-    const fs::path seven = folder / "1/2/3/4/5/6/7";
-    EXPECT_EQ(FindEngineRoot(seven / "tool"), folder.Path());
-}
-
-TEST(FindEngineRoot, FallsBackToTwoLevelsAboveTheProgramFolder) {
-    ScratchFolder folder;
-    WriteText(folder / "CMakeLists.txt", "");
-    const fs::path eight = folder / "1/2/3/4/5/6/7/8";
-    EXPECT_EQ(FindEngineRoot(eight / "tool"), folder / "1/2/3/4/5/6");
-}
-
-TEST(FindEngineRoot, ThrowsWithoutAProgramPath) {
-    EXPECT_THROW(
-        {
-            try {
-                FindEngineRoot({});
-            } catch (const std::runtime_error& error) {
-                EXPECT_STREQ(error.what(), "Failed to resolve executable path.");
-                throw;
-            }
-        },
-        std::runtime_error);
+TEST(FindEngineRoot, LooksForABuildScriptOrEngineVersionInTheProgramFolderAndSevenAncestors) {
+    ScratchFolder script;
+    WriteText(script / "CMakeLists.txt", "");
+    ScratchFolder version;
+    WriteText(version / "Config/EngineVersion.json", "{}");
+    EXPECT_EQ(FindEngineRoot(script / "build/bin/tool"), script.Path());
+    EXPECT_EQ(FindEngineRoot(version / "tool"), version.Path());
+    EXPECT_EQ(FindEngineRoot(script / "1/2/3/4/5/6/7/tool"), script.Path());
+    // One level further the search gives up and takes two levels above the program folder.
+    EXPECT_EQ(FindEngineRoot(script / "1/2/3/4/5/6/7/8/tool"), script / "1/2/3/4/5/6");
+    EXPECT_EQ(Testing::ThrownMessage([] { (void)FindEngineRoot({}); }), "Failed to resolve executable path.");
 }
 
 TEST(GetEngineRoot, FindsTheSourceTreeAboveTheBuildFolder) {
@@ -108,12 +67,9 @@ TEST(GetEngineRoot, FindsTheSourceTreeAboveTheBuildFolder) {
     EXPECT_EQ(GetEngineExportsFolder(), root / "Assets" / "Exports");
 }
 
-TEST(ResolveInstalledAsset, GivesTheFirstCandidateWhenNoneExists) {
-    const fs::path relative = "no-such-folder-" + Core::Guid::New().ToString() + "/x.bin";
-    EXPECT_EQ(ResolveInstalledAsset(relative), GetExecutableFolder() / "Assets" / relative);
-}
-
-TEST(ResolveInstalledAsset, PrefersTheFolderAboveTheProgramOverTheEngineTree) {
+TEST(ResolveInstalledAsset, PrefersTheFolderAboveTheProgramAndGivesTheFirstCandidateWhenNoneExists) {
+    const fs::path missing = "no-such-folder-" + Core::Guid::New().ToString() + "/x.bin";
+    EXPECT_EQ(ResolveInstalledAsset(missing), GetExecutableFolder() / "Assets" / missing);
     const fs::path name = "brelk-test-" + Core::Guid::New().ToString();
     const fs::path above = GetExecutableFolder().parent_path() / "Assets" / name;
     fs::create_directories(above);
@@ -124,40 +80,30 @@ TEST(ResolveInstalledAsset, PrefersTheFolderAboveTheProgramOverTheEngineTree) {
     EXPECT_EQ(resolved, above);
 }
 
-TEST_F(UserSettingsFolder, PrefersTheEngineVariable) {
+TEST(GetUserSettingsFolder, TakesTheFirstUsableVariableInOrder) {
+    const char* const names[] = {"BRELK_USER_SETTINGS_DIR", "APPDATA", "LOCALAPPDATA", "XDG_CONFIG_HOME", "HOME"};
+    struct Case {
+        std::vector<std::pair<const char*, const char*>> set;
+        fs::path expected;
+    };
+    const Case cases[] = {
+        {{{"BRELK_USER_SETTINGS_DIR", "/settings/here"}, {"APPDATA", "/roaming"}}, "/settings/here"},
+        {{{"BRELK_USER_SETTINGS_DIR", ""}, {"APPDATA", "/roaming"}}, "/roaming/BrelkEngine"},
+        {{{"LOCALAPPDATA", "/local"}, {"HOME", "/home/someone"}}, "/local/BrelkEngine"},
+        {{{"XDG_CONFIG_HOME", "/config"}, {"HOME", "/home/someone"}}, "/config/BrelkEngine"},
+        {{{"XDG_CONFIG_HOME", "relative"}, {"HOME", "/home/someone"}}, "/home/someone/.config/BrelkEngine"},
+        {{}, GetEngineRoot() / ".brelk_user"},
+    };
+    for (const Case& c : cases) {
+        EnvironmentOverride environment;
+        for (const char* name : names) environment.Unset(name);
+        for (const auto& [name, value] : c.set) environment.Set(name, value);
+        EXPECT_EQ(GetUserSettingsFolder(), c.expected);
+    }
+    EnvironmentOverride environment;
     environment.Set("BRELK_USER_SETTINGS_DIR", "/settings/here");
-    environment.Set("APPDATA", "/roaming");
-    EXPECT_EQ(GetUserSettingsFolder(), fs::path("/settings/here"));
     EXPECT_EQ(GetGeneratedShadersFolder(), fs::path("/settings/here/GeneratedShaders"));
     EXPECT_EQ(GetEditorPreferencesPath(), fs::path("/settings/here/editor_preferences.cfg"));
-}
-
-TEST_F(UserSettingsFolder, TreatsAnEmptyEngineVariableAsUnset) {
-    environment.Set("BRELK_USER_SETTINGS_DIR", "");
-    environment.Set("APPDATA", "/roaming");
-    EXPECT_EQ(GetUserSettingsFolder(), fs::path("/roaming/BrelkEngine"));
-}
-
-TEST_F(UserSettingsFolder, FallsBackToLocalAppData) {
-    environment.Set("LOCALAPPDATA", "/local");
-    environment.Set("HOME", "/home/someone");
-    EXPECT_EQ(GetUserSettingsFolder(), fs::path("/local/BrelkEngine"));
-}
-
-TEST_F(UserSettingsFolder, UsesTheUsersConfigurationFolder) {
-    environment.Set("XDG_CONFIG_HOME", "/config");
-    environment.Set("HOME", "/home/someone");
-    EXPECT_EQ(GetUserSettingsFolder(), fs::path("/config/BrelkEngine"));
-}
-
-TEST_F(UserSettingsFolder, IgnoresARelativeConfigurationVariable) {
-    environment.Set("XDG_CONFIG_HOME", "relative");
-    environment.Set("HOME", "/home/someone");
-    EXPECT_EQ(GetUserSettingsFolder(), fs::path("/home/someone/.config/BrelkEngine"));
-}
-
-TEST_F(UserSettingsFolder, EndsInTheEngineTree) {
-    EXPECT_EQ(GetUserSettingsFolder(), GetEngineRoot() / ".brelk_user");
 }
 
 TEST(GetLocalAppDataFolder, IsEmptyWithoutTheVariable) {
@@ -168,11 +114,10 @@ TEST(GetLocalAppDataFolder, IsEmptyWithoutTheVariable) {
     EXPECT_EQ(GetLocalAppDataFolder(), fs::path("/local"));
 }
 
-TEST(GetFontCandidates, OffersTwoFontsInOrder) {
+TEST(GetFontCandidates, OffersTwoFonts) {
     const std::vector<fs::path> fonts = GetFontCandidates();
     ASSERT_EQ(fonts.size(), 2u);
-    EXPECT_EQ(fonts[0].extension(), ".ttf");
-    EXPECT_EQ(fonts[1].extension(), ".ttf");
+    EXPECT_TRUE(fonts[0].extension() == ".ttf" && fonts[1].extension() == ".ttf");
 }
 
 } // namespace

@@ -21,107 +21,71 @@ mode_t ModeOf(const fs::path& path) {
     return info.st_mode & 0777;
 }
 
-TEST(PlatformStatus, KeepsItsStoredValues) {
-    EXPECT_EQ(static_cast<int>(PlatformStatus::Ok), 0);
-    EXPECT_EQ(static_cast<int>(PlatformStatus::InvalidArgument), 1);
-    EXPECT_EQ(static_cast<int>(PlatformStatus::NotFound), 2);
-    EXPECT_EQ(static_cast<int>(PlatformStatus::SystemError), 4);
+void ExpectResult(const PlatformResult& result, PlatformStatus status, const std::string& message) {
+    EXPECT_EQ(result.status, status) << result.message;
+    EXPECT_EQ(result.message, message);
+}
+
+TEST(PlatformResult, KeepsTheStoredStatusValuesAndJoinsTheHostsMessage) {
+    // The numbers are stored, so they may never change.
     EXPECT_EQ(sizeof(PlatformStatus), 1u);
+    EXPECT_EQ((std::vector<int>{0, 1, 2, 4}),
+              (std::vector<int>{static_cast<int>(PlatformStatus::Ok), static_cast<int>(PlatformStatus::InvalidArgument),
+                                static_cast<int>(PlatformStatus::NotFound), static_cast<int>(PlatformStatus::SystemError)}));
+    ExpectResult(PlatformResult::FromSystemError("Failed to replace file", ENOENT), PlatformStatus::SystemError,
+                 "Failed to replace file: No such file or directory");
+    EXPECT_TRUE(PlatformResult::Success().Ok());
+    EXPECT_TRUE(PlatformResult::Success().message.empty());
 }
 
-TEST(PlatformResult, JoinsTheGivenTextAndTheHostsMessage) {
-    const PlatformResult result = PlatformResult::FromSystemError("Failed to replace file", ENOENT);
-    EXPECT_EQ(result.status, PlatformStatus::SystemError);
-    EXPECT_EQ(result.message, "Failed to replace file: No such file or directory");
-}
-
-TEST(PlatformResult, SuccessHasNoMessage) {
-    const PlatformResult result = PlatformResult::Success();
-    EXPECT_TRUE(result.Ok());
-    EXPECT_TRUE(result.message.empty());
-}
-
-TEST(CheckPathExists, RejectsAnEmptyPath) {
-    const PlatformResult result = CheckPathExists({});
-    EXPECT_EQ(result.status, PlatformStatus::InvalidArgument);
-    EXPECT_EQ(result.message, "Path is empty.");
-}
-
-TEST(CheckPathExists, ReportsAMissingPath) {
-    ScratchFolder folder;
-    const PlatformResult result = CheckPathExists(folder / "missing");
-    EXPECT_EQ(result.status, PlatformStatus::NotFound);
-    EXPECT_EQ(result.message, "Path does not exist: " + (folder / "missing").string());
-}
-
-TEST(CheckPathExists, TreatsAPathThroughAFileAsMissing) {
-    ScratchFolder folder;
-    WriteText(folder / "file", "x");
-    EXPECT_EQ(CheckPathExists(folder / "file/below").status, PlatformStatus::NotFound);
-}
-
-TEST(CheckPathExists, AcceptsFilesFoldersAndDanglingLinks) {
+TEST(CheckPathExists, AcceptsFilesFoldersAndDanglingLinksOnly) {
     ScratchFolder folder;
     WriteText(folder / "file", "x");
     fs::create_symlink(folder / "nowhere", folder / "link");
     EXPECT_TRUE(CheckPathExists(folder / "file").Ok());
     EXPECT_TRUE(CheckPathExists(folder.Path()).Ok());
     EXPECT_TRUE(CheckPathExists(folder / "link").Ok());
+    ExpectResult(CheckPathExists({}), PlatformStatus::InvalidArgument, "Path is empty.");
+    ExpectResult(CheckPathExists(folder / "missing"), PlatformStatus::NotFound,
+                 "Path does not exist: " + (folder / "missing").string());
+    EXPECT_EQ(CheckPathExists(folder / "file/below").status, PlatformStatus::NotFound);
 }
 
-TEST(ReplaceFile, MovesTheSourceOverTheDestination) {
-    ScratchFolder folder;
-    WriteText(folder / "source", "new");
-    WriteText(folder / "destination", "old");
-    const PlatformResult result = ReplaceFile(folder / "source", folder / "destination", false);
-    ASSERT_TRUE(result.Ok()) << result.message;
-    EXPECT_EQ(ReadText(folder / "destination"), "new");
-    EXPECT_FALSE(fs::exists(folder / "source"));
-}
-
-TEST(ReplaceFile, WritesThroughWhenAsked) {
-    ScratchFolder folder;
-    WriteText(folder / "source", "new");
-    const PlatformResult result = ReplaceFile(folder / "source", folder / "destination", true);
-    ASSERT_TRUE(result.Ok()) << result.message;
-    EXPECT_EQ(ReadText(folder / "destination"), "new");
+TEST(ReplaceFile, MovesTheSourceOverTheDestinationWithOrWithoutWritingThrough) {
+    for (const bool writeThrough : {false, true}) {
+        ScratchFolder folder;
+        WriteText(folder / "source", "new");
+        WriteText(folder / "destination", "old");
+        const PlatformResult result = ReplaceFile(folder / "source", folder / "destination", writeThrough);
+        ASSERT_TRUE(result.Ok()) << result.message;
+        EXPECT_EQ(ReadText(folder / "destination"), "new");
+        EXPECT_FALSE(fs::exists(folder / "source"));
+    }
 }
 
 TEST(ReplaceFile, RefusesTheSameFileInAnotherSpelling) {
     ScratchFolder folder;
     WriteText(folder / "a.txt", "kept");
     const fs::path doubled = fs::path(folder.Path().string() + "//a.txt");
-    const fs::path trailingDot = fs::path(folder.Path().string() + "/./a.txt").lexically_normal();
-    for (const fs::path& other : {fs::path(folder / "a.txt"), doubled, trailingDot}) {
-        const PlatformResult result = ReplaceFile(folder / "a.txt", other, false);
-        EXPECT_EQ(result.status, PlatformStatus::InvalidArgument) << other;
-        EXPECT_EQ(result.message, "Source and destination identify the same file.");
+    const fs::path dotted = fs::path(folder.Path().string() + "/./a.txt").lexically_normal();
+    for (const fs::path& other : {folder / "a.txt", doubled, dotted}) {
+        SCOPED_TRACE(other);
+        ExpectResult(ReplaceFile(folder / "a.txt", other, false), PlatformStatus::InvalidArgument,
+                     "Source and destination identify the same file.");
     }
     EXPECT_EQ(ReadText(folder / "a.txt"), "kept");
 }
 
-TEST(ReplaceFile, ReportsAMissingSource) {
-    ScratchFolder folder;
-    const PlatformResult result = ReplaceFile(folder / "missing", folder / "destination", false);
-    EXPECT_EQ(result.status, PlatformStatus::NotFound);
-    EXPECT_EQ(result.message, "Path does not exist: " + (folder / "missing").string());
-}
-
-TEST(ReplaceFile, RejectsAnEmptyDestination) {
-    ScratchFolder folder;
-    WriteText(folder / "source", "x");
-    const PlatformResult result = ReplaceFile(folder / "source", {}, false);
-    EXPECT_EQ(result.status, PlatformStatus::InvalidArgument);
-    EXPECT_EQ(result.message, "Destination path is empty.");
-}
-
-TEST(ReplaceFile, ReportsTheHostsRefusal) {
+TEST(ReplaceFile, ReportsAMissingSourceAnEmptyDestinationAndTheHostsRefusal) {
     ScratchFolder folder;
     WriteText(folder / "source", "x");
     fs::create_directories(folder / "destination/inner");
-    const PlatformResult result = ReplaceFile(folder / "source", folder / "destination", false);
-    EXPECT_EQ(result.status, PlatformStatus::SystemError);
-    EXPECT_EQ(result.message, "Failed to replace file: Is a directory");
+    ExpectResult(ReplaceFile(folder / "missing", folder / "other", false), PlatformStatus::NotFound,
+                 "Path does not exist: " + (folder / "missing").string());
+    ExpectResult(ReplaceFile(folder / "source", {}, false), PlatformStatus::InvalidArgument,
+                 "Destination path is empty.");
+    ExpectResult(ReplaceFile(folder / "source", folder / "destination", false), PlatformStatus::SystemError,
+                 "Failed to replace file: Is a directory");
     EXPECT_EQ(ReadText(folder / "source"), "x");
 }
 
@@ -145,7 +109,7 @@ TEST(ReplaceFile, MovesAcrossFileSystems) {
     EXPECT_EQ(CountEntries(folder.Path()), 1u);
 }
 
-TEST(SetFileReadOnly, RemovesAndRestoresWriteAccess) {
+TEST(SetFileReadOnly, RemovesAndRestoresOwnerWriteAccessOnly) {
     ScratchFolder folder;
     WriteText(folder / "a.txt", "x");
     fs::permissions(folder / "a.txt", fs::perms(0664));
@@ -153,50 +117,29 @@ TEST(SetFileReadOnly, RemovesAndRestoresWriteAccess) {
     EXPECT_EQ(ModeOf(folder / "a.txt"), 0444u);
     ASSERT_TRUE(SetFileReadOnly(folder / "a.txt", false).Ok());
     EXPECT_EQ(ModeOf(folder / "a.txt"), 0644u);
-}
-
-TEST(SetFileReadOnly, LeavesAWritableFileAsItIs) {
-    ScratchFolder folder;
-    WriteText(folder / "a.txt", "x");
+    // A file that is writable already stays as it is.
     fs::permissions(folder / "a.txt", fs::perms(0660));
     ASSERT_TRUE(SetFileReadOnly(folder / "a.txt", false).Ok());
     EXPECT_EQ(ModeOf(folder / "a.txt"), 0660u);
+    ExpectResult(SetFileReadOnly(folder / "missing", true), PlatformStatus::NotFound,
+                 "Path does not exist: " + (folder / "missing").string());
 }
 
-TEST(SetFileReadOnly, ReportsAMissingFile) {
+TEST(GetLongPath, GivesAnExistingPathAndNothingForAMissingOneWhileShortPathsDoNotExist) {
     ScratchFolder folder;
-    const PlatformResult result = SetFileReadOnly(folder / "missing", true);
-    EXPECT_EQ(result.status, PlatformStatus::NotFound);
-    EXPECT_EQ(result.message, "Path does not exist: " + (folder / "missing").string());
-}
-
-TEST(GetShortPath, HasNoShortFormOnThisHost) {
-    ScratchFolder folder;
+    EXPECT_EQ(GetLongPath(folder.Path()), folder.Path());
+    EXPECT_FALSE(GetLongPath(folder / "missing").has_value());
+    EXPECT_FALSE(GetLongPath({}).has_value());
     EXPECT_FALSE(GetShortPath(folder.Path()).has_value());
 }
 
-TEST(GetLongPath, GivesAnExistingPathAndNothingForAMissingOne) {
+TEST(CanonicalPath, MakesPathsAbsoluteNormalisedAndWithoutATrailingSeparator) {
     ScratchFolder folder;
-    ASSERT_TRUE(GetLongPath(folder.Path()).has_value());
-    EXPECT_EQ(*GetLongPath(folder.Path()), folder.Path());
-    EXPECT_FALSE(GetLongPath(folder / "missing").has_value());
-    EXPECT_FALSE(GetLongPath({}).has_value());
-}
-
-TEST(CanonicalPath, KeepsAnEmptyPathEmpty) {
-    EXPECT_TRUE(CanonicalPath({}).empty());
-}
-
-TEST(CanonicalPath, MakesRelativePathsAbsolute) {
-    EXPECT_EQ(CanonicalPath("some/where"), fs::canonical(fs::current_path()) / "some/where");
-}
-
-TEST(CanonicalPath, NormalisesDotsAndDropsATrailingSeparator) {
-    ScratchFolder folder;
-    const fs::path real = fs::canonical(folder.Path());
     fs::create_directory(folder / "sub");
-    EXPECT_EQ(CanonicalPath(folder.Path() / "sub/../sub/./"), real / "sub");
-    EXPECT_EQ(CanonicalPath(folder.Path() / "new/../later/x/"), real / "later/x");
+    EXPECT_TRUE(CanonicalPath({}).empty());
+    EXPECT_EQ(CanonicalPath("some/where"), fs::canonical(fs::current_path()) / "some/where");
+    EXPECT_EQ(CanonicalPath(folder / "sub/../sub/./"), folder / "sub");
+    EXPECT_EQ(CanonicalPath(folder / "new/../later/x/"), folder / "later/x");
     EXPECT_EQ(CanonicalPath("/"), fs::path("/"));
 }
 
@@ -204,17 +147,13 @@ TEST(CanonicalPath, ResolvesLinksInTheExistingPartOfAMissingPath) {
     ScratchFolder folder;
     fs::create_directory(folder / "real");
     fs::create_directory_symlink(folder / "real", folder / "link");
-    const fs::path real = fs::canonical(folder / "real");
-    EXPECT_EQ(CanonicalPath(folder / "link/Not/Yet.txt"), real / "Not/Yet.txt");
-}
-
-TEST(PathKey, UnifiesSeparatorsAndCase) {
-    EXPECT_EQ(PathKey("C:\\Data/Some\\file.Txt"), "C:/DATA/SOME/FILE.TXT");
-    EXPECT_EQ(PathKey("/a/\xc3\xa9"), "/A/\xc3\xa9");
-    EXPECT_EQ(PathKey({}), "");
+    EXPECT_EQ(CanonicalPath(folder / "link/Not/Yet.txt"), folder / "real/Not/Yet.txt");
 }
 
 TEST(SamePath, MatchesSpellingsThatDifferInCaseOrSeparator) {
+    EXPECT_EQ(PathKey("C:\\Data/Some\\file.Txt"), "C:/DATA/SOME/FILE.TXT");
+    EXPECT_EQ(PathKey("/a/\xc3\xa9"), "/A/\xc3\xa9");
+    EXPECT_EQ(PathKey({}), "");
     ScratchFolder folder;
     WriteText(folder / "File.txt", "x");
     const std::string base = folder.Path().string();
@@ -222,52 +161,37 @@ TEST(SamePath, MatchesSpellingsThatDifferInCaseOrSeparator) {
     EXPECT_TRUE(SamePath(base + "/missing/Later.txt", base + "/MISSING\\later.txt"));
     EXPECT_TRUE(SamePath(base + "/sub/../File.txt", base + "/File.txt"));
     EXPECT_FALSE(SamePath(base + "/File.txt", base + "/Other.txt"));
-}
-
-TEST(SamePath, TreatsEmptyPathsAsTheSameOnlyAsEachOther) {
     EXPECT_TRUE(SamePath({}, {}));
     EXPECT_FALSE(SamePath({}, "/a"));
     EXPECT_FALSE(SamePath("/a", {}));
 }
 
-TEST(IsInsideFolder, CountsAFolderAsInsideItself) {
+TEST(IsInsideFolder, HoldsTheFolderAndPathsBelowButNotSiblingsWithTheSamePrefix) {
     ScratchFolder folder;
-    EXPECT_TRUE(IsInsideFolder(folder.Path(), folder.Path()));
-    EXPECT_TRUE(IsInsideFolder(folder.Path(), folder.Path().string() + "/"));
+    struct Case {
+        fs::path folder, path;
+        bool inside;
+    };
+    const Case cases[] = {
+        {folder.Path(), folder.Path(), true}, {folder.Path(), folder.Path().string() + "/", true},
+        {"/data/A", "/data/A/b", true}, {"/data/A", "/DATA/a/b/c", true}, {"/data/A", "/data/AB", false},
+        {"/data/A/b", "/data/A", false}, {"/", "/data", true}, {{}, "/a", false}, {"/a", {}, false},
+    };
+    for (const Case& c : cases) EXPECT_EQ(IsInsideFolder(c.folder, c.path), c.inside) << c.folder << " " << c.path;
 }
 
-TEST(IsInsideFolder, HoldsPathsBelowButNotSiblingsWithTheSamePrefix) {
-    EXPECT_TRUE(IsInsideFolder("/data/A", "/data/A/b"));
-    EXPECT_TRUE(IsInsideFolder("/data/A", "/DATA/a/b/c"));
-    EXPECT_FALSE(IsInsideFolder("/data/A", "/data/AB"));
-    EXPECT_FALSE(IsInsideFolder("/data/A/b", "/data/A"));
-    EXPECT_TRUE(IsInsideFolder("/", "/data"));
-}
-
-TEST(IsInsideFolder, RejectsEmptyArguments) {
-    EXPECT_FALSE(IsInsideFolder({}, "/a"));
-    EXPECT_FALSE(IsInsideFolder("/a", {}));
-}
-
-TEST(RelativeToFolder, GivesDotForTheFolderItself) {
+TEST(RelativeToFolder, KeepsTheCaseAndMissingTailOfThePathAndGivesNothingOutside) {
     ScratchFolder folder;
-    EXPECT_EQ(RelativeToFolder(folder.Path(), folder.Path()), fs::path("."));
-}
-
-TEST(RelativeToFolder, KeepsAMissingTailAsWritten) {
-    ScratchFolder folder;
-    EXPECT_EQ(RelativeToFolder(folder.Path(), folder.Path() / "Not/Yet/There.TXT"), fs::path("Not/Yet/There.TXT"));
-}
-
-TEST(RelativeToFolder, KeepsTheCaseOfThePath) {
-    EXPECT_EQ(RelativeToFolder("/data/a", "/DATA/A/Sub/File"), fs::path("Sub/File"));
-    EXPECT_EQ(RelativeToFolder("/", "/data/x"), fs::path("data/x"));
-}
-
-TEST(RelativeToFolder, GivesNothingOutsideTheFolderOrForEmptyArguments) {
-    EXPECT_FALSE(RelativeToFolder("/data/A", "/data/AB/c").has_value());
-    EXPECT_FALSE(RelativeToFolder({}, "/a").has_value());
-    EXPECT_FALSE(RelativeToFolder("/a", {}).has_value());
+    struct Case {
+        fs::path folder, path;
+        std::optional<fs::path> relative;
+    };
+    const Case cases[] = {
+        {folder.Path(), folder.Path(), "."}, {folder.Path(), folder / "Not/Yet/There.TXT", "Not/Yet/There.TXT"},
+        {"/data/a", "/DATA/A/Sub/File", "Sub/File"}, {"/", "/data/x", "data/x"},
+        {"/data/A", "/data/AB/c", std::nullopt}, {{}, "/a", std::nullopt}, {"/a", {}, std::nullopt},
+    };
+    for (const Case& c : cases) EXPECT_EQ(RelativeToFolder(c.folder, c.path), c.relative) << c.folder << " " << c.path;
 }
 
 } // namespace

@@ -4,20 +4,11 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
-
 namespace Brelk::Platform {
 namespace {
 
+using Testing::ReadText;
 using Testing::ScratchFolder;
-
-std::string ReadAll(const std::filesystem::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    std::stringstream text;
-    text << stream.rdbuf();
-    return text.str();
-}
 
 void WriteAndClose(std::FILE* file, const std::string& text) {
     ASSERT_NE(file, nullptr);
@@ -25,39 +16,24 @@ void WriteAndClose(std::FILE* file, const std::string& text) {
     std::fclose(file);
 }
 
-TEST(SharedFile, AppendKeepsWhatWasThere) {
+TEST(SharedFile, AppendKeepsWhatWasThereAndTruncateEmptiesTheFile) {
     ScratchFolder folder;
-    WriteAndClose(OpenSharedFile(folder / "a.log", SharedFileMode::Append), "one\n");
+    WriteAndClose(OpenSharedFile(folder / "a.log", SharedFileMode::Truncate), "old text\n");
+    WriteAndClose(OpenSharedFile(folder / "a.log", SharedFileMode::Truncate), "one\n");
     WriteAndClose(OpenSharedFile(folder / "a.log", SharedFileMode::Append), "two\n");
-    EXPECT_EQ(ReadAll(folder / "a.log"), "one\ntwo\n");
-}
-
-TEST(SharedFile, TruncateEmptiesTheFile) {
-    ScratchFolder folder;
-    WriteAndClose(OpenSharedFile(folder / "b.log", SharedFileMode::Truncate), "old text\n");
-    WriteAndClose(OpenSharedFile(folder / "b.log", SharedFileMode::Truncate), "new\n");
-    EXPECT_EQ(ReadAll(folder / "b.log"), "new\n");
-}
-
-TEST(SharedFile, OthersMayReadWhileItIsOpen) {
-    ScratchFolder folder;
-    std::FILE* file = OpenSharedFile(folder / "c.log", SharedFileMode::Truncate);
-    ASSERT_NE(file, nullptr);
-    std::fputs("visible\n", file);
-    std::fflush(file);
-    EXPECT_EQ(ReadAll(folder / "c.log"), "visible\n");
-    std::fclose(file);
-}
-
-TEST(SharedFile, MissingFolderGivesNull) {
-    ScratchFolder folder;
+    EXPECT_EQ(ReadText(folder / "a.log"), "one\ntwo\n");
     EXPECT_EQ(OpenSharedFile(folder / "missing" / "d.log", SharedFileMode::Append), nullptr);
 }
 
-TEST(SharedFile, BytesAreWrittenAsGiven) {
+TEST(SharedFile, OthersMayReadTheBytesAsWrittenWhileItIsOpen) {
     ScratchFolder folder;
-    WriteAndClose(OpenSharedFile(folder / "e.bin", SharedFileMode::Truncate), std::string("a\r\n\0b", 5));
-    EXPECT_EQ(ReadAll(folder / "e.bin"), std::string("a\r\n\0b", 5));
+    std::FILE* file = OpenSharedFile(folder / "c.log", SharedFileMode::Truncate);
+    ASSERT_NE(file, nullptr);
+    const std::string bytes("a\r\n\0b", 5);
+    std::fwrite(bytes.data(), 1, bytes.size(), file);
+    std::fflush(file);
+    EXPECT_EQ(ReadText(folder / "c.log"), bytes);
+    std::fclose(file);
 }
 
 } // namespace

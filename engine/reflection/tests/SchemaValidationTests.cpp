@@ -2,18 +2,23 @@
 #include "engine/reflection/ReflectionRegistry.h"
 #include "engine/reflection/SchemaValidation.h"
 
+#include "tests/support/TestSupport.h"
+
 #include <gtest/gtest.h>
 #include <glm/ext/quaternion_float.hpp>
 #include <glm/vec3.hpp>
 
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace Brelk::Reflection {
 namespace {
+
+using Testing::ThrownMessage;
 
 enum class Tint : std::uint8_t { Red, Green };
 enum class Level : std::int32_t { Low, High };
@@ -34,16 +39,6 @@ struct Holder {
     std::vector<Unlisted> items;
 };
 
-template <class F>
-std::string InvalidArgumentOf(F&& call) {
-    try {
-        call();
-    } catch (const std::invalid_argument& exception) {
-        return exception.what();
-    }
-    return "no exception";
-}
-
 PropertyAttributes Interval(std::uint32_t since, std::uint32_t until) {
     PropertyAttributes attributes;
     attributes.sinceVersion = since;
@@ -53,183 +48,162 @@ PropertyAttributes Interval(std::uint32_t since, std::uint32_t until) {
 
 const ValueSchema kFloat = MakeValueSchema<float>(PropertyKind::Float);
 
-TEST(ValidateProperty, AnIntervalThatEndsWhereItStartsIsRefused) {
-    EXPECT_EQ(InvalidArgumentOf([] { ValidateProperty("speed", kFloat, Interval(3, 3)); }),
-              "Property requires a name and valid schema-version interval: speed");
-    EXPECT_EQ(InvalidArgumentOf([] { ValidateProperty("speed", kFloat, Interval(3, 2)); }),
-              "Property requires a name and valid schema-version interval: speed");
-}
-
-TEST(ValidateProperty, AnIntervalThatEndsAfterItStartsOrNeverEndsPasses) {
-    EXPECT_NO_THROW(ValidateProperty("speed", kFloat, Interval(3, 4)));
-    EXPECT_NO_THROW(ValidateProperty("speed", kFloat, Interval(7, 0)));
-}
-
-TEST(ValidateProperty, AnEmptyNameOrSinceVersionZeroIsRefused) {
-    EXPECT_EQ(InvalidArgumentOf([] { ValidateProperty("", kFloat, Interval(1, 0)); }),
-              "Property requires a name and valid schema-version interval: ");
-    EXPECT_EQ(InvalidArgumentOf([] { ValidateProperty("speed", kFloat, Interval(0, 0)); }),
-              "Property requires a name and valid schema-version interval: speed");
-}
-
-TEST(ValidateProperty, EnumKindAndEnumNameMustCoincide) {
+TEST(ValidateProperty, RefusesInconsistentMetadataWithItsExactMessage) {
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const float infinity = std::numeric_limits<float>::infinity();
     const ValueSchema tint = MakeValueSchema<Tint>(PropertyKind::Enum);
-    EXPECT_EQ(InvalidArgumentOf([&] { ValidateProperty("tint", tint, {}); }),
-              "Enum property requires matching enum metadata: tint");
-    EXPECT_EQ(InvalidArgumentOf([&] { ValidateProperty("ratio", kFloat, FieldAttr().Enum("Tint")); }),
-              "Enum property requires matching enum metadata: ratio");
-    EXPECT_NO_THROW(ValidateProperty("tint", tint, FieldAttr().Enum("Tint")));
-}
-
-TEST(ValidateProperty, AVectorOfEnumsNeedsItsEnumName) {
     const ValueSchema tints = MakeValueSchema<std::vector<Tint>>(PropertyKind::Enum);
-    EXPECT_EQ(InvalidArgumentOf([&] { ValidateProperty("tints", tints, {}); }),
-              "Enum property requires matching enum metadata: tints");
-    EXPECT_NO_THROW(ValidateProperty("tints", tints, FieldAttr().Enum("Tint")));
-}
-
-TEST(ValidateProperty, AssetKindAndAssetTypeMustCoincide) {
     const ValueSchema asset = MakeValueSchema<std::uint64_t>(PropertyKind::Asset);
     const ValueSchema plain = MakeValueSchema<std::uint64_t>(PropertyKind::UInt64);
-    EXPECT_EQ(InvalidArgumentOf([&] { ValidateProperty("mesh", asset, {}); }),
-              "Asset property requires an asset-type constraint: mesh");
-    EXPECT_EQ(InvalidArgumentOf([&] { ValidateProperty("count", plain, FieldAttr().AssetType("Mesh")); }),
-              "Asset property requires an asset-type constraint: count");
-    EXPECT_NO_THROW(ValidateProperty("mesh", asset, FieldAttr().AssetType("Mesh")));
-}
-
-TEST(ValidateProperty, ARangeOnABoolStringOrQuatIsRefused) {
-    const FieldAttr range = FieldAttr().Range(0.0f, 1.0f);
     const ValueSchema boolean = MakeValueSchema<bool>(PropertyKind::Bool);
     const ValueSchema text = MakeValueSchema<std::string>(PropertyKind::String);
     const ValueSchema rotation = MakeValueSchema<glm::quat>(PropertyKind::Quat);
-    const std::string message = "Property has an invalid numeric authoring range: p";
-    EXPECT_EQ(InvalidArgumentOf([&] { ValidateProperty("p", boolean, range); }), message);
-    EXPECT_EQ(InvalidArgumentOf([&] { ValidateProperty("p", text, range); }), message);
-    EXPECT_EQ(InvalidArgumentOf([&] { ValidateProperty("p", rotation, range); }), message);
-}
-
-TEST(ValidateProperty, ARangeOnNumbersAndVectorsPasses) {
-    const FieldAttr range = FieldAttr().Range(-1.0f, 1.0f);
-    EXPECT_NO_THROW(ValidateProperty("p", MakeValueSchema<glm::vec3>(PropertyKind::Vec3), range));
-    EXPECT_NO_THROW(ValidateProperty("p", MakeValueSchema<std::int32_t>(PropertyKind::Int), range));
-    EXPECT_NO_THROW(ValidateProperty("p", MakeValueSchema<std::vector<float>>(PropertyKind::Float), range));
-}
-
-TEST(ValidateProperty, ARangeMustBeFiniteAndOrdered) {
-    const float nan = std::numeric_limits<float>::quiet_NaN();
-    const float infinity = std::numeric_limits<float>::infinity();
-    const std::string message = "Property has an invalid numeric authoring range: p";
-    EXPECT_EQ(InvalidArgumentOf([&] { ValidateProperty("p", kFloat, FieldAttr().Range(nan, 1.0f)); }), message);
-    EXPECT_EQ(InvalidArgumentOf([&] { ValidateProperty("p", kFloat, FieldAttr().Range(0.0f, infinity)); }), message);
-    EXPECT_EQ(InvalidArgumentOf([&] { ValidateProperty("p", kFloat, FieldAttr().Range(2.0f, 1.0f)); }), message);
-    EXPECT_NO_THROW(ValidateProperty("p", kFloat, FieldAttr().Range(1.0f, 1.0f)));
+    const ValueSchema vec3 = MakeValueSchema<glm::vec3>(PropertyKind::Vec3);
+    const ValueSchema integer = MakeValueSchema<std::int32_t>(PropertyKind::Int);
+    const ValueSchema floats = MakeValueSchema<std::vector<float>>(PropertyKind::Float);
+    const std::string interval = "Property requires a name and valid schema-version interval: ";
+    const std::string enumMeta = "Enum property requires matching enum metadata: ";
+    const std::string assetMeta = "Asset property requires an asset-type constraint: ";
+    const std::string range = "Property has an invalid numeric authoring range: ";
+    const std::string passes = "<no exception>";
+    const struct {
+        const char* name;
+        const ValueSchema& schema;
+        PropertyAttributes attributes;
+        std::string message;
+    } cases[] = {
+        {"speed", kFloat, Interval(3, 3), interval + "speed"},
+        {"speed", kFloat, Interval(3, 2), interval + "speed"},
+        {"", kFloat, Interval(1, 0), interval},
+        {"speed", kFloat, Interval(0, 0), interval + "speed"},
+        {"speed", kFloat, Interval(3, 4), passes},
+        {"speed", kFloat, Interval(7, 0), passes},
+        {"tint", tint, {}, enumMeta + "tint"},
+        {"ratio", kFloat, FieldAttr().Enum("Tint"), enumMeta + "ratio"},
+        {"tint", tint, FieldAttr().Enum("Tint"), passes},
+        {"tints", tints, {}, enumMeta + "tints"},
+        {"tints", tints, FieldAttr().Enum("Tint"), passes},
+        {"mesh", asset, {}, assetMeta + "mesh"},
+        {"count", plain, FieldAttr().AssetType("Mesh"), assetMeta + "count"},
+        {"mesh", asset, FieldAttr().AssetType("Mesh"), passes},
+        {"p", boolean, FieldAttr().Range(0.0f, 1.0f), range + "p"},
+        {"p", text, FieldAttr().Range(0.0f, 1.0f), range + "p"},
+        {"p", rotation, FieldAttr().Range(0.0f, 1.0f), range + "p"},
+        {"p", vec3, FieldAttr().Range(-1.0f, 1.0f), passes},
+        {"p", integer, FieldAttr().Range(-1.0f, 1.0f), passes},
+        {"p", floats, FieldAttr().Range(-1.0f, 1.0f), passes},
+        {"p", kFloat, FieldAttr().Range(nan, 1.0f), range + "p"},
+        {"p", kFloat, FieldAttr().Range(0.0f, infinity), range + "p"},
+        {"p", kFloat, FieldAttr().Range(2.0f, 1.0f), range + "p"},
+        {"p", kFloat, FieldAttr().Range(1.0f, 1.0f), passes},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(ThrownMessage([&] { ValidateProperty(c.name, c.schema, c.attributes); }), c.message)
+            << c.name << " -> " << c.message;
+    }
+    EXPECT_THROW(ValidateProperty("", kFloat, Interval(1, 0)), std::invalid_argument);
 }
 
 TEST(ValidateProperty, RegistrationRunsTheSameChecks) {
     ReflectionRegistry registry;
-    EXPECT_EQ(InvalidArgumentOf([&] {
+    EXPECT_EQ(ThrownMessage([&] {
                   registry.AddProperty<Holder, bool>("Holder", "flag", &Holder::flag, PropertyKind::Bool,
                                                      FieldAttr().Range(0.0f, 1.0f));
               }),
               "Property has an invalid numeric authoring range: flag");
 }
 
-class ValidateTable : public ::testing::Test {
-protected:
-    ValidateTable() {
-        registry.RegisterAssetType("Mesh", 1);
-        registry.RegisterEnum<Tint>("Tint", {EnumValueOf(Tint::Red, "Red"), EnumValueOf(Tint::Green, "Green")});
-        registry.RegisterEnum<Level>("Level", {EnumValueOf(Level::Low, "Low"), EnumValueOf(Level::High, "High")});
-        registry.RegisterType<Holder>("Holder", "Holder", "Test", 2);
-    }
+// A registry with the enums and asset types the tables below refer to, and an empty Holder.
+std::unique_ptr<ReflectionRegistry> TableRegistry() {
+    auto registry = std::make_unique<ReflectionRegistry>();
+    registry->RegisterAssetType("Mesh", 1);
+    registry->RegisterEnum<Tint>("Tint", {EnumValueOf(Tint::Red, "Red"), EnumValueOf(Tint::Green, "Green")});
+    registry->RegisterEnum<Level>("Level", {EnumValueOf(Level::Low, "Low"), EnumValueOf(Level::High, "High")});
+    registry->RegisterType<Holder>("Holder", "Holder", "Test", 2);
+    return registry;
+}
 
-    std::string Failure() const {
-        std::string error = "stale";
-        const bool valid = registry.Validate(&error);
-        return valid ? "valid" + error : error;
-    }
+std::string Failure(const ReflectionRegistry& registry) {
+    std::string error = "stale";
+    return registry.Validate(&error) ? "valid" + error : error;
+}
 
-    ReflectionRegistry registry;
-};
-
-TEST_F(ValidateTable, AConsistentTablePassesAndClearsTheError) {
-    ReflectedTypeBuilder<Holder>("Holder", "Holder", "Test", registry)
+TEST(ValidateTable, AConsistentTablePassesAndClearsTheError) {
+    const auto registry = TableRegistry();
+    ReflectedTypeBuilder<Holder>("Holder", "Holder", "Test", *registry)
         .Version(2)
         .Field("flag", &Holder::flag)
         .Field("tint", &Holder::tint, FieldAttr().Enum("Tint"))
         .Field("tints", &Holder::tints, FieldAttr().Enum("Tint"))
         .Field("mesh", &Holder::mesh, FieldAttr().AssetType("Mesh"))
         .Field("ratio", &Holder::ratio, FieldAttr().Since(2));
-    EXPECT_EQ(Failure(), "valid");
-    EXPECT_TRUE(registry.Validate(nullptr));
+    EXPECT_EQ(Failure(*registry), "valid");
+    EXPECT_TRUE(registry->Validate(nullptr));
 }
 
-TEST_F(ValidateTable, ASinceVersionAboveTheTypeVersionFailsWithTypeAndProperty) {
-    registry.AddProperty<Holder, float>("Holder", "ratio", &Holder::ratio, PropertyKind::Float, FieldAttr().Since(3));
-    EXPECT_EQ(Failure(), "Holder.ratio: Property version exceeds the enclosing schema version.");
-}
-
-TEST_F(ValidateTable, AnUntilVersionAboveTheTypeVersionFails) {
-    registry.AddProperty<Holder, float>("Holder", "ratio", &Holder::ratio, PropertyKind::Float, FieldAttr().Until(3));
-    EXPECT_EQ(Failure(), "Holder.ratio: Property version exceeds the enclosing schema version.");
-}
-
-TEST_F(ValidateTable, AnUnregisteredStructureInAVectorFailsAtThePropertyThatHoldsIt) {
-    registry.AddProperty<Holder, std::vector<Unlisted>>("Holder", "items", &Holder::items, PropertyKind::Object, {});
-    EXPECT_EQ(Failure(), "Holder.items: Nested object schema has not been registered.");
-    registry.RegisterType<Unlisted>("Unlisted");
-    EXPECT_EQ(Failure(), "valid");
-}
-
-TEST_F(ValidateTable, ACustomPropertyCannotSurvive) {
-    registry.AddProperty<Holder, float>("Holder", "ratio", &Holder::ratio, PropertyKind::Custom, {});
-    EXPECT_EQ(Failure(), "Holder.ratio: Opaque custom property has no value schema.");
-}
-
-TEST_F(ValidateTable, AnAssetConstraintMustBeRegistered) {
-    registry.AddProperty<Holder, std::uint64_t>("Holder", "mesh", &Holder::mesh, PropertyKind::Asset,
-                                                FieldAttr().AssetType("Texture"));
-    EXPECT_EQ(Failure(), "Holder.mesh: Asset-type constraint has not been registered.");
-}
-
-TEST_F(ValidateTable, AnEnumMustBeRegisteredForTheSameNativeType) {
-    registry.AddProperty<Holder, Tint>("Holder", "tint", &Holder::tint, PropertyKind::Enum, FieldAttr().Enum("Level"));
-    EXPECT_EQ(Failure(), "Holder.tint: Enum schema is missing or belongs to another C++ enum.");
-    registry.FindType("Holder")->properties[0].attributes.enumName = "Missing";
-    EXPECT_EQ(Failure(), "Holder.tint: Enum schema is missing or belongs to another C++ enum.");
-}
-
-TEST_F(ValidateTable, AnAccessorOfAnotherTypeFails) {
-    registry.AddProperty<Holder, float>("Holder", "ratio", &Holder::ratio, PropertyKind::Float, {});
-    registry.FindType("Holder")->properties[0].valueType = typeid(double);
-    EXPECT_EQ(Failure(), "Holder.ratio: Property schema disagrees with its checked accessor.");
-}
-
-TEST_F(ValidateTable, PropertyChecksRunAgainOnTheStoredAttributes) {
-    registry.AddProperty<Holder, bool>("Holder", "flag", &Holder::flag, PropertyKind::Bool, {});
-    registry.FindType("Holder")->properties[0].attributes.hasRange = true;
-    EXPECT_EQ(Failure(), "Holder.flag: Property has an invalid numeric authoring range: flag");
-}
-
-TEST_F(ValidateTable, TheFirstFailingPropertyEndsTheWalk) {
-    registry.AddProperty<Holder, float>("Holder", "ratio", &Holder::ratio, PropertyKind::Custom, {});
-    registry.AddProperty<Holder, std::uint64_t>("Holder", "mesh", &Holder::mesh, PropertyKind::Asset,
-                                                FieldAttr().AssetType("Texture"));
-    EXPECT_EQ(Failure(), "Holder.ratio: Opaque custom property has no value schema.");
+TEST(ValidateTable, TheFirstInconsistentPropertyFailsWithTypeAndPropertyName) {
+    using Add = void (*)(ReflectionRegistry&);
+    const std::pair<Add, std::string> cases[] = {
+        {[](ReflectionRegistry& r) { r.AddProperty<Holder, float>("Holder", "ratio", &Holder::ratio,
+                                                                   PropertyKind::Float, FieldAttr().Since(3)); },
+         "Holder.ratio: Property version exceeds the enclosing schema version."},
+        {[](ReflectionRegistry& r) { r.AddProperty<Holder, float>("Holder", "ratio", &Holder::ratio,
+                                                                   PropertyKind::Float, FieldAttr().Until(3)); },
+         "Holder.ratio: Property version exceeds the enclosing schema version."},
+        {[](ReflectionRegistry& r) { r.AddProperty<Holder, std::vector<Unlisted>>("Holder", "items", &Holder::items,
+                                                                                   PropertyKind::Object, {}); },
+         "Holder.items: Nested object schema has not been registered."},
+        {[](ReflectionRegistry& r) { r.AddProperty<Holder, std::uint64_t>("Holder", "mesh", &Holder::mesh,
+                                                                           PropertyKind::Asset,
+                                                                           FieldAttr().AssetType("Texture")); },
+         "Holder.mesh: Asset-type constraint has not been registered."},
+        {[](ReflectionRegistry& r) { r.AddProperty<Holder, Tint>("Holder", "tint", &Holder::tint, PropertyKind::Enum,
+                                                                  FieldAttr().Enum("Level")); },
+         "Holder.tint: Enum schema is missing or belongs to another C++ enum."},
+        {[](ReflectionRegistry& r) {
+             r.AddProperty<Holder, Tint>("Holder", "tint", &Holder::tint, PropertyKind::Enum, FieldAttr().Enum("Tint"));
+             r.FindType("Holder")->properties[0].attributes.enumName = "Missing";
+         },
+         "Holder.tint: Enum schema is missing or belongs to another C++ enum."},
+        {[](ReflectionRegistry& r) {
+             r.AddProperty<Holder, float>("Holder", "ratio", &Holder::ratio, PropertyKind::Float, {});
+             r.FindType("Holder")->properties[0].valueType = typeid(double);
+         },
+         "Holder.ratio: Property schema disagrees with its checked accessor."},
+        {[](ReflectionRegistry& r) {
+             r.AddProperty<Holder, bool>("Holder", "flag", &Holder::flag, PropertyKind::Bool, {});
+             r.FindType("Holder")->properties[0].attributes.hasRange = true;
+         },
+         "Holder.flag: Property has an invalid numeric authoring range: flag"},
+        {[](ReflectionRegistry& r) {
+             r.AddProperty<Holder, float>("Holder", "ratio", &Holder::ratio, PropertyKind::Custom, {});
+             r.AddProperty<Holder, std::uint64_t>("Holder", "mesh", &Holder::mesh, PropertyKind::Asset,
+                                                  FieldAttr().AssetType("Texture"));
+         },
+         "Holder.ratio: Opaque custom property has no value schema."},
+    };
+    for (const auto& [add, message] : cases) {
+        const auto registry = TableRegistry();
+        add(*registry);
+        EXPECT_EQ(Failure(*registry), message);
+    }
+    const auto registry = TableRegistry();
+    registry->AddProperty<Holder, std::vector<Unlisted>>("Holder", "items", &Holder::items, PropertyKind::Object, {});
+    registry->RegisterType<Unlisted>("Unlisted");
+    EXPECT_EQ(Failure(*registry), "valid");
 }
 
 TEST(RegisterEnum, ValuesMustFitTheEnumsStorage) {
     ReflectionRegistry registry;
-    EXPECT_EQ(InvalidArgumentOf([&] {
+    EXPECT_EQ(ThrownMessage([&] {
                   registry.RegisterEnum<Tint>("Tint", {EnumValue{std::int64_t{256}, "Big", "Big"}});
               }),
               "Enum value is outside its C++ storage range: Tint");
-    EXPECT_EQ(InvalidArgumentOf([&] {
+    EXPECT_EQ(ThrownMessage([&] {
                   registry.RegisterEnum<Tint>("Tint", {EnumValue{std::int64_t{-1}, "Minus", "Minus"}});
               }),
               "Enum value is outside its C++ storage range: Tint");
-    EXPECT_EQ(InvalidArgumentOf([&] {
+    EXPECT_EQ(ThrownMessage([&] {
                   registry.RegisterEnum<Level>("Level", {EnumValue{std::uint64_t{2147483648u}, "Big", "Big"}});
               }),
               "Enum value is outside its C++ storage range: Level");
@@ -241,9 +215,9 @@ TEST(RegisterEnum, ValuesMustFitTheEnumsStorage) {
 
 TEST(RegisterEnum, ANameAndValuesAreRequired) {
     ReflectionRegistry registry;
-    EXPECT_EQ(InvalidArgumentOf([&] { registry.RegisterEnum<Tint>("", {EnumValueOf(Tint::Red, "Red")}); }),
+    EXPECT_EQ(ThrownMessage([&] { registry.RegisterEnum<Tint>("", {EnumValueOf(Tint::Red, "Red")}); }),
               "Enum schema requires a name and values.");
-    EXPECT_EQ(InvalidArgumentOf([&] { registry.RegisterEnum<Tint>("Tint", {}); }),
+    EXPECT_EQ(ThrownMessage([&] { registry.RegisterEnum<Tint>("Tint", {}); }),
               "Enum schema requires a name and values.");
 }
 
@@ -251,21 +225,21 @@ TEST(RegisterEnum, TwoNamesForOneNumberPassButOneNameTwiceFails) {
     ReflectionRegistry registry;
     EXPECT_NO_THROW(registry.RegisterEnum<Tint>(
         "Tint", {EnumValue{std::uint64_t{1}, "A", "A"}, EnumValue{std::uint64_t{1}, "B", "B"}}));
-    EXPECT_EQ(InvalidArgumentOf([&] {
+    EXPECT_EQ(ThrownMessage([&] {
                   registry.RegisterEnum<Tint>(
                       "Tint", {EnumValue{std::uint64_t{0}, "A", "A"}, EnumValue{std::uint64_t{1}, "A", "A"}});
               }),
               "Enum schema contains an empty or duplicate name: Tint");
-    EXPECT_EQ(InvalidArgumentOf([&] { registry.RegisterEnum<Tint>("Tint", {EnumValue{std::uint64_t{0}, "", ""}}); }),
+    EXPECT_EQ(ThrownMessage([&] { registry.RegisterEnum<Tint>("Tint", {EnumValue{std::uint64_t{0}, "", ""}}); }),
               "Enum schema contains an empty or duplicate name: Tint");
 }
 
 TEST(RegisterEnum, NameAndNativeTypeMustAgreeWithEarlierRegistrations) {
     ReflectionRegistry registry;
     registry.RegisterEnum<Tint>("Tint", {EnumValueOf(Tint::Red, "Red")});
-    EXPECT_EQ(InvalidArgumentOf([&] { registry.RegisterEnum<Level>("Tint", {EnumValueOf(Level::Low, "Low")}); }),
+    EXPECT_EQ(ThrownMessage([&] { registry.RegisterEnum<Level>("Tint", {EnumValueOf(Level::Low, "Low")}); }),
               "Enum schema name and C++ type disagree: Tint");
-    EXPECT_EQ(InvalidArgumentOf([&] { registry.RegisterEnum<Tint>("Colour", {EnumValueOf(Tint::Red, "Red")}); }),
+    EXPECT_EQ(ThrownMessage([&] { registry.RegisterEnum<Tint>("Colour", {EnumValueOf(Tint::Red, "Red")}); }),
               "Enum schema name and C++ type disagree: Colour");
     registry.RegisterEnum<Tint>("Tint", {EnumValueOf(Tint::Red, "Red"), EnumValueOf(Tint::Green, "Green")});
     ASSERT_NE(registry.FindEnum("Tint"), nullptr);
@@ -284,9 +258,9 @@ TEST(EnumValues, LookupByNameIsExactAndByNumberComparesAcrossSignedness) {
 
 TEST(RegisterAssetType, ANameAndANonzeroIdAreRequired) {
     ReflectionRegistry registry;
-    EXPECT_EQ(InvalidArgumentOf([&] { registry.RegisterAssetType("", 1); }),
+    EXPECT_EQ(ThrownMessage([&] { registry.RegisterAssetType("", 1); }),
               "Asset schema requires a name and a nonzero native ID.");
-    EXPECT_EQ(InvalidArgumentOf([&] { registry.RegisterAssetType("Mesh", 0); }),
+    EXPECT_EQ(ThrownMessage([&] { registry.RegisterAssetType("Mesh", 0); }),
               "Asset schema requires a name and a nonzero native ID.");
 }
 
@@ -294,9 +268,9 @@ TEST(RegisterAssetType, NameAndIdMustPairAsBefore) {
     ReflectionRegistry registry;
     registry.RegisterAssetType("Mesh", 1);
     EXPECT_NO_THROW(registry.RegisterAssetType("Mesh", 1));
-    EXPECT_EQ(InvalidArgumentOf([&] { registry.RegisterAssetType("Mesh", 2); }),
+    EXPECT_EQ(ThrownMessage([&] { registry.RegisterAssetType("Mesh", 2); }),
               "Asset schema name and native ID disagree: Mesh");
-    EXPECT_EQ(InvalidArgumentOf([&] { registry.RegisterAssetType("Foo", 1); }),
+    EXPECT_EQ(ThrownMessage([&] { registry.RegisterAssetType("Foo", 1); }),
               "Asset schema name and native ID disagree: Foo");
     ASSERT_NE(registry.FindAssetType("Mesh"), nullptr);
     EXPECT_EQ(registry.FindAssetType("Mesh")->nativeId, 1u);

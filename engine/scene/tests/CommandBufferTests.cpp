@@ -2,6 +2,8 @@
 
 #include "engine/scene/Registry.h"
 
+#include "tests/support/TestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <stdexcept>
@@ -11,47 +13,33 @@
 namespace Brelk::Scene {
 namespace {
 
-struct Marker {
-    int value = 0;
-};
+struct Marker { int value = 0; };
 
-TEST(CommandBuffer, CreateOnABufferThatDidNotComeFromDeferThrows) {
+TEST(CommandBuffer, CreateNeedsABufferFromDefer) {
     CommandBuffer buffer;
-    try {
-        (void)buffer.CreateEntity();
-        FAIL() << "expected std::logic_error";
-    } catch (const std::logic_error& error) {
-        EXPECT_EQ(std::string(error.what()),
-                  "CommandBuffer::CreateEntity requires a buffer obtained from Registry::Defer().");
-    }
+    EXPECT_EQ(Testing::ThrownMessage([&] { (void)buffer.CreateEntity(); }),
+              "CommandBuffer::CreateEntity requires a buffer obtained from Registry::Defer().");
+    EXPECT_THROW((void)buffer.CreateEntity(), std::logic_error);
     EXPECT_TRUE(buffer.Empty());
-}
-
-TEST(CommandBuffer, CreateThroughDeferWorks) {
     Registry registry;
-    CommandBuffer& buffer = registry.Defer();
-    EXPECT_EQ(buffer.Target(), &registry);
-    EXPECT_EQ(buffer.CreateEntity(), 1u);
-    EXPECT_EQ(buffer.Size(), 1u);
+    EXPECT_EQ(registry.Defer().Target(), &registry);
+    EXPECT_EQ(registry.Defer().CreateEntity(), 1u);
+    EXPECT_EQ(registry.Defer().Size(), 1u);
 }
 
-TEST(CommandBuffer, ADeferredCreateIsAliveOnlyAfterTheFlushAndThenStandsLast) {
+TEST(CommandBuffer, ADeferredCreateTakesComponentsAtOnceButIsAliveOnlyAfterTheFlushAndThenStandsLast) {
     Registry registry;
     const Entity early = registry.CreateEntity();
     const Entity deferred = registry.Defer().CreateEntity();
     const Entity late = registry.CreateEntity();
+    registry.Emplace(deferred, Marker{4});
     EXPECT_FALSE(registry.IsAlive(deferred));
     EXPECT_EQ(registry.Slots()[EntityIndex(deferred)].state, EntityState::Reserved);
+    EXPECT_TRUE(registry.HasDeferred());
     registry.FlushDeferred();
+    EXPECT_FALSE(registry.HasDeferred());
     EXPECT_TRUE(registry.IsAlive(deferred));
     EXPECT_EQ(registry.Entities(), (std::vector<Entity>{early, late, deferred}));
-}
-
-TEST(CommandBuffer, ComponentsMayBeAttachedToADeferredCreateBeforeItRuns) {
-    Registry registry;
-    const Entity deferred = registry.Defer().CreateEntity();
-    registry.Emplace(deferred, Marker{4});
-    registry.FlushDeferred();
     EXPECT_EQ(registry.Get<Marker>(deferred).value, 4);
 }
 
@@ -67,10 +55,13 @@ TEST(CommandBuffer, CreateAndDestroyOfOneHandleInOneBatchLeaveAFreeSlot) {
     EXPECT_EQ(registry.FreeIndexCount(), 1u);
 }
 
-TEST(CommandBuffer, DestroyOfADeadHandleIsHarmless) {
+TEST(CommandBuffer, DestroyWaitsForTheFlushAndIgnoresDeadHandles) {
     Registry registry;
     const Entity entity = registry.CreateEntity();
-    registry.DestroyEntity(entity);
+    registry.Defer().DestroyEntity(entity);
+    EXPECT_TRUE(registry.IsAlive(entity));
+    registry.FlushDeferred();
+    EXPECT_FALSE(registry.IsAlive(entity));
     registry.Defer().DestroyEntity(entity);
     registry.Defer().DestroyEntity(kNullEntity);
     const std::uint64_t before = registry.Revision();
@@ -78,73 +69,24 @@ TEST(CommandBuffer, DestroyOfADeadHandleIsHarmless) {
     EXPECT_EQ(registry.Revision(), before);
 }
 
-TEST(CommandBuffer, DestroyWaitsForTheFlush) {
+TEST(CommandBuffer, CommandsRunInRecordedOrderAndThoseRecordedDuringAFlushAfterTheBatch) {
     Registry registry;
     const Entity entity = registry.CreateEntity();
-    registry.Defer().DestroyEntity(entity);
-    EXPECT_TRUE(registry.IsAlive(entity));
-    registry.FlushDeferred();
-    EXPECT_FALSE(registry.IsAlive(entity));
-}
-
-TEST(CommandBuffer, CommandsRunInTheOrderTheyWereRecorded) {
-    Registry registry;
-    std::vector<int> order;
-    CommandBuffer& buffer = registry.Defer();
-    for (int i = 0; i < 5; ++i) {
-        buffer.Invoke([&order, i](Registry&) { order.push_back(i); });
-    }
-    registry.FlushDeferred();
-    EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3, 4}));
-}
-
-TEST(CommandBuffer, CommandsRecordedDuringAFlushRunAfterTheCurrentBatch) {
-    Registry registry;
     std::vector<std::string> order;
     registry.Defer().Invoke([&](Registry& target) {
+        EXPECT_EQ(&target, &registry);
         order.push_back("a");
         target.Defer().Invoke([&](Registry& inner) {
             order.push_back("c");
             inner.Defer().Invoke([&](Registry&) { order.push_back("d"); });
+            inner.Defer().DestroyEntity(entity);
         });
     });
+    registry.Defer().Invoke(nullptr);
     registry.Defer().Invoke([&](Registry&) { order.push_back("b"); });
     registry.FlushDeferred();
     EXPECT_EQ(order, (std::vector<std::string>{"a", "b", "c", "d"}));
-    EXPECT_FALSE(registry.HasDeferred());
-}
-
-TEST(CommandBuffer, AnInvokeThatDefersADestroyHasItDoneInTheSameFlush) {
-    Registry registry;
-    const Entity entity = registry.CreateEntity();
-    registry.Defer().Invoke([entity](Registry& target) { target.Defer().DestroyEntity(entity); });
-    registry.FlushDeferred();
     EXPECT_FALSE(registry.IsAlive(entity));
-    EXPECT_FALSE(registry.HasDeferred());
-}
-
-TEST(CommandBuffer, InvokeReceivesTheFlushingRegistry) {
-    Registry registry;
-    Registry* seen = nullptr;
-    registry.Defer().Invoke([&](Registry& target) { seen = &target; });
-    registry.FlushDeferred();
-    EXPECT_EQ(seen, &registry);
-}
-
-TEST(CommandBuffer, AnEmptyInvokeDoesNothing) {
-    Registry registry;
-    registry.Defer().Invoke(nullptr);
-    EXPECT_TRUE(registry.HasDeferred());
-    registry.FlushDeferred();
-    EXPECT_FALSE(registry.HasDeferred());
-}
-
-TEST(CommandBuffer, HasDeferredIsFalseAfterAFlush) {
-    Registry registry;
-    EXPECT_FALSE(registry.HasDeferred());
-    (void)registry.Defer().CreateEntity();
-    EXPECT_TRUE(registry.HasDeferred());
-    registry.FlushDeferred();
     EXPECT_FALSE(registry.HasDeferred());
 }
 
@@ -179,7 +121,7 @@ TEST(CommandBuffer, ClearDropsCommandsWithoutRunningThemAndKeepsReservations) {
     EXPECT_EQ(registry.Slots()[EntityIndex(reserved)].state, EntityState::Free);
 }
 
-TEST(CommandBuffer, ACopiedRegistryClonesTheCommandsButItsBufferTargetsNothing) {
+TEST(CommandBuffer, ACopiedRegistryClonesTheCommandsAndAMovedOneTakesThem) {
     Registry source;
     const Entity deferred = source.Defer().CreateEntity();
     int runs = 0;
@@ -191,8 +133,10 @@ TEST(CommandBuffer, ACopiedRegistryClonesTheCommandsButItsBufferTargetsNothing) 
     EXPECT_FALSE(source.IsAlive(deferred));
     EXPECT_EQ(runs, 1);
     EXPECT_TRUE(source.HasDeferred());
-    source.FlushDeferred();
+    Registry moved(std::move(source));
+    moved.FlushDeferred();
     EXPECT_EQ(runs, 2);
+    EXPECT_EQ(moved.Entities(), (std::vector<Entity>{deferred}));
 }
 
 TEST(CommandBuffer, ACopiedBufferNeedsDeferBeforeItCanCreate) {
@@ -207,15 +151,6 @@ TEST(CommandBuffer, ACopiedBufferNeedsDeferBeforeItCanCreate) {
     EXPECT_EQ(standalone.Target(), nullptr);
     EXPECT_EQ(standalone.Size(), 1u);
     EXPECT_THROW((void)standalone.CreateEntity(), std::logic_error);
-}
-
-TEST(CommandBuffer, AMovedRegistryTakesItsQueuedCommands) {
-    Registry source;
-    (void)source.Defer().CreateEntity();
-    Registry moved(std::move(source));
-    EXPECT_TRUE(moved.HasDeferred());
-    moved.FlushDeferred();
-    EXPECT_EQ(moved.Entities(), (std::vector<Entity>{1u}));
 }
 
 } // namespace

@@ -127,31 +127,29 @@ TEST(SaveGameFieldsTest, ReportsFieldsThisBuildNoLongerDeclares) {
     EXPECT_NO_THROW(fields.Apply(&component, set, {}, nullptr));
 }
 
-TEST(SaveGameFieldsTest, AMalformedBoolLeavesTheComponentUntouched) {
+TEST(SaveGameFieldsTest, RefusesMalformedValuesAndLeavesTheComponentUntouched) {
     const ComponentSaveGameFields& fields = SaveGameEntry().saveGameFields;
-    SaveGameFieldSet set;
-    set.version = 1;
-    set.fields.push_back(SaveGameFieldValue{"speed", {0x00, 0x00, 0x20, 0x41}});
-    set.fields.push_back(SaveGameFieldValue{"awake", {2}});
-    SaveGameTestComponent component;
-    EXPECT_EQ(ThrownMessage([&] { fields.Apply(&component, set, {}, nullptr); }), "Malformed save-game bool.");
-    EXPECT_EQ(component.speed, 1.0f);
-    EXPECT_TRUE(component.awake);
+    const struct {
+        std::vector<SaveGameFieldValue> values;
+        const char* message;
+    } cases[] = {
+        {{{"speed", {0x00, 0x00, 0x20, 0x41}}, {"awake", {2}}}, "Malformed save-game bool."},
+        {{{"speed", {0x00, 0x00, 0x20, 0x41}}, {"awake", {1, 0}}}, "Save-game field 'awake' has trailing bytes."},
+        {{{"speed", {1, 2}}}, "Cooked data ends early."},
+    };
+    for (const auto& c : cases) {
+        SaveGameFieldSet set;
+        set.version = 1;
+        set.fields = c.values;
+        SaveGameTestComponent component;
+        component.awake = false;
+        EXPECT_EQ(ThrownMessage([&] { fields.Apply(&component, set, {}, nullptr); }), c.message);
+        EXPECT_EQ(component.speed, 1.0f) << c.message;
+        EXPECT_FALSE(component.awake) << c.message;
+    }
 }
 
-TEST(SaveGameFieldsTest, RefusesTrailingBytesAndShortData) {
-    const ComponentSaveGameFields& fields = SaveGameEntry().saveGameFields;
-    SaveGameFieldSet set;
-    set.version = 1;
-    set.fields.push_back(SaveGameFieldValue{"awake", {1, 0}});
-    SaveGameTestComponent component;
-    EXPECT_EQ(ThrownMessage([&] { fields.Apply(&component, set, {}, nullptr); }),
-              "Save-game field 'awake' has trailing bytes.");
-    set.fields[0] = SaveGameFieldValue{"speed", {1, 2}};
-    EXPECT_EQ(ThrownMessage([&] { fields.Apply(&component, set, {}, nullptr); }), "Cooked data ends early.");
-}
-
-TEST(SaveGameFieldsTest, RefusesVersionsThisBuildCannotRead) {
+TEST(SaveGameFieldsTest, RefusesVersionsThisBuildCannotReadAndUpgradesOnlyOlderSets) {
     const ComponentSaveGameFields& fields = SaveGameEntry().saveGameFields;
     SaveGameFieldSet set;
     set.version = 0;
@@ -160,24 +158,22 @@ TEST(SaveGameFieldsTest, RefusesVersionsThisBuildCannotRead) {
     set.version = 2;
     EXPECT_EQ(ThrownMessage([&] { fields.Upgrade(set, "RigidBodyComponent"); }),
               "Save-game state of RigidBodyComponent has version 2; this build reads versions 1 to 1.");
-}
 
-TEST(SaveGameFieldsTest, UpgradesOnlyOlderSets) {
-    ComponentSaveGameFields fields;
-    fields.version = 3;
+    ComponentSaveGameFields upgraded;
+    upgraded.version = 3;
     int calls = 0;
-    fields.upgrade = [&](SaveGameFieldSet& set, std::uint32_t from) {
+    upgraded.upgrade = [&](SaveGameFieldSet& changed, std::uint32_t from) {
         ++calls;
         EXPECT_EQ(from, 2u);
-        set.Rename("old", "new");
+        changed.Rename("old", "new");
     };
-    SaveGameFieldSet set;
-    set.version = 2;
-    set.fields.push_back(SaveGameFieldValue{"old", {}});
-    fields.Upgrade(set, "X");
-    EXPECT_EQ(set.version, 3u);
-    EXPECT_NE(set.Find("new"), nullptr);
-    fields.Upgrade(set, "X");
+    SaveGameFieldSet older;
+    older.version = 2;
+    older.fields.push_back(SaveGameFieldValue{"old", {}});
+    upgraded.Upgrade(older, "X");
+    EXPECT_EQ(older.version, 3u);
+    EXPECT_NE(older.Find("new"), nullptr);
+    upgraded.Upgrade(older, "X");
     EXPECT_EQ(calls, 1);
 }
 

@@ -1,13 +1,15 @@
 #include "tools/worldgen/CommandLine.h"
 
+#include "engine/core/NumberText.h"
+#include "tests/support/TestSupport.h"
 #include "tools/worldgen/Sampling.h"
 
 #include <gtest/gtest.h>
 
 #include <bit>
 #include <cerrno>
-#include <cmath>
 #include <cstdlib>
+#include <limits>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -15,13 +17,15 @@
 namespace Brelk::WorldGen {
 namespace {
 
-// The message a conversion throws, or "value:<n>".
+std::string FloatValue(float value) { return "value:" + std::to_string(std::bit_cast<std::uint32_t>(value)); }
+
+// "value:<n>" (a float as its bits), or the kind and text of the exception thrown.
 template <typename Convert>
 std::string Outcome(Convert convert, const std::string& text) {
     try {
         const auto value = convert(text);
         if constexpr (std::is_same_v<decltype(value), const float>)
-            return "value:" + std::to_string(std::bit_cast<std::uint32_t>(value));
+            return FloatValue(value);
         else
             return "value:" + std::to_string(value);
     } catch (const std::invalid_argument& error) {
@@ -38,74 +42,47 @@ std::string CLibraryFloatOutcome(const std::string& text) {
     const float value = std::strtof(text.c_str(), &end);
     if (end == text.c_str()) return "invalid:invalid stof argument";
     if (errno == ERANGE) return "range:stof argument out of range";
-    return "value:" + std::to_string(std::bit_cast<std::uint32_t>(value));
+    return FloatValue(value);
 }
 
-TEST(ConvertSignedArgument, ReadsAsStrtolDoesWithin32Bits) {
-    EXPECT_EQ(ConvertSignedArgument("12"), 12);
-    EXPECT_EQ(ConvertSignedArgument("1x"), 1);
-    EXPECT_EQ(ConvertSignedArgument("12abc"), 12);
-    EXPECT_EQ(ConvertSignedArgument(" \t\n+7"), 7);
-    EXPECT_EQ(ConvertSignedArgument("-2147483648"), -2147483648);
-    EXPECT_EQ(ConvertSignedArgument("2147483647"), 2147483647);
-    EXPECT_EQ(ConvertSignedArgument("0x10"), 0);
-    EXPECT_EQ(ConvertSignedArgument("-0"), 0);
+TEST(ConvertArgument, ReadsAsTheCLibraryAndNamesTheStandardConversionInErrors) {
+    const auto toSigned = [](const std::string& text) { return ConvertSignedArgument(text); };
+    const auto toUnsigned = [](const std::string& text) { return ConvertUnsignedArgument(text); };
+    const auto toFloat = [](const std::string& text) { return ConvertFloatArgument(text); };
+    const std::string badInt = "invalid:invalid stoi argument", bigInt = "range:stoi argument out of range";
+    const std::string badUnsigned = "invalid:invalid stoul argument", bigUnsigned = "range:stoul argument out of range";
+    const std::string badFloat = "invalid:invalid stof argument", bigFloat = "range:stof argument out of range";
+    const struct {
+        char kind; // 'i' signed, 'u' unsigned, 'f' float
+        std::string text;
+        std::string outcome;
+    } table[] = {
+        {'i', "12", "value:12"}, {'i', "1x", "value:1"}, {'i', "12abc", "value:12"}, {'i', " \t\n+7", "value:7"},
+        {'i', "-2147483648", "value:-2147483648"}, {'i', "2147483647", "value:2147483647"}, {'i', "0x10", "value:0"},
+        {'i', "-0", "value:0"}, {'i', "abc", badInt}, {'i', "", badInt}, {'i', "-", badInt}, {'i', "+-1", badInt},
+        {'i', " x1", badInt}, {'i', "2147483648", bigInt}, {'i', "-2147483649", bigInt},
+        {'i', "99999999999999999999999", bigInt},
+        {'u', "40", "value:40"}, {'u', "4294967295", "value:4294967295"}, {'u', "-1", "value:4294967295"},
+        {'u', "-4294967295", "value:1"}, {'u', "-0", "value:0"}, {'u', "  33 samples", "value:33"},
+        {'u', "many", badUnsigned}, {'u', "--1", badUnsigned}, {'u', "4294967296", bigUnsigned},
+        {'u', "-4294967296", bigUnsigned}, {'u', "18446744073709551615", bigUnsigned},
+        {'f', "64", FloatValue(64.0f)}, {'f', " -2.5e1xyz", FloatValue(-25.0f)}, {'f', "1e", FloatValue(1.0f)},
+        {'f', ".5", FloatValue(0.5f)}, {'f', "0x1.8p1", FloatValue(3.0f)}, {'f', "0x", FloatValue(0.0f)},
+        {'f', "-Infinity", FloatValue(-std::numeric_limits<float>::infinity())}, {'f', "abc", badFloat},
+        {'f', "+-1", badFloat}, {'f', ".", badFloat}, {'f', "1e39", bigFloat}, {'f', "1e-50", bigFloat},
+        {'f', "1e-40", bigFloat},
+    };
+    for (const auto& c : table) {
+        const std::string outcome = c.kind == 'i'   ? Outcome(toSigned, c.text)
+                                    : c.kind == 'u' ? Outcome(toUnsigned, c.text)
+                                                    : Outcome(toFloat, c.text);
+        EXPECT_EQ(outcome, c.outcome) << c.kind << " \"" << c.text << '"';
+    }
 }
 
-TEST(ConvertSignedArgument, NamesStoiInItsErrors) {
-    const auto convert = [](const std::string& text) { return ConvertSignedArgument(text); };
-    EXPECT_EQ(Outcome(convert, "abc"), "invalid:invalid stoi argument");
-    EXPECT_EQ(Outcome(convert, ""), "invalid:invalid stoi argument");
-    EXPECT_EQ(Outcome(convert, "-"), "invalid:invalid stoi argument");
-    EXPECT_EQ(Outcome(convert, "+-1"), "invalid:invalid stoi argument");
-    EXPECT_EQ(Outcome(convert, " x1"), "invalid:invalid stoi argument");
-    EXPECT_EQ(Outcome(convert, "2147483648"), "range:stoi argument out of range");
-    EXPECT_EQ(Outcome(convert, "-2147483649"), "range:stoi argument out of range");
-    EXPECT_EQ(Outcome(convert, "99999999999999999999999"), "range:stoi argument out of range");
-}
-
-TEST(ConvertUnsignedArgument, ReadsAsA32BitStrtoul) {
-    EXPECT_EQ(ConvertUnsignedArgument("40"), 40u);
-    EXPECT_EQ(ConvertUnsignedArgument("4294967295"), 4294967295u);
-    EXPECT_EQ(ConvertUnsignedArgument("-1"), 4294967295u);
-    EXPECT_EQ(ConvertUnsignedArgument("-4294967295"), 1u);
-    EXPECT_EQ(ConvertUnsignedArgument("-0"), 0u);
-    EXPECT_EQ(ConvertUnsignedArgument("  33 samples"), 33u);
-}
-
-TEST(ConvertUnsignedArgument, NamesStoulInItsErrors) {
-    const auto convert = [](const std::string& text) { return ConvertUnsignedArgument(text); };
-    EXPECT_EQ(Outcome(convert, "many"), "invalid:invalid stoul argument");
-    EXPECT_EQ(Outcome(convert, "--1"), "invalid:invalid stoul argument");
-    EXPECT_EQ(Outcome(convert, "4294967296"), "range:stoul argument out of range");
-    EXPECT_EQ(Outcome(convert, "-4294967296"), "range:stoul argument out of range");
-    EXPECT_EQ(Outcome(convert, "18446744073709551615"), "range:stoul argument out of range");
-}
-
-TEST(ConvertFloatArgument, ReadsDecimalHexadecimalAndSpecialForms) {
-    EXPECT_EQ(ConvertFloatArgument("64"), 64.0f);
-    EXPECT_EQ(ConvertFloatArgument(" -2.5e1xyz"), -25.0f);
-    EXPECT_EQ(ConvertFloatArgument("1e"), 1.0f);
-    EXPECT_EQ(ConvertFloatArgument(".5"), 0.5f);
-    EXPECT_EQ(ConvertFloatArgument("0x1.8p1"), 3.0f);
-    EXPECT_EQ(ConvertFloatArgument("0x"), 0.0f);
-    EXPECT_TRUE(std::isinf(ConvertFloatArgument("-Infinity")));
-    EXPECT_TRUE(std::isnan(ConvertFloatArgument("nan")));
-}
-
-TEST(ConvertFloatArgument, NamesStofInItsErrors) {
-    const auto convert = [](const std::string& text) { return ConvertFloatArgument(text); };
-    EXPECT_EQ(Outcome(convert, "abc"), "invalid:invalid stof argument");
-    EXPECT_EQ(Outcome(convert, "+-1"), "invalid:invalid stof argument");
-    EXPECT_EQ(Outcome(convert, "."), "invalid:invalid stof argument");
-    EXPECT_EQ(Outcome(convert, "1e39"), "range:stof argument out of range");
-    EXPECT_EQ(Outcome(convert, "1e-50"), "range:stof argument out of range");
-    EXPECT_EQ(Outcome(convert, "1e-40"), "range:stof argument out of range");
-}
-
-TEST(ConvertFloatArgument, AgreesWithTheCLibrary) {
+TEST(ConvertArgument, ReadsFloatsAsTheCLibraryDoes) {
     const std::vector<std::string> texts = {
-        "0", "-0", "1", "3.4028235e38", "3.4028236e38", "-3.40282357e38", "1.17549435e-38", "1.1754942e-38",
+        "0", "-0", "1", "nan", "3.4028235e38", "3.4028236e38", "-3.40282357e38", "1.17549435e-38", "1.1754942e-38",
         "1e-38", "1e-45", "1e-46", "0e-999", "0x1p-149", "0x1p-150", "0x1.8p-149", "0x1p-126", "0x1.fffffep-127",
         "0x1p128", "0x1.fffffep127", "0X.8", "0x.p1", "0xg", "1e+", "1e-x", "infinity", "-INF", "nan(abc)",
         "nan(", "in", "0Xnan(680", "0x-1", "0x.8p1", "0x.", "  +.5e-3", "\v7", "0.100000001", "123456789012345678901234567890",
@@ -124,88 +101,59 @@ TEST(ConvertFloatArgument, AgreesWithTheCLibrary) {
     }
 }
 
-std::vector<std::string> Args(std::initializer_list<const char*> args) {
-    return std::vector<std::string>(args.begin(), args.end());
+// content, world and scene paths; cells X and Z, seed, props, terrain, colliders; cell size, height
+// scale, load and unload radius, frame and memory budget.
+std::string Describe(const WorldGenOptions& o) {
+    const ProceduralWorldSettings& s = o.settings;
+    std::string text = o.contentPath.string() + " " + o.worldPath.string() + " " + o.scenePath.string();
+    for (const std::int64_t n : {std::int64_t{s.cellsX}, std::int64_t{s.cellsZ}, std::int64_t{s.seed},
+                                 std::int64_t{s.propsPerCell}, std::int64_t{s.terrainResolution},
+                                 std::int64_t{s.generateColliders}})
+        text += " " + std::to_string(n);
+    for (const float f : {s.cellSize, s.heightScale, o.partition.loadRadius, o.partition.unloadRadius,
+                          o.partition.frameBudgetMilliseconds, o.partition.memoryBudgetMegabytes}) {
+        text += ' ';
+        Core::AppendFloat9(text, f);
+    }
+    return text;
 }
 
-TEST(ParseCommandLine, KeepsTheDefaultsWithOnlyAContentFolder) {
-    WorldGenOptions options;
-    ASSERT_EQ(ParseCommandLine(Args({"--content", "C"}), options), CommandLineParse::Ok);
-    EXPECT_EQ(options.contentPath, std::filesystem::path("C"));
-    EXPECT_EQ(options.worldPath, std::filesystem::path("Worlds/Procedural.bworld"));
-    EXPECT_EQ(options.scenePath, std::filesystem::path("Scenes/Main.bscene"));
-    const ProceduralWorldSettings defaults;
-    EXPECT_EQ(options.settings.cellsX, 24);
-    EXPECT_EQ(options.settings.cellsZ, 24);
-    EXPECT_EQ(options.settings.cellSize, 64.0f);
-    EXPECT_EQ(options.settings.seed, 1u);
-    EXPECT_EQ(options.settings.propsPerCell, 40u);
-    EXPECT_EQ(options.settings.terrainResolution, 33u);
-    EXPECT_EQ(options.settings.heightScale, 8.0f);
-    EXPECT_TRUE(options.settings.generateColliders);
-    EXPECT_EQ(options.partition.loadRadius, 192.0f);
-    EXPECT_EQ(options.partition.unloadRadius, 256.0f);
-    EXPECT_EQ(options.partition.frameBudgetMilliseconds, 2.0f);
-    EXPECT_EQ(options.partition.memoryBudgetMegabytes, 64.0f);
+TEST(ParseCommandLine, ParsesOptionsOverDefaultsWithTheLastOneWinning) {
+    const struct {
+        std::vector<std::string> args;
+        std::string options;
+    } table[] = {
+        {{"--content", "C"}, "C Worlds/Procedural.bworld Scenes/Main.bscene 24 24 1 40 33 1 64 8 192 256 2 64"},
+        // Radii pass unchecked, whatever their order.
+        {{"--world", "W.bworld", "--scene", "S.bscene", "--cells", "5", "--cell-size", "32.5", "--props", "7",
+          "--terrain", "9", "--seed", "-1", "--memory-budget-mb", "12", "--load-radius", "100", "--unload-radius",
+          "50", "--frame-budget-ms", "0.25", "--content", "C"},
+         "C W.bworld S.bscene 5 5 4294967295 7 9 1 32.5 8 100 50 0.25 12"},
+        {{"--content", "A", "--cells", "3", "--content", "B", "--cells", "4"},
+         "B Worlds/Procedural.bworld Scenes/Main.bscene 4 4 1 40 33 1 64 8 192 256 2 64"},
+        {{"--content", "--world"}, "--world Worlds/Procedural.bworld Scenes/Main.bscene 24 24 1 40 33 1 64 8 192 256 2 64"},
+    };
+    for (const auto& c : table) {
+        WorldGenOptions options;
+        ASSERT_EQ(ParseCommandLine(c.args, options), CommandLineParse::Ok) << c.options;
+        EXPECT_EQ(Describe(options), c.options);
+    }
 }
 
-TEST(ParseCommandLine, SetsEveryOption) {
-    WorldGenOptions options;
-    ASSERT_EQ(ParseCommandLine(Args({"--world", "W.bworld", "--scene", "S.bscene", "--cells", "5", "--cell-size",
-                                     "32.5", "--props", "7", "--terrain", "9", "--seed", "-1", "--memory-budget-mb",
-                                     "12", "--load-radius", "100", "--unload-radius", "50", "--frame-budget-ms",
-                                     "0.25", "--content", "C"}),
-                               options),
-              CommandLineParse::Ok);
-    EXPECT_EQ(options.worldPath, std::filesystem::path("W.bworld"));
-    EXPECT_EQ(options.scenePath, std::filesystem::path("S.bscene"));
-    EXPECT_EQ(options.settings.cellsX, 5);
-    EXPECT_EQ(options.settings.cellsZ, 5);
-    EXPECT_EQ(options.settings.cellSize, 32.5f);
-    EXPECT_EQ(options.settings.propsPerCell, 7u);
-    EXPECT_EQ(options.settings.terrainResolution, 9u);
-    EXPECT_EQ(options.settings.seed, 4294967295u);
-    EXPECT_EQ(options.partition.memoryBudgetMegabytes, 12.0f);
-    // Radii pass unchecked, whatever their order.
-    EXPECT_EQ(options.partition.loadRadius, 100.0f);
-    EXPECT_EQ(options.partition.unloadRadius, 50.0f);
-    EXPECT_EQ(options.partition.frameBudgetMilliseconds, 0.25f);
-}
-
-TEST(ParseCommandLine, LetsALaterOptionOverrideAnEarlierOne) {
-    WorldGenOptions options;
-    ASSERT_EQ(ParseCommandLine(Args({"--content", "A", "--cells", "3", "--content", "B", "--cells", "4"}), options),
-              CommandLineParse::Ok);
-    EXPECT_EQ(options.contentPath, std::filesystem::path("B"));
-    EXPECT_EQ(options.settings.cellsX, 4);
-}
-
-TEST(ParseCommandLine, AsksForUsageOnAnythingButAnOption) {
-    for (const auto& args : {Args({}), Args({"--cells", "10", "--bogus"}), Args({"--bogus", "--content"}),
-                             Args({"--content=C"}), Args({"C"}), Args({"--help"}), Args({"--CONTENT", "C"}),
-                             Args({"--cells", "3"}), Args({"--content", ""})}) {
+TEST(ParseCommandLine, AsksForUsageOnAnythingButAnOptionAndNamesAMissingValue) {
+    const std::vector<std::vector<std::string>> usage = {
+        {}, {"--cells", "10", "--bogus"}, {"--bogus", "--content"}, {"--content=C"}, {"C"}, {"--help"},
+        {"--CONTENT", "C"}, {"--cells", "3"}, {"--content", ""}};
+    for (const std::vector<std::string>& args : usage) {
         WorldGenOptions options;
         EXPECT_EQ(ParseCommandLine(args, options), CommandLineParse::Usage) << args.size();
     }
-}
-
-TEST(ParseCommandLine, TakesTheNextArgumentAsTheValueWhateverItIs) {
     WorldGenOptions options;
-    ASSERT_EQ(ParseCommandLine(Args({"--content", "--world"}), options), CommandLineParse::Ok);
-    EXPECT_EQ(options.contentPath, std::filesystem::path("--world"));
+    const std::vector<std::string> args{"--cells", "3", "--content"};
+    EXPECT_EQ(Testing::ThrownMessage([&] { (void)ParseCommandLine(args, options); }), "missing value for --content");
 }
 
-TEST(ParseCommandLine, ReportsAMissingValue) {
-    WorldGenOptions options;
-    try {
-        (void)ParseCommandLine(Args({"--cells", "3", "--content"}), options);
-        FAIL() << "no exception";
-    } catch (const std::runtime_error& error) {
-        EXPECT_STREQ(error.what(), "missing value for --content");
-    }
-}
-
-TEST(ResolveToolPaths, PutsRelativePathsBelowTheAbsoluteContentFolder) {
+TEST(ResolveToolPaths, PutsRelativePathsBelowTheAbsoluteContentFolderUnnormalised) {
     WorldGenOptions options;
     options.contentPath = "Content";
     ResolveToolPaths(options);
@@ -213,10 +161,7 @@ TEST(ResolveToolPaths, PutsRelativePathsBelowTheAbsoluteContentFolder) {
     EXPECT_EQ(options.contentPath, content);
     EXPECT_EQ(options.worldPath.native(), content.native() + "/Worlds/Procedural.bworld");
     EXPECT_EQ(options.scenePath.native(), content.native() + "/Scenes/Main.bscene");
-}
 
-TEST(ResolveToolPaths, KeepsAbsoluteWorldAndScenePaths) {
-    WorldGenOptions options;
     options.contentPath = "/content";
     options.worldPath = "/elsewhere/../W.bworld";
     options.scenePath = "Sub/../S.bscene";

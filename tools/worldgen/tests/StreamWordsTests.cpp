@@ -14,8 +14,7 @@
 namespace Brelk::WorldGen {
 namespace {
 
-// What an input stream in the classic locale makes of `text` for one extraction of T:
-// success, value and how much it consumed.
+// Success, value and consumed length of one extraction of T from `text`.
 template <typename T>
 struct Extraction {
     bool ok = false;
@@ -23,6 +22,7 @@ struct Extraction {
     std::size_t consumed = 0;
 };
 
+// An input stream in the classic locale is the reference that StreamWords must match.
 template <typename T>
 Extraction<T> ExtractWithStream(const std::string& text) {
     std::istringstream stream(text);
@@ -36,26 +36,17 @@ Extraction<T> ExtractWithStream(const std::string& text) {
 }
 
 template <typename T>
-Extraction<T> ExtractWithWords(const std::string& text) {
-    StreamWords words(text);
-    Extraction<T> result;
-    result.ok = words.Read(result.value);
-    result.consumed = text.size() - words.Rest().size();
-    return result;
-}
-
-template <typename T>
 void ExpectSameAsStream(const std::string& text) {
     const Extraction<T> expected = ExtractWithStream<T>(text);
-    const Extraction<T> actual = ExtractWithWords<T>(text);
-    ASSERT_EQ(actual.ok, expected.ok) << '"' << text << '"';
+    StreamWords words(text);
+    T value{};
+    ASSERT_EQ(words.Read(value), expected.ok) << '"' << text << '"';
     if (!expected.ok) return;
     if constexpr (std::is_same_v<T, float>)
-        ASSERT_EQ(std::bit_cast<std::uint32_t>(actual.value), std::bit_cast<std::uint32_t>(expected.value))
-            << '"' << text << '"';
+        ASSERT_EQ(std::bit_cast<std::uint32_t>(value), std::bit_cast<std::uint32_t>(expected.value)) << '"' << text << '"';
     else
-        ASSERT_EQ(actual.value, expected.value) << '"' << text << '"';
-    ASSERT_EQ(actual.consumed, expected.consumed) << '"' << text << '"';
+        ASSERT_EQ(value, expected.value) << '"' << text << '"';
+    ASSERT_EQ(text.size() - words.Rest().size(), expected.consumed) << '"' << text << '"';
 }
 
 const std::vector<std::string> kNumberTexts = {
@@ -70,19 +61,15 @@ const std::vector<std::string> kNumberTexts = {
     "9" + std::string(400, '9'), "0." + std::string(400, '0') + "1e400", "\x01" "5", std::string("5\0" "6", 3),
 };
 
-TEST(StreamWords, ReadsIntegersAsAStreamDoes) {
-    for (const std::string& text : kNumberTexts) {
-        ExpectSameAsStream<std::int32_t>(text);
-        ExpectSameAsStream<std::uint32_t>(text);
-        ExpectSameAsStream<std::uint64_t>(text);
-    }
+void ExpectEveryTypeSameAsStream(const std::string& text) {
+    ExpectSameAsStream<std::int32_t>(text);
+    ExpectSameAsStream<std::uint32_t>(text);
+    ExpectSameAsStream<std::uint64_t>(text);
+    ExpectSameAsStream<float>(text);
 }
 
-TEST(StreamWords, ReadsFloatsAsAStreamDoes) {
-    for (const std::string& text : kNumberTexts) ExpectSameAsStream<float>(text);
-}
-
-TEST(StreamWords, AgreesWithAStreamOnGeneratedTexts) {
+TEST(StreamWords, ReadsNumbersAsAStreamDoes) {
+    for (const std::string& text : kNumberTexts) ExpectEveryTypeSameAsStream(text);
     // Short texts over the alphabet that matters to numbers, drawn from a fixed stream.
     constexpr std::string_view kAlphabet = "0123456789+-.eE x\t9";
     RandomStream random{12345};
@@ -90,54 +77,37 @@ TEST(StreamWords, AgreesWithAStreamOnGeneratedTexts) {
         const std::size_t length = static_cast<std::size_t>(random.Next() % 12);
         std::string text;
         for (std::size_t c = 0; c < length; ++c) text += kAlphabet[random.Next() % kAlphabet.size()];
-        ExpectSameAsStream<std::int32_t>(text);
-        ExpectSameAsStream<std::uint32_t>(text);
-        ExpectSameAsStream<std::uint64_t>(text);
-        ExpectSameAsStream<float>(text);
+        ExpectEveryTypeSameAsStream(text);
     }
 }
 
-TEST(StreamWords, SplitsWordsAtClassicWhiteSpace) {
-    StreamWords words(" cell\t-1\v0\f4\r");
+TEST(StreamWords, SplitsWordsAtClassicWhiteSpaceKeepingNulBytes) {
+    StreamWords words(std::string_view(" cell\t-1\v0\f4\ra\0b", 16));
     std::string_view word;
     ASSERT_TRUE(words.ReadWord(word));
     EXPECT_EQ(word, "cell");
     std::int32_t x = 0;
     std::int32_t z = 7;
     std::uint32_t count = 0;
-    EXPECT_TRUE(words.Read(x));
-    EXPECT_TRUE(words.Read(z));
-    EXPECT_TRUE(words.Read(count));
+    EXPECT_TRUE(words.Read(x) && words.Read(z) && words.Read(count));
     EXPECT_EQ(x, -1);
     EXPECT_EQ(z, 0);
     EXPECT_EQ(count, 4u);
+    ASSERT_TRUE(words.ReadWord(word));
+    EXPECT_EQ(word, std::string_view("a\0b", 3));
     EXPECT_FALSE(words.ReadWord(word));
 }
 
-TEST(StreamWords, LeavesTextBehindANumberForTheNextExtraction) {
+TEST(StreamWords, LeavesTextBehindANumberAndStaysFailedAfterAFailure) {
     StreamWords words("5x 6");
     std::int32_t value = 0;
+    std::string_view word;
     EXPECT_TRUE(words.Read(value));
     EXPECT_EQ(value, 5);
     EXPECT_EQ(words.Rest(), "x 6");
     EXPECT_FALSE(words.Read(value));
-}
-
-TEST(StreamWords, StaysFailedAfterAFailedExtraction) {
-    StreamWords words("x 6 word");
-    std::int32_t value = 0;
-    std::string_view word;
-    EXPECT_FALSE(words.Read(value));
     EXPECT_TRUE(words.Failed());
     EXPECT_FALSE(words.ReadWord(word));
-}
-
-TEST(StreamWords, KeepsNulBytesInsideAWord) {
-    const std::string line("a\0b c", 5);
-    StreamWords words(line);
-    std::string_view word;
-    ASSERT_TRUE(words.ReadWord(word));
-    EXPECT_EQ(word, std::string_view("a\0b", 3));
 }
 
 } // namespace
