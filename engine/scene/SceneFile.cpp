@@ -66,20 +66,7 @@ std::vector<SavedEntity> CollectSavedEntities(const Scene& scene, std::unordered
 void AppendEntityLines(std::string& text, const Scene& scene, const SavedEntity& saved, const Core::Guid& parent,
                        const ComponentLoadTable& table, const Reflection::SchemaCodecContext& codec,
                        std::vector<SchemaRecord>& records) {
-    char guidText[Core::Guid::kTextLength];
-    text += "entity ";
-    saved.guid.ToChars(guidText);
-    AppendSceneToken(text, std::string_view(guidText, sizeof guidText));
-    text += ' ';
-    AppendSceneToken(text, scene.GetName(saved.entity));
-    text += "\nparent ";
-    if (parent.IsValid()) {
-        parent.ToChars(guidText);
-        AppendSceneToken(text, std::string_view(guidText, sizeof guidText));
-    } else {
-        text += "\"\"";
-    }
-    text += '\n';
+    AppendEntityHeaderLines(text, saved.guid, scene.GetName(saved.entity), parent);
     records.clear();
     SaveEntityComponents(table, ComponentSaveContext{scene, saved.entity, &codec}, records);
     for (const SchemaRecord& record : records) Reflection::AppendSchemaRecord(text, record);

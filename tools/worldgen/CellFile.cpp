@@ -31,12 +31,6 @@ void ExpandEntity(const Scene::Scene& scene, Entity entity, std::vector<Entity>&
     }
 }
 
-void AppendGuidToken(std::string& text, const Core::Guid& guid) {
-    char guidText[Core::Guid::kTextLength];
-    guid.ToChars(guidText);
-    Scene::AppendSceneToken(text, std::string_view(guidText, sizeof guidText));
-}
-
 void BuildCellText(std::string& text, const Scene::Scene& scene, std::span<const Entity> entities,
                    const Assets::AssetManager& assetManager) {
     std::vector<Entity> work;
@@ -69,17 +63,7 @@ void BuildCellText(std::string& text, const Scene::Scene& scene, std::span<const
             parent = scene.Get<Scene::EntityGuidComponent>(hierarchy->parent).guid;
         }
 
-        text += "entity ";
-        AppendGuidToken(text, guid->guid);
-        text += ' ';
-        Scene::AppendSceneToken(text, name->name);
-        text += "\nparent ";
-        if (parent.IsValid()) {
-            AppendGuidToken(text, parent);
-        } else {
-            text += "\"\"";
-        }
-        text += '\n';
+        Scene::AppendEntityHeaderLines(text, guid->guid, name->name, parent);
         records.clear();
         Scene::SaveEntityComponents(table, Scene::ComponentSaveContext{scene, entity, &codec}, records);
         for (const Reflection::SchemaRecord& record : records) Reflection::AppendSchemaRecord(text, record);
