@@ -13,16 +13,6 @@ using Testing::ReadText;
 using Testing::ScratchFolder;
 using Testing::WriteText;
 
-TEST(AssetCompanions, ListsTheExistingCompanionsInTheirOrder) {
-    ScratchFolder folder;
-    WriteText(folder / "Island.bworld", "w");
-    WriteText(folder / "Island.bworld.cells/c.bcell", "c");
-    WriteText(folder / "Island.bworld.bmeta", "m");
-    EXPECT_EQ(ExistingCompanions(folder / "Island.bworld"),
-              (std::vector<fs::path>{folder / "Island.bworld.bmeta", folder / "Island.bworld.cells"}));
-    EXPECT_TRUE(ExistingCompanions(folder / "Other.bworld").empty());
-}
-
 TEST(AssetCompanions, MovesEveryCompanionItCanAndRefusesOneThatExistsAtTheNewName) {
     ScratchFolder folder;
     WriteText(folder / "Tree.fbx.bmeta", "m");

@@ -20,7 +20,7 @@ const Guid kSubGuid = *Guid::Parse("fedcba98765432108123456789abcdef");
 const std::string kHeader = "bmeta 1\nguid 01234567-89ab-cdef-8123-456789abcdef\n";
 const std::string kSubGuidText = "fedcba98-7654-3210-8123-456789abcdef";
 
-TEST(AssetSidecar, WritesTheExactText) {
+TEST(AssetSidecar, WritesTheExactTextAndRoundTripsQuotesBackslashesAndSubAssets) {
     EXPECT_EQ(SerializeSidecar(MakeDefaultSidecar(AssetType::Texture, "Rock.png", kGuid)),
               kHeader + "importer texture 1\nsettings\nencoding \"auto\"\nmax_size \"0\"\nend\n");
     // Settings and end even without settings; an empty importer is written as native.
@@ -32,9 +32,6 @@ TEST(AssetSidecar, WritesTheExactText) {
     model.subAssets.push_back(SidecarSubAsset{"Trunk#1", AssetType::Mesh, kSubGuid});
     EXPECT_EQ(SerializeSidecar(model),
               kHeader + "importer model 1\nsettings\nend\nsubassets\nmesh \"Trunk#1\" " + kSubGuidText + "\nend\n");
-}
-
-TEST(AssetSidecar, RoundTripsSettingsWithQuotesAndBackslashesAndSubAssets) {
     const AssetSidecar sidecar{1, kGuid, "model", 7, {{"path", "C:\\Art\\\"Rock\" 1"}, {"empty", ""}, {"scale", "0.5"}},
                                {{"Body \"main\"", AssetType::Mesh, kSubGuid}, {"Walk", AssetType::Clip, kGuid}}};
     std::string error;
@@ -48,7 +45,7 @@ TEST(AssetSidecar, ReadsHandWrittenText) {
         std::string text;
         AssetSidecar expected;
     } table[] = {
-        // Blank lines, comments and unknown keys are skipped; so is a second "end".
+        // Blank lines, comments, unknown keys and a second "end" are skipped.
         {"\n# made by hand\nbmeta 1\n   \nfuture_key 12 \"x\"\nguid 01234567-89ab-cdef-8123-456789abcdef\n"
          "#importer audio 4\nimporter texture 2\nsettings\n# a comment\n\nmax_size \"64\"\nend\nend\nsubassets\n"
          "# mesh\nmesh \"A\" " + kSubGuidText + "\nend\n",
@@ -77,28 +74,19 @@ TEST(AssetSidecar, RefusesBrokenTextWithTheExactMessage) {
         std::string message;
     } table[] = {
         {"", "Missing bmeta header."},
-        {"# nothing\n\n", "Missing bmeta header."},
         {guidLine, "Missing bmeta header."},
         {"bmeta 1\n", "Missing bmeta guid."},
-        {"bmeta 1\nimporter native 1\n", "Missing bmeta guid."},
         {"bmeta\n" + guidLine, "Invalid bmeta version."},
         {"bmeta 0\n" + guidLine, "Invalid bmeta version."},
-        {"bmeta one\n" + guidLine, "Invalid bmeta version."},
-        {"bmeta -1\n" + guidLine, "Invalid bmeta version."},
         {"bmeta 1x\n" + guidLine, "Invalid bmeta version."},
         {"bmeta 4294967296\n" + guidLine, "Invalid bmeta version."},
         {"bmeta 2\n" + guidLine, "bmeta version 2 is newer than this engine reads."},
         {"bmeta 4294967295\n", "bmeta version 4294967295 is newer than this engine reads."},
-        {"bmeta 1\nguid\n", "Invalid bmeta guid."},
         {"bmeta 1\nguid 0123456789abcdef\n", "Invalid bmeta guid."},
         {"bmeta 1\nguid 00000000-0000-0000-0000-000000000000\n", "Invalid bmeta guid."},
-        {"bmeta 1\nguid 0123456789abcdef8123456789abcdeg\n", "Invalid bmeta guid."},
-        {sub + "mesh\n", "Malformed sub-asset at line 4."},
         {sub + "mesh \"Body\"\n", "Malformed sub-asset at line 4."},
         {sub + "\n# c\nmesh \"Body " + kSubGuidText + "\n", "Malformed sub-asset at line 6."},
         {sub + "mesh \"Body\" nope\n", "Invalid sub-asset at line 4."},
-        {sub + "mesh \"Body\" 00000000000000000000000000000000\n", "Invalid sub-asset at line 4."},
-        {sub + "unknown \"Body\" " + kSubGuidText + "\n", "Invalid sub-asset at line 4."},
         {sub + "Mesh \"Body\" " + kSubGuidText + "\n", "Invalid sub-asset at line 4."},
         {sub + "end\nbmeta 3\n", "bmeta version 3 is newer than this engine reads."},
     };
@@ -109,7 +97,7 @@ TEST(AssetSidecar, RefusesBrokenTextWithTheExactMessage) {
     }
 }
 
-TEST(AssetSidecarFile, WritesOnlyChangedTextAndLeavesNoTemporaryFile) {
+TEST(AssetSidecarFile, WritesOnlyChangedTextLeavesNoTemporaryFileAndReportsFailures) {
     ScratchFolder folder;
     const fs::path path = folder / "Rock.png.bmeta";
     WriteText(path, "old text");
@@ -129,11 +117,6 @@ TEST(AssetSidecarFile, WritesOnlyChangedTextAndLeavesNoTemporaryFile) {
     SetSidecarSetting(sidecar, "max_size", "512");
     ASSERT_TRUE(WriteSidecar(path, sidecar));
     EXPECT_EQ(ReadText(path), SerializeSidecar(sidecar));
-}
-
-TEST(AssetSidecarFile, ReportsCannotOpenAndCannotWrite) {
-    ScratchFolder folder;
-    std::string error;
     EXPECT_FALSE(ReadSidecar(folder / "Missing.png.bmeta", &error));
     EXPECT_EQ(error, "Cannot open sidecar.");
     EXPECT_FALSE(WriteSidecar(folder / "Gone/Rock.png.bmeta", MakeDefaultSidecar(AssetType::Texture, "", kGuid), &error));
@@ -145,7 +128,6 @@ TEST(AssetSidecar, RecognisesSidecarPathsOnlyWithASourceExtension) {
     for (const char* path : {"Art/Rock.png.bmeta", "Notes.txt.bmeta", "Rock.png.BMeta"}) EXPECT_TRUE(IsSidecarPath(path));
     for (const char* path : {"Notes.bmeta", "Rock.png", "Rock.png.bmeta.tmp"}) EXPECT_FALSE(IsSidecarPath(path));
     EXPECT_EQ(SourcePathOfSidecar("Art/Rock.png.bmeta"), fs::path("Art/Rock.png"));
-    EXPECT_EQ(SourcePathOfSidecar("Notes.txt.bmeta"), fs::path("Notes.txt"));
     EXPECT_EQ(SourcePathOfSidecar("Notes.bmeta"), fs::path());
 }
 
@@ -154,12 +136,10 @@ TEST(AssetSidecar, ChoosesTheDefaultImporterByTheFirstRuleThatFits) {
         AssetType type;
         const char* path;
         const char* importer;
-    } table[] = {{AssetType::Mesh, "Rock.obj", "model"},         {AssetType::Scene, "Tree.FBX", "model"},
-                 {AssetType::Scene, "Tree.glb", "model"},        {AssetType::Scene, "Level.bscene", "native"},
-                 {AssetType::Audio, "Wind.wav", "audio"},        {AssetType::World, "Island.bworld", "native"},
-                 {AssetType::Mesh, "Rock.bmesh", "native"}};
+    } table[] = {{AssetType::Mesh, "Rock.obj", "model"}, {AssetType::Scene, "Tree.FBX", "model"},
+                 {AssetType::Scene, "Level.bscene", "native"}, {AssetType::Audio, "Wind.wav", "audio"},
+                 {AssetType::World, "Island.bworld", "native"}};
     for (const auto& c : table) EXPECT_EQ(MakeDefaultSidecar(c.type, c.path, kGuid).importer, c.importer) << c.path;
-    EXPECT_TRUE(MakeDefaultSidecar(AssetType::Mesh, "Rock.bmesh", kGuid).settings.empty());
 }
 
 TEST(AssetSidecar, SetsTheFirstSettingOfAKeyAndFindsSettingsAndSubAssets) {
@@ -170,14 +150,10 @@ TEST(AssetSidecar, SetsTheFirstSettingOfAKeyAndFindsSettingsAndSubAssets) {
     EXPECT_TRUE(SetSidecarSetting(sidecar, "c", "4"));
     EXPECT_EQ(sidecar.settings,
               (std::vector<std::pair<std::string, std::string>>{{"a", "9"}, {"b", "2"}, {"a", "3"}, {"c", "4"}}));
-    ASSERT_NE(FindSidecarSetting(sidecar, "b"), nullptr);
-    EXPECT_EQ(*FindSidecarSetting(sidecar, "b"), "2");
     EXPECT_EQ(FindSidecarSetting(sidecar, "z"), nullptr);
 
     sidecar.subAssets = {{"Body", AssetType::Mesh, kSubGuid}, {"Body", AssetType::Material, kGuid}};
-    ASSERT_NE(FindSidecarSubAsset(sidecar, AssetType::Material, "Body"), nullptr);
-    EXPECT_EQ(FindSidecarSubAsset(sidecar, AssetType::Material, "Body")->guid, kGuid);
-    EXPECT_EQ(FindSidecarSubAsset(sidecar, AssetType::Clip, "Body"), nullptr);
+    EXPECT_EQ(FindSidecarSubAsset(sidecar, AssetType::Material, "Body"), &sidecar.subAssets[1]);
     EXPECT_EQ(FindSidecarSubAsset(sidecar, AssetType::Mesh, "body"), nullptr);
 }
 

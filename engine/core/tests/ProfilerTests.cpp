@@ -27,7 +27,6 @@ ProfilerSettings Recording() {
     return settings;
 }
 
-// The process-wide recorder, recording and empty for the test, and off again afterwards.
 class ProcessRecorder : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -40,7 +39,6 @@ protected:
     }
 };
 
-// The fields of an event that a test can know, in one line.
 std::string Describe(const ProfilerEvent& event) {
     return (event.kind == ProfilerEventKind::Gpu ? "gpu " : "cpu ") + event.category + "/" + event.name + " depth " +
            std::to_string(event.depth) + " parent " + std::to_string(event.parentIndex) +
@@ -55,39 +53,36 @@ std::vector<std::string> Describe(const std::vector<ProfilerEvent>& events) {
 
 // ---- Recording -------------------------------------------------------------------------
 
-TEST(ProfilerRecorder, RecordsNothingWhileCpuProfilingIsOffOrPaused) {
+TEST(ProfilerRecorder, RecordsOnlyEnabledCategoriesWhileCpuProfilingIsOnAndNotPaused) {
     ProfilerRecorder recorder;
-    EXPECT_FALSE(recorder.IsRecording());
     EXPECT_EQ(recorder.OpenZone("Assets", "Load").index, -1);
-    recorder.BeginFrame();
-    recorder.EndFrame({});
     ProfilerSettings settings = Recording();
     settings.paused = true;
     recorder.SetSettings(settings);
-    EXPECT_FALSE(recorder.IsRecording());
     EXPECT_EQ(recorder.OpenZone("Assets", "Load").index, -1);
+    recorder.RecordGpuZone("Render", "Shadows", 100, 400);
     EXPECT_TRUE(recorder.Snapshot().frames.empty());
     recorder.SetPaused(false);
-    EXPECT_TRUE(recorder.IsRecording());
-}
-
-TEST(ProfilerRecorder, ClosedZoneBecomesACompleteEvent) {
-    ProfilerRecorder recorder;
-    recorder.SetCpuProfilingEnabled(true);
-    recorder.CloseZone(recorder.OpenZone("Assets", "AssetLoader::SweepUnused"));
+    recorder.SetCategoryEnabled("Physics", false);
+    EXPECT_EQ(recorder.OpenZone("Physics", "Step").index, -1);
+    recorder.RecordGpuZone("Render", "Shadows", 100, 400);
+    recorder.CloseZone(recorder.OpenZone("Audio", "Mix"));
+    settings.paused = false;
+    settings.gpuProfilingEnabled = true;
+    recorder.SetSettings(settings);
+    recorder.RecordGpuZone("Render", "Shadows", 100, 400);
     const ProfilerSnapshot snapshot = recorder.Snapshot();
-    ASSERT_EQ(snapshot.frames.size(), 1u);
-    ASSERT_EQ(snapshot.frames[0].events.size(), 1u);
-    const ProfilerEvent& event = snapshot.frames[0].events[0];
-    EXPECT_EQ(event.eventId, 1u);
-    EXPECT_EQ(event.frameId, snapshot.frames[0].frameId);
-    EXPECT_EQ(Describe(event), "cpu Assets/AssetLoader::SweepUnused depth 0 parent -1");
-    EXPECT_GE(event.endNanoseconds, event.startNanoseconds);
-    EXPECT_DOUBLE_EQ(event.startMilliseconds, static_cast<double>(event.startNanoseconds) / 1.0e6);
-    EXPECT_DOUBLE_EQ(event.durationMilliseconds, static_cast<double>(event.endNanoseconds - event.startNanoseconds) / 1.0e6);
+    std::string categories;
+    for (const auto& category : snapshot.categories) categories += category.name + (category.enabled ? " on;" : " off;");
+    EXPECT_EQ(categories, "Physics off;Audio on;Render on;");
+    EXPECT_EQ(Describe(snapshot.frames.at(0).events),
+              (std::vector<std::string>{"cpu Audio/Mix depth 0 parent -1", "gpu Render/Shadows depth 0 parent -1"}));
+    const ProfilerEvent& gpu = snapshot.frames[0].events[1];
+    EXPECT_EQ(std::tuple(gpu.startNanoseconds, gpu.endNanoseconds), std::tuple(100u, 400u));
+    EXPECT_DOUBLE_EQ(gpu.durationMilliseconds, 0.0003);
 }
 
-TEST(ProfilerRecorder, NestedZonesKnowTheirParentAndDepth) {
+TEST(ProfilerRecorder, NestedZonesKnowTheirParentDepthAndTimes) {
     ProfilerRecorder recorder;
     recorder.SetCpuProfilingEnabled(true);
     const auto outer = recorder.OpenZone("Scene", "Outer");
@@ -95,93 +90,50 @@ TEST(ProfilerRecorder, NestedZonesKnowTheirParentAndDepth) {
     recorder.CloseZone(recorder.OpenZone("Scene", "Inner"));
     recorder.CloseZone(middle);
     recorder.CloseZone(recorder.OpenZone("Scene", "Sibling"));
+    const ProfilerSnapshot open = recorder.Snapshot();
     recorder.CloseZone(outer);
-    EXPECT_EQ(Describe(recorder.Snapshot().frames.at(0).events),
+    const ProfilerSnapshot snapshot = recorder.Snapshot();
+    EXPECT_EQ(Describe(snapshot.frames.at(0).events),
               (std::vector<std::string>{"cpu Scene/Outer depth 0 parent -1", "cpu Scene/Middle depth 1 parent 0",
                                         "cpu Scene/Inner depth 2 parent 1", "cpu Scene/Sibling depth 1 parent 0"}));
-}
-
-TEST(ProfilerRecorder, ZoneOpenAtTheSnapshotIsIncompleteAndOneOpenAcrossAClearIsDropped) {
-    ProfilerRecorder recorder;
-    recorder.SetCpuProfilingEnabled(true);
-    const auto open = recorder.OpenZone("Render", "Open");
-    const ProfilerSnapshot snapshot = recorder.Snapshot();
-    recorder.CloseZone(open);
-    EXPECT_EQ(Describe(snapshot.frames.at(0).events), std::vector<std::string>{"cpu Render/Open depth 0 parent -1 open"});
-    EXPECT_GE(snapshot.frames[0].events[0].endNanoseconds, snapshot.frames[0].events[0].startNanoseconds);
-    EXPECT_TRUE(recorder.Snapshot().frames.at(0).events.at(0).complete);
-
+    EXPECT_EQ(Describe(open.frames.at(0).events.at(0)), "cpu Scene/Outer depth 0 parent -1 open");
+    EXPECT_GE(open.frames[0].events[0].endNanoseconds, open.frames[0].events[0].startNanoseconds);
+    const ProfilerEvent& event = snapshot.frames[0].events[2];
+    EXPECT_EQ(event.eventId, 3u);
+    EXPECT_EQ(event.frameId, snapshot.frames[0].frameId);
+    EXPECT_GE(event.endNanoseconds, event.startNanoseconds);
+    EXPECT_DOUBLE_EQ(event.startMilliseconds, static_cast<double>(event.startNanoseconds) / 1.0e6);
+    EXPECT_DOUBLE_EQ(event.durationMilliseconds, static_cast<double>(event.endNanoseconds - event.startNanoseconds) / 1.0e6);
     const auto before = recorder.OpenZone("Core", "Before");
     recorder.Clear();
     recorder.CloseZone(before);
     EXPECT_TRUE(recorder.Snapshot().frames.empty());
 }
 
-TEST(ProfilerRecorder, FramesCarryTheirCountersAndOnlyTheHistorySizeIsKept) {
+TEST(ProfilerRecorder, FramesKeepTheirCountersAndZonesSpanningAFrameEndOnlyTheHistorySize) {
     ProfilerRecorder recorder;
     ProfilerSettings settings = Recording();
     settings.historySize = 2;
     recorder.SetSettings(settings);
+    ProfilerRecorder::ZoneToken spanning{};
     for (std::uint64_t i = 1; i <= 3; ++i) {
         recorder.BeginFrame();
-        recorder.CloseZone(recorder.OpenZone("Render", "Draw"));
+        if (i == 3) recorder.CloseZone(recorder.OpenZone("Core", "Child"));
+        if (i == 3) recorder.CloseZone(spanning);
+        if (i == 2) spanning = recorder.OpenZone("Core", "Spanning");
         ProfilerFrameCounters counters;
         counters.drawCalls = i * 10;
         recorder.EndFrame(counters);
     }
     const ProfilerSnapshot snapshot = recorder.Snapshot();
     ASSERT_EQ(snapshot.frames.size(), 2u);
-    EXPECT_EQ(snapshot.frames[0].frameId, 2u);
-    EXPECT_EQ(snapshot.frames[0].counters.drawCalls, 20u);
-    EXPECT_EQ(snapshot.frames[1].frameId, 3u);
-    EXPECT_EQ(snapshot.frames[1].counters.drawCalls, 30u);
-    EXPECT_EQ(snapshot.frames[1].events.at(0).frameId, 3u);
+    EXPECT_EQ(std::tuple(snapshot.frames[0].frameId, snapshot.frames[0].counters.drawCalls), std::tuple(2u, 20u));
+    EXPECT_EQ(std::tuple(snapshot.frames[1].frameId, snapshot.frames[1].counters.drawCalls), std::tuple(3u, 30u));
     EXPECT_GE(snapshot.frames[1].frameStartNanoseconds, snapshot.frames[0].frameStartNanoseconds);
-}
-
-TEST(ProfilerRecorder, ZoneThatSpansAFrameEndCompletesInItsOwnFrame) {
-    ProfilerRecorder recorder;
-    recorder.SetCpuProfilingEnabled(true);
-    recorder.BeginFrame();
-    const auto spanning = recorder.OpenZone("Core", "Spanning");
-    recorder.EndFrame({});
-    recorder.BeginFrame();
-    recorder.CloseZone(recorder.OpenZone("Core", "Child"));
-    recorder.CloseZone(spanning);
-    const ProfilerSnapshot snapshot = recorder.Snapshot();
-    ASSERT_EQ(snapshot.frames.size(), 2u);
     EXPECT_EQ(Describe(snapshot.frames[0].events), std::vector<std::string>{"cpu Core/Spanning depth 0 parent -1"});
     // The parent lives in the earlier frame, so the child has no index to point at.
     EXPECT_EQ(Describe(snapshot.frames[1].events), std::vector<std::string>{"cpu Core/Child depth 1 parent -1"});
-}
-
-TEST(ProfilerRecorder, DisabledCategoryIsListedButNotRecorded) {
-    ProfilerRecorder recorder;
-    recorder.SetCpuProfilingEnabled(true);
-    recorder.SetCategoryEnabled("Physics", false);
-    EXPECT_EQ(recorder.OpenZone("Physics", "Step").index, -1);
-    recorder.CloseZone(recorder.OpenZone("Audio", "Mix"));
-    const ProfilerSnapshot snapshot = recorder.Snapshot();
-    ASSERT_EQ(snapshot.categories.size(), 2u);
-    EXPECT_EQ(snapshot.categories[0].name + (snapshot.categories[0].enabled ? " on" : " off"), "Physics off");
-    EXPECT_EQ(snapshot.categories[1].name + (snapshot.categories[1].enabled ? " on" : " off"), "Audio on");
-    EXPECT_EQ(Describe(snapshot.frames.at(0).events), std::vector<std::string>{"cpu Audio/Mix depth 0 parent -1"});
-}
-
-TEST(ProfilerRecorder, GpuZonesNeedGpuProfiling) {
-    ProfilerRecorder recorder;
-    recorder.SetCpuProfilingEnabled(true);
-    recorder.RecordGpuZone("Render", "Shadows", 100, 400);
-    EXPECT_TRUE(recorder.Snapshot().frames.empty());
-    ProfilerSettings settings = Recording();
-    settings.gpuProfilingEnabled = true;
-    recorder.SetSettings(settings);
-    recorder.RecordGpuZone("Render", "Shadows", 100, 400);
-    const ProfilerEvent event = recorder.Snapshot().frames.at(0).events.at(0);
-    EXPECT_EQ(Describe(event), "gpu Render/Shadows depth 0 parent -1");
-    EXPECT_EQ(event.startNanoseconds, 100u);
-    EXPECT_EQ(event.endNanoseconds, 400u);
-    EXPECT_DOUBLE_EQ(event.durationMilliseconds, 0.0003);
+    EXPECT_EQ(snapshot.frames[1].events.at(0).frameId, 3u);
 }
 
 TEST_F(ProcessRecorder, ScopedZonesFromManyThreadsAreAllRecordedWithTheirThreadsName) {

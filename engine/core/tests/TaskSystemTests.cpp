@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <numeric>
 #include <set>
 
 namespace Brelk::Core::Tasks {
@@ -27,7 +28,7 @@ TaskSystemConfig Workers(std::uint32_t workers, std::uint32_t io = 1,
     return config;
 }
 
-// Holds one task until the test lets it go, to keep a thread busy on purpose.
+// Keeps a thread busy until the test opens it.
 struct Gate {
     void Pass() {
         reached.set_value();
@@ -38,7 +39,6 @@ struct Gate {
     std::shared_future<void> opened = open.get_future().share();
 };
 
-// Entries that the global logger got after the given sequence, by message.
 int CountLogged(std::uint64_t after, std::string_view message) {
     const std::vector<LogEntry> entries = Logger::Get().HistorySince(after);
     return static_cast<int>(std::count_if(entries.begin(), entries.end(),
@@ -51,7 +51,7 @@ std::uint64_t LatestLogSequence() {
     return latest;
 }
 
-// Polled rather than waited for, so that the calling thread runs none of the tasks.
+// Polled, so that the calling thread runs none of the tasks.
 void PollUntil(const std::function<bool()>& condition) {
     while (!condition()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
@@ -76,20 +76,14 @@ TEST(TaskSystemLayout, FollowsTheProcessorCountAndClampsTheBackgroundLimit) {
 
 // ---- Inline mode -----------------------------------------------------------------------
 
-TEST(TaskSystemInline, SubmitRunsTheTaskBeforeItReturns) {
+TEST(TaskSystemInline, SubmitRunsTheTaskBeforeItReturnsAndWaitRethrowsTheFirstFailure) {
     TaskSystem system(Workers(0));
     EXPECT_TRUE(system.IsInline());
-    EXPECT_EQ(system.WorkerCount(), 0u);
-    EXPECT_EQ(system.IoThreadCount(), 0u);
+    EXPECT_EQ(system.WorkerCount() + system.IoThreadCount(), 0u);
     std::thread::id ranOn;
-    const TaskCounter counter = system.Submit(TaskPriority::Normal, [&] { ranOn = std::this_thread::get_id(); });
+    const TaskCounter ran = system.Submit(TaskPriority::Normal, [&] { ranOn = std::this_thread::get_id(); });
     EXPECT_EQ(ranOn, std::this_thread::get_id());
-    EXPECT_TRUE(system.IsComplete(counter));
-    system.Wait(counter);
-}
-
-TEST(TaskSystemInline, FirstOfTwoFailuresIsRethrownAndAnEmptyFunctionFails) {
-    TaskSystem system(Workers(0));
+    EXPECT_TRUE(system.IsComplete(ran));
     TaskCounter counter;
     system.AddTask(TaskPriority::Normal, [] { throw std::runtime_error("first"); }, counter);
     system.AddTask(TaskPriority::Normal, [] { throw std::runtime_error("second"); }, counter);
@@ -99,14 +93,20 @@ TEST(TaskSystemInline, FirstOfTwoFailuresIsRethrownAndAnEmptyFunctionFails) {
     EXPECT_THROW(system.Wait(empty), std::bad_function_call);
 }
 
-TEST(TaskSystem, IoTaskWithoutIoThreadsRunsAsBackground) {
+TEST(TaskSystem, CurrentPriorityIsTheRunningTasksWithIoAsBackgroundWithoutIoThreads) {
     for (const std::uint32_t workers : {0u, 1u}) {
         RunWithDeadline(kDeadline, [workers] {
             TaskSystem system(Workers(workers, 0));
-            std::optional<TaskPriority> seen;
-            const TaskCounter counter = system.Submit(TaskPriority::Io, [&] { seen = TaskSystem::CurrentPriority(); });
-            system.Wait(counter);
-            EXPECT_EQ(seen, TaskPriority::Background) << workers << " workers";
+            std::optional<TaskPriority> io, outer, inner, afterInner;
+            system.Wait(system.Submit(TaskPriority::Io, [&] { io = TaskSystem::CurrentPriority(); }));
+            system.Wait(system.Submit(TaskPriority::Normal, [&] {
+                outer = TaskSystem::CurrentPriority();
+                system.Wait(system.Submit(TaskPriority::High, [&] { inner = TaskSystem::CurrentPriority(); }));
+                afterInner = TaskSystem::CurrentPriority();
+            }));
+            EXPECT_EQ(std::tuple(io, outer, inner, afterInner),
+                      std::tuple(TaskPriority::Background, TaskPriority::Normal, TaskPriority::High, TaskPriority::Normal))
+                << workers << " workers";
             EXPECT_EQ(TaskSystem::CurrentPriority(), std::nullopt);
         });
     }
@@ -188,7 +188,6 @@ TEST(TaskSystem, WaitInsideAHighTaskRunsBackgroundWorkPastTheLimit) {
     RunWithDeadline(kDeadline, [] {
         TaskSystem system(Workers(2, 0, 1));
         Gate gate;
-        // Takes the only background slot until the end of the test.
         const TaskCounter blocker = system.Submit(TaskPriority::Background, [&] { gate.Pass(); });
         gate.hasReached.wait();
         std::atomic<int> ran{0};
@@ -225,38 +224,16 @@ TEST(TaskSystem, BackgroundLimitCapsBackgroundTasksOnWorkers) {
     });
 }
 
-TEST(TaskSystem, CurrentPriorityIsTheRunningTasksAndIsRestoredAfterIt) {
-    RunWithDeadline(kDeadline, [] {
-        TaskSystem system(Workers(1, 0));
-        std::optional<TaskPriority> outer, inner, afterInner;
-        system.Wait(system.Submit(TaskPriority::Normal, [&] {
-            outer = TaskSystem::CurrentPriority();
-            system.Wait(system.Submit(TaskPriority::High, [&] { inner = TaskSystem::CurrentPriority(); }));
-            afterInner = TaskSystem::CurrentPriority();
-        }));
-        EXPECT_EQ(outer, TaskPriority::Normal);
-        EXPECT_EQ(inner, TaskPriority::High);
-        EXPECT_EQ(afterInner, TaskPriority::Normal);
-        EXPECT_EQ(TaskSystem::CurrentPriority(), std::nullopt);
-    });
-}
-
-TEST(TaskSystem, ReleasesWhatATaskCapturedBeforeItsCounterCompletes) {
-    RunWithDeadline(kDeadline, [] {
-        TaskSystem system(Workers(2, 1));
-        auto resource = std::make_shared<int>(7);
-        system.Wait(system.Submit(TaskPriority::Normal, [resource] { (void)*resource; }));
-        EXPECT_EQ(resource.use_count(), 1);
-    });
-}
-
-TEST(TaskSystem, AsyncGivesTheResultOrTheException) {
+TEST(TaskSystem, AsyncGivesTheResultOrTheExceptionAndCapturesAreReleasedBeforeCompletion) {
     RunWithDeadline(kDeadline, [] {
         TaskSystem system(Workers(2, 1));
         std::future<int> value = system.Async(TaskPriority::Normal, [] { return 42; });
         std::future<void> failure = system.Async(TaskPriority::Io, [] { throw std::logic_error("async"); });
         EXPECT_EQ(value.get(), 42);
         EXPECT_THROW(failure.get(), std::logic_error);
+        auto resource = std::make_shared<int>(7);
+        system.Wait(system.Submit(TaskPriority::Normal, [resource] { (void)*resource; }));
+        EXPECT_EQ(resource.use_count(), 1);
     });
 }
 
@@ -282,46 +259,12 @@ TEST(TaskSystem, WaitRethrowsAFailureEveryTimeAndOnlyFailuresNobodyWaitedForAreL
 
 // ---- Parallel loops --------------------------------------------------------------------
 
-TEST(TaskSystemParallelFor, VisitsEveryIndexOnce) {
+TEST(TaskSystemParallelFor, VisitsEveryIndexOnceInGrainRangesAndSmallCountsOnTheCaller) {
     RunWithDeadline(kDeadline, [] {
         TaskSystem system(Workers(3, 1));
         std::vector<std::atomic<int>> visits(10007);
         system.ParallelFor(visits.size(), 64, std::nullopt, [&](std::size_t i) { ++visits[i]; });
         EXPECT_TRUE(std::all_of(visits.begin(), visits.end(), [](const std::atomic<int>& v) { return v == 1; }));
-    });
-}
-
-TEST(TaskSystemParallelFor, CountUpToTheGrainRunsOnTheCallerWithoutATask) {
-    RunWithDeadline(kDeadline, [] {
-        TaskSystem system(Workers(2, 1));
-        for (const std::size_t count : {std::size_t{1}, std::size_t{16}}) {
-            std::vector<std::size_t> order;
-            bool inTask = false;
-            system.ParallelFor(count, 16, TaskPriority::Normal, [&](std::size_t i) {
-                order.push_back(i);
-                inTask = inTask || TaskSystem::CurrentPriority().has_value();
-            });
-            ASSERT_EQ(order.size(), count);
-            for (std::size_t i = 0; i < count; ++i) EXPECT_EQ(order[i], i);
-            EXPECT_FALSE(inTask);
-        }
-    });
-}
-
-TEST(TaskSystemParallelFor, ZeroCountDoesNothingAndAZeroGrainCountsAsOneOrIsRejected) {
-    TaskSystem system(Workers(0));
-    int calls = 0;
-    system.ParallelFor(0, 4, std::nullopt, [&](std::size_t) { ++calls; });
-    EXPECT_EQ(calls, 0);
-    system.ParallelFor(3, 0, std::nullopt, [&](std::size_t) { ++calls; });
-    EXPECT_EQ(calls, 3);
-    EXPECT_THROW(system.ParallelForRanges(4, 0, TaskPriority::Normal, [](std::size_t, std::size_t) {}),
-                 std::invalid_argument);
-}
-
-TEST(TaskSystemParallelFor, RangesCoverTheCountInGrainSteps) {
-    RunWithDeadline(kDeadline, [] {
-        TaskSystem system(Workers(2, 1));
         std::mutex mutex;
         std::vector<std::pair<std::size_t, std::size_t>> ranges;
         system.ParallelForRanges(10, 3, TaskPriority::Normal, [&](std::size_t begin, std::size_t end) {
@@ -330,10 +273,27 @@ TEST(TaskSystemParallelFor, RangesCoverTheCountInGrainSteps) {
         });
         std::sort(ranges.begin(), ranges.end());
         EXPECT_EQ(ranges, (std::vector<std::pair<std::size_t, std::size_t>>{{0, 3}, {3, 6}, {6, 9}, {9, 10}}));
+        for (const std::size_t count : {std::size_t{0}, std::size_t{1}, std::size_t{16}}) {
+            std::vector<std::size_t> order;
+            bool inTask = false;
+            system.ParallelFor(count, 16, TaskPriority::Normal, [&](std::size_t i) {
+                order.push_back(i);
+                inTask = inTask || TaskSystem::CurrentPriority().has_value();
+            });
+            std::vector<std::size_t> expected(count);
+            std::iota(expected.begin(), expected.end(), std::size_t{0});
+            EXPECT_EQ(order, expected);
+            EXPECT_FALSE(inTask);
+        }
+        int calls = 0;
+        system.ParallelFor(3, 0, std::nullopt, [&](std::size_t) { ++calls; });
+        EXPECT_EQ(calls, 3);
+        EXPECT_THROW(system.ParallelForRanges(4, 0, TaskPriority::Normal, [](std::size_t, std::size_t) {}),
+                     std::invalid_argument);
     });
 }
 
-TEST(TaskSystemParallelFor, FailingRangeStopsTheOthersAndReachesTheCaller) {
+TEST(TaskSystemParallelFor, FailingRangeStopsTheOthersAndLoopsInheritTheTasksPriorityWithIoAsBackground) {
     RunWithDeadline(kDeadline, [] {
         TaskSystem system(Workers(2, 1));
         std::atomic<int> ranRanges{0};
@@ -346,12 +306,6 @@ TEST(TaskSystemParallelFor, FailingRangeStopsTheOthersAndReachesTheCaller) {
                   }),
                   "range failed");
         EXPECT_LT(ranRanges.load(), 100);
-    });
-}
-
-TEST(TaskSystemParallelFor, InheritsTheCallingTasksPriorityWithIoAsBackground) {
-    RunWithDeadline(kDeadline, [] {
-        TaskSystem system(Workers(2, 1));
         std::mutex mutex;
         std::set<TaskPriority> seen;
         system.Wait(system.Submit(TaskPriority::Io, [&] {
@@ -360,7 +314,6 @@ TEST(TaskSystemParallelFor, InheritsTheCallingTasksPriorityWithIoAsBackground) {
                 seen.insert(TaskSystem::CurrentPriority().value_or(TaskPriority::High));
             });
         }));
-        // The IO thread runs some indices inside its own Io task.
         for (const TaskPriority priority : seen) {
             EXPECT_TRUE(priority == TaskPriority::Io || priority == TaskPriority::Background);
         }
@@ -415,19 +368,7 @@ TEST(TaskSystemShutdown, DrainRunsEverythingQueuedIncludingWhatTasksAdd) {
     });
 }
 
-TEST(TaskSystemShutdown, TaskSubmittedAfterShutdownRunsInlineOnTheSubmitter) {
-    RunWithDeadline(kDeadline, [] {
-        TaskSystem system(Workers(2, 1));
-        system.Shutdown(TaskSystem::ShutdownMode::Drain);
-        system.Shutdown(TaskSystem::ShutdownMode::Cancel);
-        std::thread::id ranOn;
-        const TaskCounter counter = system.Submit(TaskPriority::Io, [&] { ranOn = std::this_thread::get_id(); });
-        EXPECT_TRUE(system.IsComplete(counter));
-        EXPECT_EQ(ranOn, std::this_thread::get_id());
-    });
-}
-
-TEST(TaskSystemShutdown, FromAWorkerIsIgnoredWithAnErrorLine) {
+TEST(TaskSystemShutdown, FromAWorkerIsIgnoredWithAnErrorLineAndLaterTasksRunInlineOnTheSubmitter) {
     RunWithDeadline(kDeadline, [] {
         const std::uint64_t before = LatestLogSequence();
         TaskSystem system(Workers(1, 0));
@@ -443,12 +384,18 @@ TEST(TaskSystemShutdown, FromAWorkerIsIgnoredWithAnErrorLine) {
         std::atomic<int> ran{0};
         system.Wait(system.Submit(TaskPriority::Normal, [&] { ++ran; }));
         EXPECT_EQ(ran.load(), 1);
+        system.Shutdown(TaskSystem::ShutdownMode::Drain);
+        system.Shutdown(TaskSystem::ShutdownMode::Cancel);
+        std::thread::id ranOn;
+        const TaskCounter counter = system.Submit(TaskPriority::Io, [&] { ranOn = std::this_thread::get_id(); });
+        EXPECT_TRUE(system.IsComplete(counter));
+        EXPECT_EQ(ranOn, std::this_thread::get_id());
     });
 }
 
 // ---- The current system ----------------------------------------------------------------
 
-TEST(TaskSystemCurrent, InstallExchangesAndTheDestructorClears) {
+TEST(TaskSystemCurrent, InstallExchangesTheDestructorClearsAndGetFallsBackToInlineWithOneWarning) {
     TaskSystem* const previous = TaskSystem::Install(nullptr);
     {
         TaskSystem system(Workers(0));
@@ -457,12 +404,7 @@ TEST(TaskSystemCurrent, InstallExchangesAndTheDestructorClears) {
         EXPECT_EQ(&TaskSystem::Get(), &system);
     }
     EXPECT_EQ(TaskSystem::Current(), nullptr);
-    TaskSystem::Install(previous);
-}
-
-TEST(TaskSystemCurrent, GetWithoutAnInstalledSystemIsInlineAndWarnsOnce) {
     const char* const warning = "TaskSystem::Get() used without an installed task system; tasks run inline.";
-    TaskSystem* const previous = TaskSystem::Install(nullptr);
     ::testing::internal::CaptureStdout();
     TaskSystem& first = TaskSystem::Get();
     TaskSystem& second = TaskSystem::Get();

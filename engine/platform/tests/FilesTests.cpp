@@ -21,10 +21,8 @@ using Testing::WriteText;
 using ::testing::MatchesRegex;
 using ::testing::StartsWith;
 
-// Keeps writes to any file below a small size for as long as it lives, which makes a write
-// fail even for a privileged user.
-class FileSizeLimit {
-public:
+// Makes a write fail even for a privileged user.
+struct FileSizeLimit {
     explicit FileSizeLimit(rlim_t bytes) {
         getrlimit(RLIMIT_FSIZE, &saved_);
         previousHandler_ = std::signal(SIGXFSZ, SIG_IGN);
@@ -36,8 +34,6 @@ public:
         setrlimit(RLIMIT_FSIZE, &saved_);
         std::signal(SIGXFSZ, previousHandler_);
     }
-
-private:
     rlimit saved_{};
     void (*previousHandler_)(int) = nullptr;
 };
@@ -58,19 +54,7 @@ TEST(WriteFileAtomic, WritesExactlyTheBytesGivenIntoNewFoldersOrOverAnOldFile) {
     EXPECT_EQ(CountEntries(folder / "one/two"), 1u);
 }
 
-TEST(WriteFileAtomic, FailedReplaceLeavesTheTargetAndRemovesTheTemporary) {
-    ScratchFolder folder;
-    const std::filesystem::path target = folder / "target";
-    WriteText(target / "inside.txt", "kept");
-    std::string error;
-    EXPECT_FALSE(WriteFileAtomic(target, std::string_view("new"), &error));
-    EXPECT_EQ(error, "Failed to replace " + target.string() + ": Failed to replace file: Is a directory");
-    EXPECT_FALSE(WriteFileAtomic(target, std::string_view("new"), nullptr));
-    EXPECT_EQ(ReadText(target / "inside.txt"), "kept");
-    EXPECT_EQ(CountEntries(folder.Path()), 1u);
-}
-
-TEST(WriteFileAtomic, FailedWriteLeavesTheOldFileWholeAndRemovesTheTemporary) {
+TEST(WriteFileAtomic, FailedWriteOrReplaceLeavesTheTargetAndRemovesTheTemporary) {
     ScratchFolder folder;
     const std::filesystem::path target = folder / "a.txt";
     WriteText(target, "old");
@@ -83,12 +67,16 @@ TEST(WriteFileAtomic, FailedWriteLeavesTheOldFileWholeAndRemovesTheTemporary) {
     EXPECT_FALSE(written);
     EXPECT_EQ(error, "Failed to write " + target.string());
     EXPECT_EQ(ReadText(target), "old");
-    EXPECT_EQ(CountEntries(folder.Path()), 1u);
+    WriteText(folder / "dir/inside.txt", "kept");
+    EXPECT_FALSE(WriteFileAtomic(folder / "dir", std::string_view("new"), &error));
+    EXPECT_EQ(error, "Failed to replace " + (folder / "dir").string() + ": Failed to replace file: Is a directory");
+    EXPECT_EQ(ReadText(folder / "dir/inside.txt"), "kept");
+    EXPECT_EQ(CountEntries(folder.Path()), 2u);
 }
 
-TEST(WriteFileAtomic, NamesTheTemporaryAfterTheTargetWhenItCannotBeOpened) {
+TEST(WriteFileAtomic, ReportsATemporaryOrParentThatCannotBeCreated) {
     ScratchFolder folder;
-    // The target's own name fits the file system; with the temporary suffix it no longer does.
+    // Only with the temporary suffix is the name too long.
     const std::filesystem::path target = folder / std::string(240, 'n');
     WriteText(target, "old");
     std::string error;
@@ -97,12 +85,7 @@ TEST(WriteFileAtomic, NamesTheTemporaryAfterTheTargetWhenItCannotBeOpened) {
                                     "[0-9a-f]{4}-[0-9a-f]{12}\\.tmp for writing\\."));
     EXPECT_THAT(error, StartsWith("Failed to open " + target.string() + ".cook-"));
     EXPECT_EQ(ReadText(target), "old");
-}
-
-TEST(WriteFileAtomic, ReportsAParentThatCannotBeCreated) {
-    ScratchFolder folder;
     WriteText(folder / "file", "a regular file");
-    std::string error;
     EXPECT_FALSE(WriteFileAtomic(folder / "file/sub/a.txt", std::string_view("x"), &error));
     const std::string prefix = "Failed to create " + (folder / "file/sub").string() + ": ";
     EXPECT_THAT(error, StartsWith(prefix));
@@ -110,7 +93,7 @@ TEST(WriteFileAtomic, ReportsAParentThatCannotBeCreated) {
     EXPECT_EQ(ReadText(folder / "file"), "a regular file");
 }
 
-TEST(ReadFileBytes, ReadsTheWholeFileOrNoBytes) {
+TEST(ReadFileBytes, ReadsTheWholeFileOrReportsWhyNot) {
     ScratchFolder folder;
     for (const std::string& bytes : {std::string("\0\1\2\xff", 4), std::string()}) {
         WriteText(folder / "a.bin", bytes);
@@ -118,16 +101,12 @@ TEST(ReadFileBytes, ReadsTheWholeFileOrNoBytes) {
         ASSERT_TRUE(read.has_value());
         EXPECT_EQ(std::string(read->begin(), read->end()), bytes);
     }
-}
-
-TEST(ReadFileBytes, ReportsAMissingFileAFolderAndAnUnsizeableFile) {
-    ScratchFolder folder;
     std::string error;
     EXPECT_FALSE(ReadFileBytes(folder / "missing.txt", &error).has_value());
     EXPECT_EQ(error, "Failed to open " + (folder / "missing.txt").string());
     EXPECT_FALSE(ReadFileBytes(folder.Path(), &error).has_value());
     EXPECT_EQ(error, "Failed to open " + folder.Path().string());
-    // A pipe has no end to seek to. Opening it for reading waits for a writer, so one is kept open.
+    // A pipe has no end to seek to; a writer is kept open so that opening it does not wait.
     const std::filesystem::path fifo = folder / "fifo";
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     const int writer = ::open(fifo.c_str(), O_RDWR | O_NONBLOCK);
@@ -135,11 +114,6 @@ TEST(ReadFileBytes, ReportsAMissingFileAFolderAndAnUnsizeableFile) {
     EXPECT_FALSE(ReadFileBytes(fifo, &error).has_value());
     ::close(writer);
     EXPECT_EQ(error, "Failed to size " + fifo.string());
-}
-
-TEST(PathToUtf8, KeepsTheTextAndItsSeparatorsAsTheyStand) {
-    EXPECT_EQ(PathToUtf8(std::filesystem::path("dir//sub/\xc3\xa9t\xc3\xa9.txt")), "dir//sub/\xc3\xa9t\xc3\xa9.txt");
-    EXPECT_EQ(PathToUtf8(std::filesystem::path()), "");
 }
 
 } // namespace

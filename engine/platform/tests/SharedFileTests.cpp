@@ -16,17 +16,13 @@ void WriteAndClose(std::FILE* file, const std::string& text) {
     std::fclose(file);
 }
 
-TEST(SharedFile, AppendKeepsWhatWasThereAndTruncateEmptiesTheFile) {
+TEST(SharedFile, AppendKeepsTruncateEmptiesAndOthersReadWhileItIsOpen) {
     ScratchFolder folder;
     WriteAndClose(OpenSharedFile(folder / "a.log", SharedFileMode::Truncate), "old text\n");
     WriteAndClose(OpenSharedFile(folder / "a.log", SharedFileMode::Truncate), "one\n");
     WriteAndClose(OpenSharedFile(folder / "a.log", SharedFileMode::Append), "two\n");
     EXPECT_EQ(ReadText(folder / "a.log"), "one\ntwo\n");
     EXPECT_EQ(OpenSharedFile(folder / "missing" / "d.log", SharedFileMode::Append), nullptr);
-}
-
-TEST(SharedFile, OthersMayReadTheBytesAsWrittenWhileItIsOpen) {
-    ScratchFolder folder;
     std::FILE* file = OpenSharedFile(folder / "c.log", SharedFileMode::Truncate);
     ASSERT_NE(file, nullptr);
     const std::string bytes("a\r\n\0b", 5);

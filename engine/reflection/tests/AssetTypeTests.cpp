@@ -21,33 +21,21 @@ TEST(AssetType, TheSchemaTableListsSeventeenTypesInInstallOrder) {
                         "RigDefinition=18", "World=20"}));
 }
 
-TEST(AssetType, NamesAndNumbersMapBothWays) {
-    EXPECT_EQ(AssetTypeName(AssetType::Unknown), "Unknown");
+TEST(AssetType, NamesAndNumbersMapBothWaysAndOnlySchemaRowsHaveAnEntry) {
     EXPECT_EQ(AssetTypeName(AssetType::Audio), "AudioClip");
-    EXPECT_EQ(AssetTypeName(AssetType::World), "World");
     EXPECT_EQ(AssetTypeName(static_cast<AssetType>(21)), "Unknown");
     for (std::uint32_t id = 0; id < kAssetTypeCount; ++id) {
-        const auto type = static_cast<AssetType>(id);
-        EXPECT_EQ(AssetTypeFromName(AssetTypeName(type)), type) << id;
+        EXPECT_EQ(AssetTypeFromName(AssetTypeName(static_cast<AssetType>(id))), static_cast<AssetType>(id)) << id;
     }
     EXPECT_EQ(AssetTypeFromName("mesh"), AssetType::Unknown);
-    EXPECT_EQ(AssetTypeFromName("Nothing"), AssetType::Unknown);
-}
-
-TEST(AssetType, OnlyTheSchemaRowsHaveASchemaEntry) {
-    ASSERT_NE(FindSchemaAssetType(17), nullptr);
     EXPECT_EQ(FindSchemaAssetType(17)->name, "VfxEffect");
     EXPECT_EQ(FindSchemaAssetType(14), nullptr);
     EXPECT_EQ(FindSchemaAssetType(0), nullptr);
     EXPECT_EQ(AssetTypeOf(AssetTypeInfo{"Texture", 4}), AssetType::Texture);
     EXPECT_EQ(AssetTypeFromNativeId(99), AssetType::Unknown);
-}
-
-TEST(AssetType, RegisteringTheSchemaTableTwiceChangesNothing) {
     Reflection::ReflectionRegistry registry;
     RegisterSchemaAssetTypes(registry);
     RegisterSchemaAssetTypes(registry);
-    ASSERT_NE(registry.FindAssetType("World"), nullptr);
     EXPECT_EQ(registry.FindAssetType("World")->nativeId, 20u);
     EXPECT_EQ(registry.FindAssetType("Audio"), nullptr);
 }

@@ -52,8 +52,8 @@ struct Inner {
 struct Everything {
     bool flag = true;
     std::int32_t count = -3;
-    std::uint32_t mask = 0xffffffffu;
-    std::uint64_t big = 0;
+    std::uint32_t mask = 0xffffffffu, target = 0;
+    std::uint64_t big = 0, mesh = 0;
     float ratio = 0.1f;
     std::string label = "x";
     glm::vec2 uv{0.5f, 1.0f};
@@ -62,8 +62,6 @@ struct Everything {
     glm::quat rotation{1.0f, 0.0f, 0.0f, 0.0f};
     Shade shade = Shade::Green;
     Level level = Level::Low;
-    std::uint64_t mesh = 0;
-    std::uint32_t target = 0;
     Guid id;
     Link link;
     Inner inner;
@@ -107,32 +105,19 @@ protected:
         registry.RegisterEnum<Level>("Level", {EnumValueOf(Level::Low, "Low"), EnumValueOf(Level::Zero, "Zero"),
                                                EnumValueOf(Level::High, "High")});
         ReflectedTypeBuilder<Inner>("Inner", "Inner", "Test", registry)
-            .Field("scale", &Inner::scale)
-            .Field("weight", &Inner::weight);
-        ReflectedTypeBuilder<Everything>("Everything", "Everything", "Test", registry)
-            .Field("flag", &Everything::flag)
-            .Field("count", &Everything::count)
-            .Field("mask", &Everything::mask)
-            .Field("big", &Everything::big)
-            .Field("ratio", &Everything::ratio)
-            .Field("label", &Everything::label)
-            .Field("uv", &Everything::uv)
-            .Field("position", &Everything::position)
-            .Field("color", &Everything::color, FieldAttr().Color())
-            .Field("rotation", &Everything::rotation)
-            .Field("shade", &Everything::shade, FieldAttr().Enum("Shade"))
-            .Field("level", &Everything::level, FieldAttr().Enum("Level"))
-            .Field("mesh", &Everything::mesh, FieldAttr().AssetType("Mesh"))
-            .Field("target", &Everything::target, FieldAttr().Kind(PropertyKind::Entity))
-            .Field("id", &Everything::id)
-            .Field("link", &Everything::link)
-            .Field("inner", &Everything::inner)
-            .Field("samples", &Everything::samples)
-            .Field("inners", &Everything::inners)
-            .Field("grid", &Everything::grid)
-            .Field("fixed", &Everything::fixed)
-            .Field("shades", &Everything::shades, FieldAttr().Enum("Shade"))
-            .Field("materials", &Everything::materials, FieldAttr().AssetType("Material"));
+            .Field("scale", &Inner::scale).Field("weight", &Inner::weight);
+        using E = Everything;
+        ReflectedTypeBuilder<E>("Everything", "Everything", "Test", registry)
+            .Field("flag", &E::flag).Field("count", &E::count).Field("mask", &E::mask).Field("big", &E::big)
+            .Field("ratio", &E::ratio).Field("label", &E::label).Field("uv", &E::uv).Field("position", &E::position)
+            .Field("color", &E::color, FieldAttr().Color()).Field("rotation", &E::rotation)
+            .Field("shade", &E::shade, FieldAttr().Enum("Shade")).Field("level", &E::level, FieldAttr().Enum("Level"))
+            .Field("mesh", &E::mesh, FieldAttr().AssetType("Mesh"))
+            .Field("target", &E::target, FieldAttr().Kind(PropertyKind::Entity))
+            .Field("id", &E::id).Field("link", &E::link).Field("inner", &E::inner).Field("samples", &E::samples)
+            .Field("inners", &E::inners).Field("grid", &E::grid).Field("fixed", &E::fixed)
+            .Field("shades", &E::shades, FieldAttr().Enum("Shade"))
+            .Field("materials", &E::materials, FieldAttr().AssetType("Material"));
 
         context.assetToText = [](std::uint64_t asset, const Assets::AssetTypeInfo& type) {
             return asset == 404 ? std::string() : type.name + ":" + std::to_string(asset);
@@ -156,7 +141,6 @@ protected:
     std::string EncodeFailure(const Everything& value) { return ThrownMessage([&] { (void)Encode(value); }); }
     std::string DecodeFailure(const SchemaRecord& record) { return ThrownMessage([&] { (void)Decode(record); }); }
 
-    // A record of Everything at its defaults with one leaf replaced.
     SchemaRecord WithLeaf(std::string_view field, std::string text) {
         SchemaRecord record = Encode(Everything{});
         record.FindField(field)->value = SchemaValue{std::in_place_index<0>, std::move(text)};
@@ -227,7 +211,6 @@ TEST_F(SchemaCodec, EveryPropertyKindWritesItsLeafTextInDeclarationOrder) {
     EXPECT_EQ(Text(std::get<SchemaArray>(record.FindField("materials")->value).elements[0]), "Material:3");
 }
 
-// The leaf texts are exact, so equal records mean equal values, bit for bit.
 TEST_F(SchemaCodec, EveryPropertyKindRoundTripsDirectlyAndThroughTheRecordText) {
     const SchemaRecord record = Encode(Populated());
     EXPECT_EQ(Encode(Decode(record)), record);
@@ -237,14 +220,6 @@ TEST_F(SchemaCodec, EveryPropertyKindRoundTripsDirectlyAndThroughTheRecordText) 
     ASSERT_TRUE(cursor.NextLine(header));
     ASSERT_EQ(header.substr(0, 16), "component_schema");
     EXPECT_EQ(Encode(Decode(ReadSchemaRecord(header.substr(16), cursor))), record);
-}
-
-TEST_F(SchemaCodec, DefaultsWriteEveryFieldAndRoundTrip) {
-    const SchemaRecord record = Encode(Everything{});
-    EXPECT_EQ(record.fields.size(), 23u);
-    EXPECT_EQ(FieldText(record, "uv"), "0.5 1");
-    EXPECT_EQ(FieldText(record, "rotation"), "1 0 0 0");
-    EXPECT_EQ(Encode(Decode(record, Populated())), record);
 }
 
 TEST_F(SchemaCodec, ExtremeFloatsRoundTripBitForBit) {
@@ -257,21 +232,19 @@ TEST_F(SchemaCodec, ExtremeFloatsRoundTripBitForBit) {
     }
 }
 
-// Each accepted text is read and written back in its canonical form.
 TEST_F(SchemaCodec, LeafTextReadsBackToItsCanonicalForm) {
     const struct {
         const char* field;
         std::string text;
         std::string written;
     } cases[] = {
-        {"ratio", "2.5e3", "2500"}, {"ratio", "-.5", "-0.5"}, {"ratio", "7", "7"}, {"ratio", "-0", "-0"},
-        {"ratio", "0.100000001", "0.100000001"}, {"count", "2147483647", "2147483647"},
-        {"count", "-2147483648", "-2147483648"}, {"mask", "4294967295", "4294967295"},
-        {"big", "18446744073709551615", "18446744073709551615"}, {"flag", "1", "1"}, {"flag", "0", "0"},
-        {"position", " 1\t2   3 ", "1 2 3"}, {"shade", "Red", "Red"}, {"level", "High", "High"},
-        {"mesh", "", ""}, {"mesh", "absent", ""}, {"target", "", ""},
-        {"target", "00000000-0000-0000-0000-000000000000", ""}, {"target", kGuidB.ToString(), kGuidB.ToString()},
-        {"id", "0123456789ABCDEFFEDCBA9876543210", kGuidA.ToString()}, {"id", "", ""},
+        {"ratio", "2.5e3", "2500"}, {"ratio", "-.5", "-0.5"}, {"ratio", "-0", "-0"},
+        {"count", "-2147483648", "-2147483648"},
+        {"mask", "4294967295", "4294967295"}, {"big", "18446744073709551615", "18446744073709551615"},
+        {"flag", "1", "1"}, {"position", " 1\t2   3 ", "1 2 3"}, {"level", "High", "High"}, {"mesh", "", ""},
+        {"mesh", "absent", ""}, {"target", "", ""}, {"target", "00000000-0000-0000-0000-000000000000", ""},
+        {"target", kGuidB.ToString(), kGuidB.ToString()}, {"id", "", ""},
+        {"id", "0123456789ABCDEFFEDCBA9876543210", kGuidA.ToString()},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(FieldText(Encode(Decode(WithLeaf(c.field, c.text), Populated())), c.field), c.written)
@@ -289,22 +262,18 @@ TEST_F(SchemaCodec, BrokenLeafTextFailsWithItsExactMessage) {
         const char* text;
         std::string message;
     } cases[] = {
-        {"ratio", "nan", nonFinite}, {"ratio", "NaN", nonFinite}, {"ratio", "-inf", nonFinite},
-        {"ratio", "infinity", nonFinite}, {"ratio", "", number}, {"ratio", "1.5x", number}, {"ratio", " 1", number},
-        {"ratio", "1 ", number}, {"ratio", "+1", number}, {"ratio", "1e39", number}, {"ratio", "-1e39", number},
-        {"ratio", "0x10", number}, {"count", "2147483648", number}, {"count", "-2147483649", number},
-        {"mask", "4294967296", number}, {"big", "18446744073709551616", number}, {"count", "", number},
-        {"count", "+1", number}, {"count", " 1", number}, {"count", "1 ", number}, {"count", "1.0", number},
-        {"count", "0x1", number}, {"mask", "-1", number}, {"big", "-0", number}, {"flag", "", boolean},
-        {"flag", "2", boolean}, {"flag", "true", boolean}, {"flag", "01", boolean}, {"flag", " 1", boolean},
-        {"position", "1 2", missing}, {"position", "", missing}, {"rotation", "1 0 0", missing},
+        {"ratio", "NaN", nonFinite}, {"ratio", "-inf", nonFinite}, {"ratio", "", number}, {"ratio", "1.5x", number},
+        {"ratio", " 1", number}, {"ratio", "+1", number}, {"ratio", "1e39", number}, {"ratio", "0x10", number},
+        {"count", "2147483648", number}, {"count", "-2147483649", number}, {"count", "1.0", number},
+        {"count", "+1", number}, {"mask", "4294967296", number}, {"mask", "-1", number},
+        {"big", "18446744073709551616", number}, {"big", "-0", number}, {"flag", "2", boolean},
+        {"flag", "01", boolean}, {"flag", "", boolean}, {"position", "1 2", missing}, {"rotation", "1 0 0", missing},
         {"position", "1 2 3 4", "Unexpected trailing schema data."}, {"uv", "1 x", number},
         {"color", "1 2 nan 4", nonFinite}, {"shade", "red", "Unknown enum name or rejected accessor: red"},
         {"shade", "Deep Blue", "Unknown enum name or rejected accessor: Deep Blue"},
         {"mesh", "Texture:3", "Unresolved asset reference: Texture:3"},
         {"target", "99999999-9999-9999-9999-999999999999", "Unresolved stable entity reference."},
         {"target", "not-a-guid", "Invalid stable GUID length."},
-        {"id", "0123456789abcdef-fedcba9876543210", "Invalid stable GUID length."},
         {"id", "0123456789abcdefgedcba9876543210", "Invalid stable GUID digit."},
         {"inner", "1", "Expected an object property."}, {"samples", "1", "Expected a bounded collection."},
     };
@@ -414,8 +383,9 @@ TEST_F(SchemaCodec, NullReferencesNeedNoHostCodecButOthersDo) {
 }
 
 TEST_F(SchemaCodec, CollectionsTakeTheirCountUpTo1024Elements) {
-    const Everything emptied = Decode(Encode(Everything{}), Populated());
-    EXPECT_TRUE(emptied.samples.empty() && emptied.inners.empty() && emptied.grid.empty());
+    const SchemaRecord defaults = Encode(Everything{});
+    EXPECT_EQ(FieldText(defaults, "rotation"), "1 0 0 0");
+    EXPECT_EQ(Encode(Decode(defaults, Populated())), defaults);
     Everything value;
     value.samples.assign(1024, 0.5f);
     EXPECT_EQ(Decode(Encode(value)).samples.size(), 1024u);
@@ -453,7 +423,6 @@ TEST_F(SchemaCodec, OnlyLiveSavedPropertiesAreWrittenOrRead) {
         EXPECT_EQ(ThrownMessage([&] { (void)read(Leaves("Versioned", version, {{field, "5"}})); }),
                   std::string("Unknown, duplicate, or unavailable schema field: Versioned.") + field);
     }
-    // A retired field loads, and is reset, only from a record of its time.
     const Versioned loaded = read(Leaves("Versioned", 1, {{"retired", "5"}}));
     EXPECT_TRUE(loaded.kept == 1.0f && loaded.retired == 5.0f && loaded.added == 3.0f && loaded.runtime == 40.0f);
     EXPECT_EQ(read(Leaves("Versioned", 1, {})).retired, 2.0f);
@@ -548,18 +517,15 @@ TEST_F(SchemaCodec, CollectionElementsNeedARegisteredSchema) {
               "Lists.opaque: Opaque collection elements require a schema codec.");
 }
 
-// Views whose operations misbehave: the codec must refuse them rather than touch the storage.
 struct Box {
     std::vector<float> values{1.0f};
     float single = 0.0f;
     Link link;
-    std::uint32_t owner = 0;
     std::uint64_t mesh = 0;
 };
 
 bool AcceptAnything(const ValueSchema&) { return true; }
 
-// Makes the property hand out views with `operations` and `viewType` in place of its own.
 void Substitute(PropertyInfo& property, const ObjectViewOperations* operations, std::type_index viewType) {
     const auto retype = [=](ObjectView view) {
         view.operations = operations;
@@ -580,15 +546,12 @@ TEST(SchemaCodecViews, ViewsWithMisbehavingOperationsAreRefused) {
     ObjectViewOperations refusing{};
     ObjectViewOperations accepting{};
     accepting.accepts = &AcceptAnything;
-    ObjectViewOperations sizeless = accepting;
-    sizeless.shape = 2;
-    ObjectViewOperations huge = sizeless;
+    ObjectViewOperations huge = accepting;
+    huge.shape = 2;
     huge.size = [](const void*) -> std::uint64_t { return std::uint64_t{1} << 40; };
     ObjectViewOperations blind = ViewOperationsFor<std::vector<float>>();
     blind.visitConst = [](const void*, std::uint64_t, ViewVisitor) { return false; };
     blind.visitMutable = [](void*, std::uint64_t, ViewVisitor) { return false; };
-    ObjectViewOperations rigid = ViewOperationsFor<std::vector<float>>();
-    rigid.resize = nullptr;
     const SchemaValue leaf1{std::in_place_index<0>, "1"};
     const SchemaValue empty{std::in_place_index<0>, ""};
     const struct {
@@ -605,16 +568,11 @@ TEST(SchemaCodecViews, ViewsWithMisbehavingOperationsAreRefused) {
          "Box.single: Schema accessor rejected value storage."},
         {"link", &accepting, typeid(Link), "Box.link: Invalid entity-reference storage.", empty,
          "Box.link: Invalid entity-reference storage."},
-        {"owner", &accepting, typeid(std::int32_t), "Box.owner: Invalid entity-reference storage.", empty,
-         "Box.owner: Invalid entity-reference storage."},
         {"mesh", &accepting, typeid(std::int64_t), "Box.mesh: Invalid asset constraint or storage.", empty,
          "Box.mesh: Invalid asset constraint or storage."},
-        {"values", &sizeless, typeid(std::vector<float>), "Box.values: Invalid or oversized collection.", empty, ""},
         {"values", &huge, typeid(std::vector<float>), "Box.values: Invalid or oversized collection.", empty, ""},
         {"values", &blind, typeid(std::vector<float>), "Box.values: Collection element accessor failed.",
          OneElementArray(), "Box.values: Mutable collection element accessor failed."},
-        {"values", &rigid, typeid(std::vector<float>), "", SchemaValue{std::in_place_index<2>},
-         "Box.values: Collection extent or mutable storage mismatch."},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.property) + ": " + c.encoded + c.decoded);
@@ -624,7 +582,6 @@ TEST(SchemaCodecViews, ViewsWithMisbehavingOperationsAreRefused) {
             .Field("values", &Box::values)
             .Field("single", &Box::single)
             .Field("link", &Box::link)
-            .Field("owner", &Box::owner, FieldAttr().Kind(PropertyKind::Entity))
             .Field("mesh", &Box::mesh, FieldAttr().AssetType("Mesh"));
         Substitute(*registry.FindType("Box")->FindProperty(c.property), c.operations, c.viewType);
         const SchemaCodecContext context;

@@ -50,16 +50,12 @@ const ValueSchema kFloat = MakeValueSchema<float>(PropertyKind::Float);
 
 TEST(ValidateProperty, RefusesInconsistentMetadataWithItsExactMessage) {
     const float nan = std::numeric_limits<float>::quiet_NaN();
-    const float infinity = std::numeric_limits<float>::infinity();
     const ValueSchema tint = MakeValueSchema<Tint>(PropertyKind::Enum);
     const ValueSchema tints = MakeValueSchema<std::vector<Tint>>(PropertyKind::Enum);
     const ValueSchema asset = MakeValueSchema<std::uint64_t>(PropertyKind::Asset);
     const ValueSchema plain = MakeValueSchema<std::uint64_t>(PropertyKind::UInt64);
     const ValueSchema boolean = MakeValueSchema<bool>(PropertyKind::Bool);
-    const ValueSchema text = MakeValueSchema<std::string>(PropertyKind::String);
-    const ValueSchema rotation = MakeValueSchema<glm::quat>(PropertyKind::Quat);
     const ValueSchema vec3 = MakeValueSchema<glm::vec3>(PropertyKind::Vec3);
-    const ValueSchema integer = MakeValueSchema<std::int32_t>(PropertyKind::Int);
     const ValueSchema floats = MakeValueSchema<std::vector<float>>(PropertyKind::Float);
     const std::string interval = "Property requires a name and valid schema-version interval: ";
     const std::string enumMeta = "Enum property requires matching enum metadata: ";
@@ -73,7 +69,6 @@ TEST(ValidateProperty, RefusesInconsistentMetadataWithItsExactMessage) {
         std::string message;
     } cases[] = {
         {"speed", kFloat, Interval(3, 3), interval + "speed"},
-        {"speed", kFloat, Interval(3, 2), interval + "speed"},
         {"", kFloat, Interval(1, 0), interval},
         {"speed", kFloat, Interval(0, 0), interval + "speed"},
         {"speed", kFloat, Interval(3, 4), passes},
@@ -81,19 +76,14 @@ TEST(ValidateProperty, RefusesInconsistentMetadataWithItsExactMessage) {
         {"tint", tint, {}, enumMeta + "tint"},
         {"ratio", kFloat, FieldAttr().Enum("Tint"), enumMeta + "ratio"},
         {"tint", tint, FieldAttr().Enum("Tint"), passes},
-        {"tints", tints, {}, enumMeta + "tints"},
         {"tints", tints, FieldAttr().Enum("Tint"), passes},
         {"mesh", asset, {}, assetMeta + "mesh"},
         {"count", plain, FieldAttr().AssetType("Mesh"), assetMeta + "count"},
         {"mesh", asset, FieldAttr().AssetType("Mesh"), passes},
         {"p", boolean, FieldAttr().Range(0.0f, 1.0f), range + "p"},
-        {"p", text, FieldAttr().Range(0.0f, 1.0f), range + "p"},
-        {"p", rotation, FieldAttr().Range(0.0f, 1.0f), range + "p"},
         {"p", vec3, FieldAttr().Range(-1.0f, 1.0f), passes},
-        {"p", integer, FieldAttr().Range(-1.0f, 1.0f), passes},
         {"p", floats, FieldAttr().Range(-1.0f, 1.0f), passes},
         {"p", kFloat, FieldAttr().Range(nan, 1.0f), range + "p"},
-        {"p", kFloat, FieldAttr().Range(0.0f, infinity), range + "p"},
         {"p", kFloat, FieldAttr().Range(2.0f, 1.0f), range + "p"},
         {"p", kFloat, FieldAttr().Range(1.0f, 1.0f), passes},
     };
@@ -113,7 +103,6 @@ TEST(ValidateProperty, RegistrationRunsTheSameChecks) {
               "Property has an invalid numeric authoring range: flag");
 }
 
-// A registry with the enums and asset types the tables below refer to, and an empty Holder.
 std::unique_ptr<ReflectionRegistry> TableRegistry() {
     auto registry = std::make_unique<ReflectionRegistry>();
     registry->RegisterAssetType("Mesh", 1);
@@ -128,27 +117,11 @@ std::string Failure(const ReflectionRegistry& registry) {
     return registry.Validate(&error) ? "valid" + error : error;
 }
 
-TEST(ValidateTable, AConsistentTablePassesAndClearsTheError) {
-    const auto registry = TableRegistry();
-    ReflectedTypeBuilder<Holder>("Holder", "Holder", "Test", *registry)
-        .Version(2)
-        .Field("flag", &Holder::flag)
-        .Field("tint", &Holder::tint, FieldAttr().Enum("Tint"))
-        .Field("tints", &Holder::tints, FieldAttr().Enum("Tint"))
-        .Field("mesh", &Holder::mesh, FieldAttr().AssetType("Mesh"))
-        .Field("ratio", &Holder::ratio, FieldAttr().Since(2));
-    EXPECT_EQ(Failure(*registry), "valid");
-    EXPECT_TRUE(registry->Validate(nullptr));
-}
-
-TEST(ValidateTable, TheFirstInconsistentPropertyFailsWithTypeAndPropertyName) {
+TEST(ValidateTable, TheFirstInconsistentPropertyFailsWithTypeAndPropertyNameAndAConsistentOnePasses) {
     using Add = void (*)(ReflectionRegistry&);
     const std::pair<Add, std::string> cases[] = {
         {[](ReflectionRegistry& r) { r.AddProperty<Holder, float>("Holder", "ratio", &Holder::ratio,
                                                                    PropertyKind::Float, FieldAttr().Since(3)); },
-         "Holder.ratio: Property version exceeds the enclosing schema version."},
-        {[](ReflectionRegistry& r) { r.AddProperty<Holder, float>("Holder", "ratio", &Holder::ratio,
-                                                                   PropertyKind::Float, FieldAttr().Until(3)); },
          "Holder.ratio: Property version exceeds the enclosing schema version."},
         {[](ReflectionRegistry& r) { r.AddProperty<Holder, std::vector<Unlisted>>("Holder", "items", &Holder::items,
                                                                                    PropertyKind::Object, {}); },
@@ -188,62 +161,68 @@ TEST(ValidateTable, TheFirstInconsistentPropertyFailsWithTypeAndPropertyName) {
         EXPECT_EQ(Failure(*registry), message);
     }
     const auto registry = TableRegistry();
-    registry->AddProperty<Holder, std::vector<Unlisted>>("Holder", "items", &Holder::items, PropertyKind::Object, {});
+    ReflectedTypeBuilder<Holder>("Holder", "Holder", "Test", *registry)
+        .Version(2)
+        .Field("tint", &Holder::tint, FieldAttr().Enum("Tint"))
+        .Field("tints", &Holder::tints, FieldAttr().Enum("Tint"))
+        .Field("mesh", &Holder::mesh, FieldAttr().AssetType("Mesh"))
+        .Field("ratio", &Holder::ratio, FieldAttr().Since(2))
+        .Field("items", &Holder::items);
     registry->RegisterType<Unlisted>("Unlisted");
     EXPECT_EQ(Failure(*registry), "valid");
+    EXPECT_TRUE(registry->Validate(nullptr));
 }
 
-TEST(RegisterEnum, ValuesMustFitTheEnumsStorage) {
-    ReflectionRegistry registry;
-    EXPECT_EQ(ThrownMessage([&] {
-                  registry.RegisterEnum<Tint>("Tint", {EnumValue{std::int64_t{256}, "Big", "Big"}});
-              }),
-              "Enum value is outside its C++ storage range: Tint");
-    EXPECT_EQ(ThrownMessage([&] {
-                  registry.RegisterEnum<Tint>("Tint", {EnumValue{std::int64_t{-1}, "Minus", "Minus"}});
-              }),
-              "Enum value is outside its C++ storage range: Tint");
-    EXPECT_EQ(ThrownMessage([&] {
-                  registry.RegisterEnum<Level>("Level", {EnumValue{std::uint64_t{2147483648u}, "Big", "Big"}});
-              }),
-              "Enum value is outside its C++ storage range: Level");
-    EXPECT_NO_THROW(registry.RegisterEnum<Tint>("Tint", {EnumValue{std::uint64_t{255}, "Top", "Top"}}));
-    EXPECT_NO_THROW(registry.RegisterEnum<Level>(
-        "Level", {EnumValue{std::int64_t{-2147483647 - 1}, "Bottom", "Bottom"},
-                  EnumValue{std::int64_t{2147483647}, "Top", "Top"}}));
+TEST(RegisterEnum, InconsistentEnumsFailWithTheirExactMessage) {
+    using Call = void (*)(ReflectionRegistry&);
+    const std::pair<Call, std::string> cases[] = {
+        {[](ReflectionRegistry& r) { r.RegisterEnum<Tint>("Tint", {EnumValue{std::int64_t{256}, "Big", ""}}); },
+         "Enum value is outside its C++ storage range: Tint"},
+        {[](ReflectionRegistry& r) { r.RegisterEnum<Tint>("Tint", {EnumValue{std::int64_t{-1}, "Minus", ""}}); },
+         "Enum value is outside its C++ storage range: Tint"},
+        {[](ReflectionRegistry& r) { r.RegisterEnum<Level>("Level", {EnumValue{std::uint64_t{1u << 31}, "B", ""}}); },
+         "Enum value is outside its C++ storage range: Level"},
+        {[](ReflectionRegistry& r) { r.RegisterEnum<Tint>("", {EnumValueOf(Tint::Red, "Red")}); },
+         "Enum schema requires a name and values."},
+        {[](ReflectionRegistry& r) { r.RegisterEnum<Tint>("Tint", {}); }, "Enum schema requires a name and values."},
+        {[](ReflectionRegistry& r) {
+             r.RegisterEnum<Tint>("Tint", {EnumValue{std::uint64_t{0}, "A", ""}, EnumValue{std::uint64_t{1}, "A", ""}});
+         },
+         "Enum schema contains an empty or duplicate name: Tint"},
+        {[](ReflectionRegistry& r) { r.RegisterEnum<Tint>("Tint", {EnumValue{std::uint64_t{0}, "", ""}}); },
+         "Enum schema contains an empty or duplicate name: Tint"},
+        {[](ReflectionRegistry& r) { r.RegisterEnum<Level>("Tint", {EnumValueOf(Level::Low, "Low")}); },
+         "Enum schema name and C++ type disagree: Tint"},
+        {[](ReflectionRegistry& r) { r.RegisterEnum<Tint>("Colour", {EnumValueOf(Tint::Red, "Red")}); },
+         "Enum schema name and C++ type disagree: Colour"},
+        {[](ReflectionRegistry& r) { r.RegisterAssetType("", 1); },
+         "Asset schema requires a name and a nonzero native ID."},
+        {[](ReflectionRegistry& r) { r.RegisterAssetType("Mesh", 0); },
+         "Asset schema requires a name and a nonzero native ID."},
+        {[](ReflectionRegistry& r) { r.RegisterAssetType("Mesh", 2); },
+         "Asset schema name and native ID disagree: Mesh"},
+        {[](ReflectionRegistry& r) { r.RegisterAssetType("Foo", 1); }, "Asset schema name and native ID disagree: Foo"},
+    };
+    for (const auto& [call, message] : cases) {
+        ReflectionRegistry registry;
+        registry.RegisterEnum<Tint>("Tint", {EnumValueOf(Tint::Red, "Red")});
+        registry.RegisterAssetType("Mesh", 1);
+        EXPECT_EQ(ThrownMessage([&] { call(registry); }), message);
+    }
 }
 
-TEST(RegisterEnum, ANameAndValuesAreRequired) {
-    ReflectionRegistry registry;
-    EXPECT_EQ(ThrownMessage([&] { registry.RegisterEnum<Tint>("", {EnumValueOf(Tint::Red, "Red")}); }),
-              "Enum schema requires a name and values.");
-    EXPECT_EQ(ThrownMessage([&] { registry.RegisterEnum<Tint>("Tint", {}); }),
-              "Enum schema requires a name and values.");
-}
-
-TEST(RegisterEnum, TwoNamesForOneNumberPassButOneNameTwiceFails) {
-    ReflectionRegistry registry;
-    EXPECT_NO_THROW(registry.RegisterEnum<Tint>(
-        "Tint", {EnumValue{std::uint64_t{1}, "A", "A"}, EnumValue{std::uint64_t{1}, "B", "B"}}));
-    EXPECT_EQ(ThrownMessage([&] {
-                  registry.RegisterEnum<Tint>(
-                      "Tint", {EnumValue{std::uint64_t{0}, "A", "A"}, EnumValue{std::uint64_t{1}, "A", "A"}});
-              }),
-              "Enum schema contains an empty or duplicate name: Tint");
-    EXPECT_EQ(ThrownMessage([&] { registry.RegisterEnum<Tint>("Tint", {EnumValue{std::uint64_t{0}, "", ""}}); }),
-              "Enum schema contains an empty or duplicate name: Tint");
-}
-
-TEST(RegisterEnum, NameAndNativeTypeMustAgreeWithEarlierRegistrations) {
+TEST(RegisterEnum, EdgeValuesAndSharedNumbersLoadAndALaterRegistrationReplacesTheValues) {
     ReflectionRegistry registry;
     registry.RegisterEnum<Tint>("Tint", {EnumValueOf(Tint::Red, "Red")});
-    EXPECT_EQ(ThrownMessage([&] { registry.RegisterEnum<Level>("Tint", {EnumValueOf(Level::Low, "Low")}); }),
-              "Enum schema name and C++ type disagree: Tint");
-    EXPECT_EQ(ThrownMessage([&] { registry.RegisterEnum<Tint>("Colour", {EnumValueOf(Tint::Red, "Red")}); }),
-              "Enum schema name and C++ type disagree: Colour");
-    registry.RegisterEnum<Tint>("Tint", {EnumValueOf(Tint::Red, "Red"), EnumValueOf(Tint::Green, "Green")});
-    ASSERT_NE(registry.FindEnum("Tint"), nullptr);
+    registry.RegisterEnum<Level>("Level", {EnumValue{std::int64_t{-2147483647 - 1}, "Bottom", ""},
+                                           EnumValue{std::int64_t{2147483647}, "Top", ""}});
+    registry.RegisterEnum<Tint>("Tint",
+                                {EnumValue{std::uint64_t{255}, "A", ""}, EnumValue{std::uint64_t{255}, "B", ""}});
     EXPECT_EQ(registry.FindEnum("Tint")->values.size(), 2u);
+    registry.RegisterAssetType("Mesh", 1);
+    registry.RegisterAssetType("Mesh", 1);
+    EXPECT_EQ(registry.FindAssetType("Mesh")->nativeId, 1u);
+    EXPECT_EQ(registry.FindAssetType("Foo"), nullptr);
 }
 
 TEST(EnumValues, LookupByNameIsExactAndByNumberComparesAcrossSignedness) {
@@ -254,27 +233,6 @@ TEST(EnumValues, LookupByNameIsExactAndByNumberComparesAcrossSignedness) {
     EXPECT_EQ(FindEnumValue(info, EnumNumber{std::uint64_t{3}}), &info.values[1]);
     EXPECT_EQ(FindEnumValue(info, EnumNumber{std::numeric_limits<std::uint64_t>::max()}), nullptr);
     EXPECT_EQ(FindEnumValue(info, EnumNumber{std::int64_t{-1}}), &info.values[0]);
-}
-
-TEST(RegisterAssetType, ANameAndANonzeroIdAreRequired) {
-    ReflectionRegistry registry;
-    EXPECT_EQ(ThrownMessage([&] { registry.RegisterAssetType("", 1); }),
-              "Asset schema requires a name and a nonzero native ID.");
-    EXPECT_EQ(ThrownMessage([&] { registry.RegisterAssetType("Mesh", 0); }),
-              "Asset schema requires a name and a nonzero native ID.");
-}
-
-TEST(RegisterAssetType, NameAndIdMustPairAsBefore) {
-    ReflectionRegistry registry;
-    registry.RegisterAssetType("Mesh", 1);
-    EXPECT_NO_THROW(registry.RegisterAssetType("Mesh", 1));
-    EXPECT_EQ(ThrownMessage([&] { registry.RegisterAssetType("Mesh", 2); }),
-              "Asset schema name and native ID disagree: Mesh");
-    EXPECT_EQ(ThrownMessage([&] { registry.RegisterAssetType("Foo", 1); }),
-              "Asset schema name and native ID disagree: Foo");
-    ASSERT_NE(registry.FindAssetType("Mesh"), nullptr);
-    EXPECT_EQ(registry.FindAssetType("Mesh")->nativeId, 1u);
-    EXPECT_EQ(registry.FindAssetType("Foo"), nullptr);
 }
 
 } // namespace

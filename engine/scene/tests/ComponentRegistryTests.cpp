@@ -25,61 +25,47 @@ using Reflection::FieldAttr;
 using Reflection::SchemaField;
 using Reflection::SchemaRecord;
 
-// --- Test components, registered once per process into a table of their own ---------------
-
-struct TestPoseComponent {
-    glm::vec3 position{0.0f, 0.0f, 0.0f};
-};
-
+struct TestPoseComponent { glm::vec3 position{0.0f, 0.0f, 0.0f}; };
 struct TestBodyComponent { float mass = 1.0f; std::int32_t layer = 0; std::uint32_t sleepTimer = 5; };
-
 struct TestAardvarkComponent { std::string label = "aardvark"; };
-
 struct TestHeaderComponent { std::string title; };
-
 struct TestRuntimeComponent { std::int32_t ticks = 0; };
-
 struct TestSeriesComponent { float scale = 1.0f; std::vector<float> samples; };
-
 struct TestSeriesParts { bool hasCount = false; std::uint64_t declared = 0; };
-
 struct TestLegacyComponent { float amount = 0.0f; };
-
 struct TestHookComponent { std::string text = "live"; std::int32_t resolved = 0; bool loaded = false; };
-
 struct TestFailingComponent { std::int32_t value = 0; };
-
 struct TestUnmigratedComponent { std::string label; std::int32_t since2 = 0; };
 
 std::string FieldText(const SchemaRecord& record, const std::string& name) {
     const SchemaField* field = record.FindField(name);
-    if (field == nullptr || field->value.index() != 0) {
-        return "<missing>";
-    }
-    return std::get<std::string>(field->value);
+    return field == nullptr || field->value.index() != 0 ? "<missing>" : std::get<std::string>(field->value);
 }
 
 SchemaRecord MakeRecord(std::string name, std::uint32_t version, std::vector<std::pair<std::string, std::string>> fields) {
     SchemaRecord record;
     record.name = std::move(name);
     record.version = version;
-    for (auto& [fieldName, value] : fields) {
-        record.fields.push_back(SchemaField{fieldName, Reflection::SchemaValue(value)});
-    }
+    for (auto& [fieldName, value] : fields) record.fields.push_back(SchemaField{fieldName, Reflection::SchemaValue(value)});
     return record;
+}
+
+using F = ComponentFlags;
+constexpr F kAddSave = F::UserAddable | F::Saved;
+
+template <class T>
+ComponentBuilder<T> Add(ComponentRegistry& registry, const char* name, const char* display, const char* group,
+                        F flags = kAddSave) {
+    return ComponentBuilder<T>(registry.RegisterComponent<T>(name, display, group, flags));
 }
 
 // Registration order here is deliberately not alphabetical.
 ComponentRegistry& TestTable() {
     static ComponentRegistry* table = [] {
         auto* registry = new ComponentRegistry();
-        ComponentBuilder<TestPoseComponent>(registry->RegisterComponent<TestPoseComponent>(
-                                                "TestPoseComponent", "Pose", "Core",
-                                                ComponentFlags::Saved | ComponentFlags::Required))
+        Add<TestPoseComponent>(*registry, "TestPoseComponent", "Pose", "Core", F::Saved | F::Required)
             .Field("position", &TestPoseComponent::position);
-        ComponentBuilder<TestBodyComponent>(registry->RegisterComponent<TestBodyComponent>(
-                                                "TestBodyComponent", "Body", "Physics",
-                                                ComponentFlags::UserAddable | ComponentFlags::Saved))
+        Add<TestBodyComponent>(*registry, "TestBodyComponent", "Body", "Physics")
             .Description("A test body.")
             .Field("mass", &TestBodyComponent::mass, FieldAttr("Mass").Range(0.0f, 100.0f))
             .Field("layer", &TestBodyComponent::layer)
@@ -87,23 +73,15 @@ ComponentRegistry& TestTable() {
             .Version(2)
             .Migrate([](SchemaRecord& record, std::uint32_t fromVersion) {
                 if (fromVersion < 2) {
-                    if (SchemaField* weight = record.FindField("weight")) {
-                        weight->name = "mass";
-                    }
+                    if (SchemaField* weight = record.FindField("weight")) weight->name = "mass";
                 }
             });
-        ComponentBuilder<TestHeaderComponent>(registry->RegisterComponent<TestHeaderComponent>(
-                                                  "TestHeaderComponent", "Header", "Core",
-                                                  ComponentFlags::Saved | ComponentFlags::Required |
-                                                      ComponentFlags::EntityHeader))
+        Add<TestHeaderComponent>(*registry, "TestHeaderComponent", "Header", "Core",
+                                 F::Saved | F::Required | F::EntityHeader)
             .Field("title", &TestHeaderComponent::title);
-        ComponentBuilder<TestRuntimeComponent>(registry->RegisterComponent<TestRuntimeComponent>(
-                                                   "TestRuntimeComponent", "Runtime", "Core",
-                                                   ComponentFlags::RuntimeOnly))
+        Add<TestRuntimeComponent>(*registry, "TestRuntimeComponent", "Runtime", "Core", F::RuntimeOnly)
             .Field("ticks", &TestRuntimeComponent::ticks);
-        ComponentBuilder<TestSeriesComponent>(registry->RegisterComponent<TestSeriesComponent>(
-                                                  "TestSeriesComponent", "Series", "World",
-                                                  ComponentFlags::UserAddable | ComponentFlags::Saved))
+        Add<TestSeriesComponent>(*registry, "TestSeriesComponent", "Series", "World")
             .Field("scale", &TestSeriesComponent::scale)
             .AddCustom(&TestSeriesComponent::samples)
             .Records<TestSeriesParts>(
@@ -113,9 +91,8 @@ ComponentRegistry& TestTable() {
                     out.push_back(MakeRecord("TestSeriesComponent", 1, {}));
                     out.push_back(
                         MakeRecord("TestSeriesCount", 1, {{"count", std::to_string(component.samples.size())}}));
-                    for (float sample : component.samples) {
+                    for (float sample : component.samples)
                         out.push_back(MakeRecord("TestSeriesChunk", 1, {{"value", std::to_string(sample)}}));
-                    }
                 },
                 [](TestSeriesComponent& component, TestSeriesParts& parts, const SchemaRecord& record,
                    std::uint64_t, const ComponentLoadContext&) {
@@ -127,18 +104,13 @@ ComponentRegistry& TestTable() {
                     }
                 },
                 [](TestSeriesComponent& component, TestSeriesParts& parts) {
-                    if (!parts.hasCount || parts.declared != component.samples.size()) {
+                    if (!parts.hasCount || parts.declared != component.samples.size())
                         throw std::runtime_error("Series samples are missing or incomplete.");
-                    }
                 });
-        ComponentBuilder<TestLegacyComponent>(registry->RegisterComponent<TestLegacyComponent>(
-                                                  "TestLegacyComponent", "Legacy", "Core",
-                                                  ComponentFlags::UserAddable | ComponentFlags::Saved))
+        Add<TestLegacyComponent>(*registry, "TestLegacyComponent", "Legacy", "Core")
             .Field("amount", &TestLegacyComponent::amount)
             .RecordAlias("TestOldLegacy", [](SchemaRecord& record) { record.name = "TestLegacyComponent"; });
-        ComponentBuilder<TestHookComponent>(registry->RegisterComponent<TestHookComponent>(
-                                                "TestHookComponent", "Hook", "Core",
-                                                ComponentFlags::UserAddable | ComponentFlags::Saved))
+        Add<TestHookComponent>(*registry, "TestHookComponent", "Hook", "Core")
             .Field("text", &TestHookComponent::text)
             .AddTransient(&TestHookComponent::resolved)
             .AddTransient(&TestHookComponent::loaded)
@@ -147,22 +119,16 @@ ComponentRegistry& TestTable() {
             .OnResolve([](TestHookComponent& value, const Registry&, Entity entity) {
                 value.resolved = static_cast<std::int32_t>(entity);
             });
-        ComponentBuilder<TestFailingComponent>(registry->RegisterComponent<TestFailingComponent>(
-                                                   "TestFailingComponent", "Failing", "Core",
-                                                   ComponentFlags::UserAddable | ComponentFlags::Saved))
+        Add<TestFailingComponent>(*registry, "TestFailingComponent", "Failing", "Core")
             .Field("value", &TestFailingComponent::value)
             .OnSave([](TestFailingComponent&, const ComponentSaveContext&) {
                 throw std::runtime_error("The value cannot be saved.");
             });
-        ComponentBuilder<TestUnmigratedComponent>(registry->RegisterComponent<TestUnmigratedComponent>(
-                                                      "TestUnmigratedComponent", "Unmigrated", "Core",
-                                                      ComponentFlags::UserAddable | ComponentFlags::Saved))
+        Add<TestUnmigratedComponent>(*registry, "TestUnmigratedComponent", "Unmigrated", "Core")
             .Field("label", &TestUnmigratedComponent::label)
             .Field("since2", &TestUnmigratedComponent::since2, FieldAttr().Since(2))
             .Version(2);
-        ComponentBuilder<TestAardvarkComponent>(registry->RegisterComponent<TestAardvarkComponent>(
-                                                    "TestAardvarkComponent", "Aardvark", "Animals",
-                                                    ComponentFlags::UserAddable | ComponentFlags::Saved))
+        Add<TestAardvarkComponent>(*registry, "TestAardvarkComponent", "Aardvark", "Animals")
             .Field("label", &TestAardvarkComponent::label);
         return registry;
     }();
@@ -213,8 +179,6 @@ protected:
     Entity entity = kNullEntity;
 };
 
-// --- The table ---------------------------------------------------------------------------
-
 TEST(ComponentRegistryTest, ListsEntriesInRegistrationOrderForFilesAndByGroupThenNameForUsers) {
     std::vector<const ComponentTypeEntry*> entries;
     TestTable().EntriesInRegistrationOrder(entries);
@@ -230,44 +194,6 @@ TEST(ComponentRegistryTest, ListsEntriesInRegistrationOrderForFilesAndByGroupThe
                                                 "Physics/Body", "World/Series"}));
 }
 
-TEST(ComponentRegistryTest, EntriesCarryFlagsTypeVersionAndEveryMember) {
-    const ComponentTypeEntry* body = TestTable().Find("TestBodyComponent");
-    ASSERT_NE(body, nullptr);
-    EXPECT_EQ(TestTable().Find(typeid(TestBodyComponent)), body);
-    EXPECT_EQ(TestTable().Find("NoSuchComponent"), nullptr);
-    EXPECT_EQ(TestTable().Find(typeid(int)), nullptr);
-    EXPECT_EQ(body->flags, 3u);
-    EXPECT_TRUE(body->userAddable && body->saved);
-    EXPECT_EQ(body->description, "A test body.");
-    EXPECT_EQ(body->size, sizeof(TestBodyComponent));
-    EXPECT_EQ(body->alignment, alignof(TestBodyComponent));
-    const ComponentTypeEntry* runtime = TestTable().Find<TestRuntimeComponent>();
-    EXPECT_EQ(runtime->flags, 32u);
-    EXPECT_FALSE(runtime->userAddable || runtime->saved);
-    const Reflection::TypeInfo* type = Reflection::ReflectionRegistry::Instance().FindType("TestBodyComponent");
-    ASSERT_NE(type, nullptr);
-    EXPECT_EQ(type->version, 2u);
-    EXPECT_EQ(type->displayName, "Body");
-
-    ASSERT_EQ(body->fields.size(), 3u);
-    EXPECT_EQ(body->fields[0].name, "mass");
-    EXPECT_EQ(body->fields[0].offset, offsetof(TestBodyComponent, mass));
-    EXPECT_EQ(body->fields[0].size, 4u);
-    EXPECT_EQ(body->fields[0].source, 0);
-    EXPECT_EQ(body->fields[2].name, "transient@" + std::to_string(offsetof(TestBodyComponent, sleepTimer)));
-    EXPECT_EQ(body->fields[2].source, 2);
-    EXPECT_FALSE(body->customRecords);
-
-    const ComponentTypeEntry* series = TestTable().Find<TestSeriesComponent>();
-    ASSERT_EQ(series->fields.size(), 2u);
-    EXPECT_EQ(series->fields[1].name, "custom@" + std::to_string(offsetof(TestSeriesComponent, samples)));
-    EXPECT_EQ(series->fields[1].source, 1);
-    ASSERT_EQ(series->records.size(), 3u);
-    EXPECT_TRUE(series->customRecords);
-    EXPECT_FALSE(series->records[1].repeatable);
-    EXPECT_TRUE(series->records[2].repeatable);
-}
-
 struct FirstComponent { float value = 0.0f; };
 struct SecondComponent { float value = 0.0f; };
 
@@ -275,8 +201,7 @@ TEST(ComponentRegistryTest, RegisteringAgainKeepsTheRegistrationIndexAndTakesThe
     ComponentRegistry registry;
     registry.RegisterComponent<FirstComponent>("FirstComponent", "First", "A", ComponentFlags::Saved);
     registry.RegisterComponent<SecondComponent>("SecondComponent", "Second", "A", ComponentFlags::Saved);
-    ComponentTypeEntry& again = registry.RegisterComponent<FirstComponent>(
-        "FirstComponent", "Again", "B", ComponentFlags::UserAddable | ComponentFlags::Saved);
+    ComponentTypeEntry& again = registry.RegisterComponent<FirstComponent>("FirstComponent", "Again", "B", kAddSave);
     EXPECT_EQ(again.registrationIndex, 0u);
     EXPECT_EQ(again.displayName, "Again");
     EXPECT_EQ(registry.Size(), 2u);
@@ -288,10 +213,8 @@ struct UnreflectedRecord { float value = 0.0f; };
 
 TEST(ComponentBuilderTest, RefusesBrokenDeclarationsWithTheirMessages) {
     ComponentRegistry registry;
-    ComponentBuilder<FirstComponent> first(
-        registry.RegisterComponent<FirstComponent>("FirstComponent", "First", "Test", ComponentFlags::Saved));
+    ComponentBuilder<FirstComponent> first = Add<FirstComponent>(registry, "FirstComponent", "First", "Test", F::Saved);
     EXPECT_EQ(ThrownMessage([&] { first.Version(0); }), "Value schema versions start at 1: FirstComponent");
-    EXPECT_THROW(first.Version(0), std::invalid_argument);
     EXPECT_EQ(ThrownMessage([&] { first.Replicated(""); }), "Replicated field path is empty: FirstComponent");
     EXPECT_EQ(ThrownMessage([&] {
                   first.SaveAs<UnreflectedRecord>([](const FirstComponent&, UnreflectedRecord&) {},
@@ -311,17 +234,12 @@ TEST(ComponentBuilderTest, RefusesBrokenDeclarationsWithTheirMessages) {
     settings.mode = 1;
     first.Replicated("value", settings).Replicated("value");
     EXPECT_EQ(ThrownMessage([&] { first.Validate(); }), "Field replicated twice: FirstComponent.value");
-    EXPECT_THROW(ValidateComponentEntry(first.Entry()), std::invalid_argument);
     EXPECT_EQ(first.Entry().replicatedFields[0].settings.mode, 1u);
 
-    ComponentBuilder<SecondComponent> second(
-        registry.RegisterComponent<SecondComponent>("SecondComponent", "Second", "Test", ComponentFlags::Saved));
+    ComponentBuilder<SecondComponent> second = Add<SecondComponent>(registry, "SecondComponent", "Second", "Test", F::Saved);
     second.AddSaveGameField("value", {}, {}).AddSaveGameField("value", {}, {});
-    EXPECT_TRUE(static_cast<bool>(second.Entry().saveGameFields.applyGuard));
     EXPECT_EQ(ThrownMessage([&] { second.Validate(); }), "Duplicate save-game field: SecondComponent.value");
 }
-
-// --- The load table ----------------------------------------------------------------------
 
 TEST(ComponentLoadTableTest, ListsRecordComponentsAndMapsRecordNamesAndAliases) {
     const ComponentLoadTable table(TestTable());
@@ -333,31 +251,25 @@ TEST(ComponentLoadTableTest, ListsRecordComponentsAndMapsRecordNamesAndAliases) 
     ASSERT_NE(chunk, nullptr);
     EXPECT_EQ(chunk->entry, TestTable().Find<TestSeriesComponent>());
     EXPECT_EQ(chunk->recordIndex, 2u);
-    EXPECT_EQ(chunk->upgrade, nullptr);
-    const ComponentRecordTarget* alias = table.FindRecord("TestOldLegacy");
-    ASSERT_NE(alias, nullptr);
-    EXPECT_EQ(alias->recordIndex, 0u);
-    EXPECT_NE(alias->upgrade, nullptr);
+    ASSERT_NE(table.FindRecord("TestOldLegacy"), nullptr);
+    EXPECT_NE(table.FindRecord("TestOldLegacy")->upgrade, nullptr);
     EXPECT_EQ(table.FindRecord("TestHeaderComponent"), nullptr);
     EXPECT_EQ(table.FindRecord("TestRuntimeComponent"), nullptr);
 }
 
 TEST(ComponentLoadTableTest, RefusesTwoComponentsClaimingOneRecordName) {
     ComponentRegistry registry;
-    registry.RegisterComponent<FirstComponent>("FirstComponent", "First", "Test", ComponentFlags::Saved);
-    ComponentBuilder<SecondComponent>(
-        registry.RegisterComponent<SecondComponent>("SecondComponent", "Second", "Test", ComponentFlags::Saved))
-        .RecordAlias("FirstComponent", {});
+    Add<FirstComponent>(registry, "FirstComponent", "First", "Test", F::Saved);
+    Add<SecondComponent>(registry, "SecondComponent", "Second", "Test", F::Saved).RecordAlias("FirstComponent", {});
     EXPECT_EQ(ThrownMessage([&] { ComponentLoadTable table(registry); }),
               "Two components claim the scene record name: FirstComponent");
-    EXPECT_THROW(ComponentLoadTable{registry}, std::logic_error);
 }
 
-// --- Reading records ------------------------------------------------------------------------
-
-TEST_F(ComponentLoadTest, LoadsRecordsIntoComponentsOnlyOnApply) {
+TEST_F(ComponentLoadTest, LoadsRecordsAndRepeatablePartsIntoComponentsOnlyOnApply) {
     Read({MakeRecord("TestPoseComponent", 1, {{"position", "1 2 3"}}),
-          MakeRecord("TestBodyComponent", 2, {{"mass", "4.5"}, {"layer", "7"}})});
+          MakeRecord("TestBodyComponent", 2, {{"mass", "4.5"}, {"layer", "7"}}), MakeRecord("TestSeriesComponent", 1, {}),
+          MakeRecord("TestSeriesCount", 1, {{"count", "2"}}), MakeRecord("TestSeriesChunk", 1, {{"value", "1"}}),
+          MakeRecord("TestSeriesChunk", 1, {{"value", "2"}})});
     EXPECT_TRUE(session.Has(typeid(TestBodyComponent)));
     EXPECT_FALSE(session.Has(typeid(TestAardvarkComponent)));
     EXPECT_TRUE(registry.Entities().empty());
@@ -365,14 +277,11 @@ TEST_F(ComponentLoadTest, LoadsRecordsIntoComponentsOnlyOnApply) {
     EXPECT_EQ(body.mass, 4.5f);
     EXPECT_EQ(body.layer, 7);
     EXPECT_EQ(registry.Get<TestPoseComponent>(entity).position, glm::vec3(1.0f, 2.0f, 3.0f));
+    EXPECT_EQ(registry.Get<TestSeriesComponent>(entity).samples, (std::vector<float>{1.0f, 2.0f}));
 }
 
 TEST(ComponentLoadSessionTest, RefusesBrokenRecordSequencesWithTheirMessages) {
-    const struct {
-        std::vector<SchemaRecord> records;
-        bool requireAll;
-        std::string message;
-    } cases[] = {
+    const struct { std::vector<SchemaRecord> records; bool requireAll; std::string message; } cases[] = {
         {{MakeRecord("TestBodyComponent", 2, {}), MakeRecord("TestBodyComponent", 2, {})}, false,
          "Duplicate component schema: TestBodyComponent"},
         {{MakeRecord("TestSeriesCount", 1, {{"count", "0"}})}, false,
@@ -400,13 +309,6 @@ TEST(ComponentLoadSessionTest, RefusesBrokenRecordSequencesWithTheirMessages) {
     relaxed.ReadRecord(MakeRecord("TestBodyComponent", 2, {}));
     EXPECT_THROW(relaxed.ReadRecord(MakeRecord("FooComponent", 1, {})), std::runtime_error);
     EXPECT_NO_THROW(relaxed.Finish(false));
-}
-
-TEST_F(ComponentLoadTest, TakesRepeatablePartsAnyNumberOfTimes) {
-    Read({MakeRecord("TestSeriesComponent", 1, {}), MakeRecord("TestSeriesCount", 1, {{"count", "3"}}),
-          MakeRecord("TestSeriesChunk", 1, {{"value", "1"}}), MakeRecord("TestSeriesChunk", 1, {{"value", "2"}}),
-          MakeRecord("TestSeriesChunk", 1, {{"value", "3"}})});
-    EXPECT_EQ(Loaded<TestSeriesComponent>().samples, (std::vector<float>{1.0f, 2.0f, 3.0f}));
 }
 
 TEST_F(ComponentLoadTest, MigratesOlderRecordsAndUpgradesOlderNames) {
@@ -466,29 +368,23 @@ TEST_F(ComponentLoadTest, KeepsAnUnloadedPluginRecordAndSavesItBehindKnownRecord
 
 TEST_F(ComponentLoadTest, SkipsARetiredComponentWithOneWarningPerProcess) {
     const auto countWarnings = [] {
-        std::size_t count = 0;
-        for (const Core::LogEntry& entry : Core::Logger::Get().History()) {
-            if (entry.message ==
-                "WeaponComponent is no longer an engine component (D-01); its data is skipped. Game rules belong "
-                "to a game script (see the Weapon script of the project templates).") {
-                ++count;
-            }
-        }
-        return count;
+        const auto history = Core::Logger::Get().History();
+        return std::count_if(history.begin(), history.end(), [](const Core::LogEntry& entry) {
+            return entry.message == "WeaponComponent is no longer an engine component (D-01); its data is skipped. Game "
+                                    "rules belong to a game script (see the Weapon script of the project templates).";
+        });
     };
     Read({MakeRecord("TestPoseComponent", 1, {}), MakeRecord("WeaponComponent", 1, {{"damage", "5"}})});
-    EXPECT_EQ(countWarnings(), 1u);
+    EXPECT_EQ(countWarnings(), 1);
     ComponentLoadSession(table, context).ReadRecord(MakeRecord("WeaponComponent", 1, {}));
-    EXPECT_EQ(countWarnings(), 1u);
+    EXPECT_EQ(countWarnings(), 1);
     EXPECT_TRUE(session.Preserved().empty());
     (void)Loaded<TestPoseComponent>();
     EXPECT_EQ(RecordNames(Saved()), (std::vector<std::string>{"TestPoseComponent"}));
 }
 
 TEST(ComponentNameRulesTest, KnowRetiredComponentsAndPluginNames) {
-    for (const char* retired : {"WeaponComponent", "PickupComponent", "DamageComponent"}) {
-        EXPECT_TRUE(IsRetiredComponent(retired)) << retired;
-    }
+    for (const char* retired : {"WeaponComponent", "PickupComponent", "DamageComponent"}) EXPECT_TRUE(IsRetiredComponent(retired));
     EXPECT_FALSE(IsRetiredComponent("HealthComponent"));
     for (const char* name : {"Vendor.Thing", "a.b", "Acme-2.Door_x"}) EXPECT_TRUE(IsPluginComponentName(name)) << name;
     for (const char* name : {"a.", "Broken", "1a.b", "Acme.Do or"}) EXPECT_FALSE(IsPluginComponentName(name)) << name;
@@ -497,8 +393,6 @@ TEST(ComponentNameRulesTest, KnowRetiredComponentsAndPluginNames) {
     EXPECT_TRUE(IsValidPluginFieldName(std::string(64, 'a')));
     EXPECT_FALSE(IsValidPluginFieldName(std::string(65, 'a')));
 }
-
-// --- Saving, copying ----------------------------------------------------------------------
 
 TEST_F(ComponentLoadTest, SavesRecordsInRegistrationOrderNotAlphabetically) {
     entity = registry.CreateEntity();
@@ -522,35 +416,15 @@ TEST_F(ComponentLoadTest, SavesRecordsInRegistrationOrderNotAlphabetically) {
     EXPECT_EQ(ThrownMessage([&] { (void)Saved(); }), "TestFailingComponent: The value cannot be saved.");
 }
 
-TEST(ComponentOperationsTest, ReachComponentsWithoutTheirTypeAndCopyWithoutTransients) {
+TEST(ComponentOperationsTest, ReachComponentsWithoutTheirType) {
     const ComponentTypeEntry* body = TestTable().Find<TestBodyComponent>();
-    ASSERT_NE(body, nullptr);
     Registry registry;
-    const Entity source = registry.CreateEntity();
-    const Entity target = registry.CreateEntity();
-    EXPECT_FALSE(body->has(registry, source));
-    EXPECT_EQ(body->getConst(registry, source), nullptr);
-    EXPECT_TRUE(body->view(registry, source).IsNull());
-    body->copy(registry, source, target, ComponentCopyKind::Duplicate);
-    EXPECT_FALSE(registry.Has<TestBodyComponent>(target));
-    body->addDefault(registry, source);
-    EXPECT_EQ(body->getMutable(registry, source), registry.TryGet<TestBodyComponent>(source));
-    EXPECT_EQ(body->constView(registry, source).type, std::type_index(typeid(TestBodyComponent)));
-    EXPECT_TRUE(body->view(registry, source).IsMutable());
-
-    TestBodyComponent& value = registry.Get<TestBodyComponent>(source);
-    value.mass = 8.0f;
-    value.sleepTimer = 99;
-    body->copy(registry, source, target, ComponentCopyKind::Duplicate);
-    EXPECT_EQ(registry.Get<TestBodyComponent>(target).mass, 8.0f);
-    EXPECT_EQ(registry.Get<TestBodyComponent>(target).sleepTimer, 5u);
-    EXPECT_EQ(registry.Get<TestBodyComponent>(source).sleepTimer, 99u);
-    Registry other;
-    const Entity across = other.CreateEntity();
-    body->copyAcross(registry, other, source, across, ComponentCopyKind::Transfer);
-    EXPECT_EQ(other.Get<TestBodyComponent>(across).sleepTimer, 5u);
-    body->remove(registry, source);
-    EXPECT_FALSE(body->has(registry, source));
+    const Entity entity = registry.CreateEntity();
+    EXPECT_TRUE(body->view(registry, entity).IsNull());
+    body->addDefault(registry, entity);
+    EXPECT_EQ(body->getMutable(registry, entity), registry.TryGet<TestBodyComponent>(entity));
+    body->remove(registry, entity);
+    EXPECT_FALSE(body->has(registry, entity));
 }
 
 } // namespace

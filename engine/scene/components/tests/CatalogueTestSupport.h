@@ -20,9 +20,7 @@ inline const Reflection::SchemaCodecContext& TestCodec() {
         };
         context.textToAsset = [](const std::string& text, const Assets::AssetTypeInfo& type) -> std::uint64_t {
             const std::string prefix = type.name + ":";
-            if (text.rfind(prefix, 0) != 0) {
-                return 0;
-            }
+            if (text.rfind(prefix, 0) != 0) return 0;
             std::uint64_t id = 0;
             const char* begin = text.data() + prefix.size();
             const char* end = text.data() + text.size();
