@@ -7,14 +7,13 @@
 
 namespace Brelk::Core {
 
-// Text files write floats as C's "%.9g" in the classic locale, enough digits for every
-// float to read back bit for bit. std::to_chars with general format and precision 9 is
-// exactly that, without locale lookups or allocations.
 inline constexpr std::size_t kMaxNumberChars = 32;
 
-inline char* FormatFloat9(char* out, float value) noexcept {
-    return std::to_chars(out, out + kMaxNumberChars, value, std::chars_format::general, 9).ptr;
-}
+// Text files write floats as C's "%.9g" in the classic locale, enough digits for every
+// float to read back bit for bit. Writes at most kMaxNumberChars characters and returns the
+// end. The common range is formatted with exact integer arithmetic; the rest goes through
+// std::to_chars with precision 9, which gives the same text more slowly.
+char* FormatFloat9(char* out, float value) noexcept;
 
 // "%.6g" of a double: the default float format of a C++ output stream.
 inline char* FormatDouble6(char* out, double value) noexcept {

@@ -113,11 +113,7 @@ void AppendFloatText(std::string& out, float value) {
         Fail("Cannot save a non-finite schema value.");
     }
     char buffer[Core::kMaxNumberChars];
-    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general, 9);
-    if (result.ec != std::errc()) {
-        Fail("Cannot format schema value.");
-    }
-    out.append(buffer, result.ptr);
+    out.append(buffer, Core::FormatFloat9(buffer, value));
 }
 
 void AppendFloatsText(std::string& out, const float* values, std::size_t count) {

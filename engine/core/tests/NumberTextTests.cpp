@@ -1,0 +1,58 @@
+#include "engine/core/NumberText.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <limits>
+#include <random>
+#include <string>
+
+namespace Brelk::Core {
+namespace {
+
+std::string Fast(float value) {
+    char buffer[kMaxNumberChars];
+    return std::string(buffer, FormatFloat9(buffer, value));
+}
+
+// The reference: the library's "%.9g", exact for every float.
+std::string Reference(float value) {
+    char buffer[kMaxNumberChars];
+    return std::string(buffer,
+                       std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general, 9).ptr);
+}
+
+TEST(NumberTextTests, FormatsFloatsAsNineSignificantDigits) {
+    const struct {
+        float value;
+        const char* text;
+    } cases[] = {
+        {64.0f, "64"},           {0.1f, "0.100000001"},    {0.18f, "0.180000007"},  {1.8f, "1.79999995"},
+        {-736.0f, "-736"},       {0.0008f, "0.00079999998"}, {0.0f, "0"},           {-0.0f, "-0"},
+        {1e9f, "1e+09"},         {123456789.0f, "123456792"}, {1e-5f, "9.99999975e-06"}, {4294967295.0f, "4.2949673e+09"},
+        {std::numeric_limits<float>::infinity(), "inf"}, {std::numeric_limits<float>::denorm_min(), "1.40129846e-45"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(Fast(c.value), c.text) << c.text;
+}
+
+TEST(NumberTextTests, AgreesWithTheLibraryAcrossTheRange) {
+    // Every exponent, the edges of the decimal ranges and random mantissas, ties included.
+    std::mt19937 random(12345);
+    for (std::uint32_t biased = 0; biased < 255; ++biased) {
+        for (int i = 0; i < 2000; ++i) {
+            const std::uint32_t bits = (biased << 23) | (random() & 0x7FFFFF) | (random() & 1u) << 31;
+            const float value = std::bit_cast<float>(bits);
+            ASSERT_EQ(Fast(value), Reference(value)) << bits;
+        }
+    }
+    for (const float edge : {1e-4f, 1e-5f, 9.99999e-5f, 1.0f, 9.99999999f, 99999999.0f, 999999936.0f, 1e9f, 0.5f}) {
+        for (int step = -64; step <= 64; ++step) {
+            const float value = std::bit_cast<float>(std::bit_cast<std::uint32_t>(edge) + step);
+            ASSERT_EQ(Fast(value), Reference(value)) << value;
+        }
+    }
+}
+
+} // namespace
+} // namespace Brelk::Core
