@@ -4,12 +4,12 @@
 #include "engine/platform/Thread.h"
 #include "tests/support/TestSupport.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <future>
 #include <optional>
-#include <regex>
 #include <sstream>
 
 namespace Brelk::Core {
@@ -122,7 +122,7 @@ TEST(Logger, EchoesInfoToStandardOutputOnlyWhenConfigured) {
     echoing.Log(LogCategory::Assets, LogLevel::Debug, "details");
     quiet.Log(LogCategory::General, LogLevel::Error, "quiet");
     const std::string output = ::testing::internal::GetCapturedStdout();
-    EXPECT_TRUE(std::regex_match(output, std::regex(R"(\d\d:\d\d:\d\d \[Info\] \[Assets\] loaded\n)"))) << output;
+    EXPECT_THAT(output, ::testing::MatchesRegex("[0-9][0-9]:[0-9][0-9]:[0-9][0-9] \\[Info\\] \\[Assets\\] loaded\n"));
     EXPECT_EQ(Messages(quiet.History()), Strings{"quiet"});
 }
 
@@ -191,7 +191,7 @@ TEST(Logger, NumbersEntriesFromOneKeepsTheHistoryCapacityAndGivesTheHistorySince
     const std::vector<LogEntry> history = logger.History();
     ASSERT_EQ(history.size(), 3u);
     for (std::size_t i = 0; i < 3; ++i) EXPECT_EQ(history[i].sequence, i + 1);
-    EXPECT_TRUE(std::regex_match(history[0].timestamp, std::regex(R"(\d\d:\d\d:\d\d)")));
+    EXPECT_THAT(history[0].timestamp, ::testing::MatchesRegex("[0-9][0-9]:[0-9][0-9]:[0-9][0-9]"));
     EXPECT_GT(history[0].threadId, 0u);
     EXPECT_EQ(history[0].threadId, history[1].threadId);
     EXPECT_NE(history[0].threadId, history[2].threadId);
@@ -265,7 +265,7 @@ TEST(LoggerSession, NamesFilesAfterTheCleanedAppNameAndWritesTheBannerAndFatalAt
         EXPECT_FALSE(logger.HasSession());
 
         EXPECT_EQ(session.parent_path(), folder.Path());
-        EXPECT_TRUE(std::regex_match(session.filename().string(), std::regex(R"(My_Game__\d{8}_\d{6}\.log)")))
+        EXPECT_THAT(session.filename().string(), ::testing::MatchesRegex("My_Game__[0-9]{8}_[0-9]{6}\\.log"))
             << session;
         EXPECT_EQ(latest, folder / "My_Game_.latest.log");
         const std::string banner = "========== My Game! Log ==========\nSession Log: " + session.string() +
@@ -273,10 +273,9 @@ TEST(LoggerSession, NamesFilesAfterTheCleanedAppNameAndWritesTheBannerAndFatalAt
         for (const std::filesystem::path& path : {session, latest}) {
             const std::string text = ReadText(path);
             ASSERT_TRUE(text.starts_with(banner)) << text;
-            EXPECT_TRUE(std::regex_match(text.substr(banner.size()),
-                                         std::regex(R"(\d\d:\d\d:\d\d \[Warn\] \[Scene\] saved\n)"
-                                                    R"(\d\d:\d\d:\d\d \[Fatal\] \[Core\] going down\n)")))
-                << text;
+            EXPECT_THAT(text.substr(banner.size()),
+                        ::testing::MatchesRegex("[0-9][0-9]:[0-9][0-9]:[0-9][0-9] \\[Warn\\] \\[Scene\\] saved\n"
+                                                "[0-9][0-9]:[0-9][0-9]:[0-9][0-9] \\[Fatal\\] \\[Core\\] going down\n"));
         }
 
         // The latest log holds the last run only; an empty name has a name of its own.

@@ -6,9 +6,9 @@
 #include "engine/platform/Time.h"
 #include "tests/support/TestSupport.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <regex>
 #include <set>
 #include <thread>
 
@@ -233,7 +233,7 @@ TEST_F(ProcessRecorder, ExportWritesTheSnapshotUnderTheGivenNameAndLogsIt) {
     ASSERT_TRUE(path.has_value()) << error;
     EXPECT_EQ(*path, folder / "captures" / "run.json");
     const std::string text = ReadText(*path);
-    EXPECT_TRUE(std::regex_search(text, std::regex(R"("exportedAt": "\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d",)")));
+    EXPECT_THAT(text, ::testing::ContainsRegex("\"exportedAt\": \"[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\","));
     EXPECT_NE(text.find("\"name\": \"Exported\", \"category\": \"Assets\""), std::string::npos);
     const std::vector<LogEntry> logged = Logger::Get().HistorySince(before);
     ASSERT_EQ(logged.size(), 1u);
