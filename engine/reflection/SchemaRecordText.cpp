@@ -2,8 +2,10 @@
 
 #include "engine/core/NumberText.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
+#include <concepts>
 #include <cstring>
 #include <istream>
 #include <memory>
@@ -66,6 +68,27 @@ constexpr std::array<char, 256> MakeEscapeLetters() {
 }
 constexpr std::array<char, 256> kEscapeLetters = MakeEscapeLetters();
 
+// Nearly every token written is a number or a plain name: eight bytes at a time are tested for
+// a byte that may need an escape (below 0x0E, a quote or a backslash), so a clean token costs
+// one copy. A word that may hold one, false alarms included, is left to the byte table.
+const char* FirstEscapeCandidate(const char* p, const char* end) noexcept {
+    constexpr std::uint64_t kOnes = 0x0101010101010101ull;
+    constexpr std::uint64_t kHighs = 0x8080808080808080ull;
+    constexpr std::uint64_t kQuotes = kOnes * '"';
+    constexpr std::uint64_t kBackslashes = kOnes * '\\';
+    while (end - p >= 8) {
+        std::uint64_t word;
+        std::memcpy(&word, p, sizeof word);
+        const std::uint64_t quotes = word ^ kQuotes;
+        const std::uint64_t backslashes = word ^ kBackslashes;
+        const std::uint64_t hits = ((word - kOnes * 0x0E) & ~word) | ((quotes - kOnes) & ~quotes) |
+                                   ((backslashes - kOnes) & ~backslashes);
+        if ((hits & kHighs) != 0) break;
+        p += 8;
+    }
+    return p;
+}
+
 // Bytes that end a plain run inside a token being read: the closing quote, an escape, and the
 // control bytes a token may not hold raw.
 constexpr std::array<bool, 256> MakeTokenStops() {
@@ -118,9 +141,34 @@ private:
 // Writer
 // ----------------------------------------------------------------------------------------
 
+// Writes a token's bytes with their escapes at `out`, which has room for twice the token, and
+// returns the end.
+char* WriteEscaped(char* out, std::string_view token) noexcept {
+    const char* p = token.data();
+    const char* const end = p + token.size();
+    const char* const clean = FirstEscapeCandidate(p, end);
+    std::memcpy(out, p, static_cast<std::size_t>(clean - p));
+    out += clean - p;
+    for (p = clean; p != end; ++p) {
+        const char letter = kEscapeLetters[static_cast<unsigned char>(*p)];
+        if (letter == 0) {
+            *out++ = *p;
+        } else {
+            *out++ = '\\';
+            *out++ = letter;
+        }
+    }
+    return out;
+}
+
+// Writes into the caller's string through a cursor: the string is grown ahead of the cursor
+// in steps, so that a line costs a bounds check and plain stores rather than a string append
+// per piece. Finish() cuts the string back to what was written.
 class RecordWriter {
 public:
-    explicit RecordWriter(std::string& out) : out_(out), start_(out.size()) {}
+    explicit RecordWriter(std::string& out) : out_(out), start_(out.size()), pos_(out.size()) {}
+
+    void Finish() { out_.resize(pos_); }
 
     void WriteRecord(const SchemaRecord& record, std::string_view keyword, const std::string* fieldName,
                      std::uint32_t depth) {
@@ -131,10 +179,10 @@ public:
 
         BeginLine(keyword, fieldName);
         AppendToken(record.name);
-        out_.push_back(' ');
-        Core::AppendInteger(out_, record.version);
-        out_.push_back(' ');
-        Core::AppendInteger(out_, record.fields.size());
+        Put(' ');
+        PutInteger(record.version);
+        Put(' ');
+        PutInteger(record.fields.size());
         EndLine();
 
         FieldNameCheck names;
@@ -162,6 +210,8 @@ public:
     }
 
 private:
+    static constexpr std::size_t kGrowBytes = 2048;
+
     void WriteArray(const SchemaArray& array, std::string_view keyword, const std::string* fieldName,
                     std::uint32_t depth) {
         if (array.elements.size() > kSchemaMaxCount) {
@@ -170,7 +220,7 @@ private:
         budget_.Charge(depth, array.elements.size());
 
         BeginLine(keyword, fieldName);
-        Core::AppendInteger(out_, array.elements.size());
+        PutInteger(array.elements.size());
         EndLine();
 
         for (const SchemaValue& element : array.elements) {
@@ -192,13 +242,38 @@ private:
         EndLine();
     }
 
+    // Room for `bytes` more characters at the cursor.
+    char* Room(std::size_t bytes) {
+        if (out_.size() - pos_ < bytes) {
+            out_.resize(pos_ + std::max(bytes, kGrowBytes));
+        }
+        return out_.data() + pos_;
+    }
+
+    void Advance(const char* end) { pos_ = static_cast<std::size_t>(end - out_.data()); }
+
+    void Put(char c) {
+        *Room(1) = c;
+        ++pos_;
+    }
+
+    void Put(std::string_view text) {
+        std::memcpy(Room(text.size()), text.data(), text.size());
+        pos_ += text.size();
+    }
+
+    template <std::integral T>
+    void PutInteger(T value) {
+        Advance(Core::FormatInteger(Room(Core::kMaxNumberChars), value));
+    }
+
     // A line starts with its keyword and, for a field, the field's name token and one blank.
     void BeginLine(std::string_view keyword, const std::string* fieldName) {
-        lineStart_ = out_.size();
-        out_.append(keyword);
+        lineStart_ = pos_;
+        Put(keyword);
         if (fieldName) {
             AppendToken(*fieldName);
-            out_.push_back(' ');
+            Put(' ');
         }
     }
 
@@ -208,22 +283,25 @@ private:
         if (text.size() > kSchemaMaxLineBytes) {
             Fail(Message::kWriteBytes);
         }
-        out_.push_back('"');
-        AppendEscapedSchemaToken(out_, text);
-        out_.push_back('"');
+        char* p = Room(2 * text.size() + 2);
+        *p++ = '"';
+        p = WriteEscaped(p, text);
+        *p++ = '"';
+        Advance(p);
     }
 
     // Charges the line and its LF against both byte limits before the LF goes out.
     void EndLine() {
-        const std::size_t length = out_.size() - lineStart_;
-        if (length > kSchemaMaxLineBytes || out_.size() - start_ + 1 > kSchemaMaxRecordBytes) {
+        const std::size_t length = pos_ - lineStart_;
+        if (length > kSchemaMaxLineBytes || pos_ - start_ + 1 > kSchemaMaxRecordBytes) {
             Fail(Message::kWriteBytes);
         }
-        out_.push_back('\n');
+        Put('\n');
     }
 
     std::string& out_;
     const std::size_t start_;
+    std::size_t pos_;
     std::size_t lineStart_ = 0;
     SchemaFieldBudget budget_;
 };
@@ -516,18 +594,9 @@ SchemaRecord ReadWith(Lines& lines, std::string_view headerRest) {
 } // namespace
 
 void AppendEscapedSchemaToken(std::string& out, std::string_view token) {
-    const char* run = token.data();
-    const char* const end = run + token.size();
-    for (const char* p = run; p != end; ++p) {
-        const char letter = kEscapeLetters[static_cast<unsigned char>(*p)];
-        if (letter != 0) {
-            out.append(run, p);
-            const char escape[2] = {'\\', letter};
-            out.append(escape, 2);
-            run = p + 1;
-        }
-    }
-    out.append(run, end);
+    const std::size_t start = out.size();
+    out.resize(start + 2 * token.size());
+    out.resize(static_cast<std::size_t>(WriteEscaped(out.data() + start, token) - out.data()));
 }
 
 std::string EscapeSchemaToken(std::string_view token) {
@@ -542,6 +611,7 @@ void AppendSchemaRecord(std::string& out, const SchemaRecord& record) {
     try {
         RecordWriter writer(out);
         writer.WriteRecord(record, "component_schema ", nullptr, 1);
+        writer.Finish();
     } catch (...) {
         out.resize(start);
         throw;

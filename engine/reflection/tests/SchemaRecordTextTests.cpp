@@ -213,6 +213,30 @@ TEST(SchemaRecordTextTests, EscapesExactlyTheSixSpecialBytes) {
     EXPECT_EQ(EscapeSchemaToken(""), "");
 }
 
+// Plain runs are tested a word at a time, so a special byte must be found at every offset
+// within and across words, beside bytes that look alike to a word test (0x0E, '#', ']', 0xA2).
+TEST(SchemaRecordTextTests, EscapesASpecialByteAtEveryOffsetOfALongToken) {
+    const std::pair<char, std::string_view> specials[] = {
+        {'\0', "\\0"}, {'\t', "\\t"}, {'\n', "\\n"}, {'\r', "\\r"}, {'"', "\\\""}, {'\\', "\\\\"}};
+    const std::string_view filler = "\x0e#]\xa2\x01!\x7f\xdc-z";
+    for (std::size_t length = 1; length <= 24; ++length) {
+        for (std::size_t at = 0; at < length; ++at) {
+            for (const auto& [byte, escape] : specials) {
+                std::string token;
+                std::string expected;
+                for (std::size_t i = 0; i < length; ++i) {
+                    const char plain = filler[i % 10];
+                    token.push_back(i == at ? byte : plain);
+                    expected.append(i == at ? escape : std::string_view(&plain, 1));
+                }
+                ASSERT_EQ(EscapeSchemaToken(token), expected) << "length " << length << ", offset " << at;
+            }
+        }
+    }
+    const SchemaRecord record{"R", 1, {Leaf("long \"name\" of a field", "0.123456789\\with\ttabs and \"quotes\"")}};
+    ExpectReadsBack(FormatSchemaRecord(record), record);
+}
+
 TEST(SchemaRecordTextTests, WritersAppendAWholeRecordOrNothing) {
     std::string out = "entity \"x\" \"y\"\n";
     AppendSchemaRecord(out, SchemaRecord{"A", 1, {}});
