@@ -2,32 +2,25 @@
 
 namespace Brelk::Scene {
 
+namespace {
+
+// The component and its saved form hold the same fields in the same order; only the
+// component's tool flags differ, so one member-wise copy serves both directions.
+template <class To, class From>
+To CopyPrefabInstanceFields(const From& from) {
+    return To{from.prefab,          from.sourceEntityGuid, from.instanceRootGuid,
+              from.connected,       from.overrides,        from.addedComponents,
+              from.removedComponents, from.addedEntities,  from.removedEntities};
+}
+
+} // namespace
+
 PrefabInstanceRecord ToPrefabInstanceRecord(const PrefabInstanceComponent& component) {
-    PrefabInstanceRecord record;
-    record.prefab = component.prefab;
-    record.sourceEntityGuid = component.sourceEntityGuid;
-    record.instanceRootGuid = component.instanceRootGuid;
-    record.connected = component.connected;
-    record.overrides = component.overrides;
-    record.addedComponents = component.addedComponents;
-    record.removedComponents = component.removedComponents;
-    record.addedEntities = component.addedEntities;
-    record.removedEntities = component.removedEntities;
-    return record;
+    return CopyPrefabInstanceFields<PrefabInstanceRecord>(component);
 }
 
 PrefabInstanceComponent FromPrefabInstanceRecord(const PrefabInstanceRecord& record) {
-    PrefabInstanceComponent component;
-    component.prefab = record.prefab;
-    component.sourceEntityGuid = record.sourceEntityGuid;
-    component.instanceRootGuid = record.instanceRootGuid;
-    component.connected = record.connected;
-    component.overrides = record.overrides;
-    component.addedComponents = record.addedComponents;
-    component.removedComponents = record.removedComponents;
-    component.addedEntities = record.addedEntities;
-    component.removedEntities = record.removedEntities;
-    return component;
+    return CopyPrefabInstanceFields<PrefabInstanceComponent>(record);
 }
 
 } // namespace Brelk::Scene
