@@ -362,8 +362,7 @@ void Logger::WriteBatchLocked(std::span<const LogEntry> batch) {
     WriteAll(latestFile_, lineBuffer_);
 }
 
-void Logger::FlushOutputsLocked() {
-    SinkCallGuard guard(this);
+void Logger::FlushFilesLocked() {
     if (config_.echoToStdout) {
         std::fflush(stdout);
     }
@@ -373,6 +372,11 @@ void Logger::FlushOutputsLocked() {
     if (latestFile_ != nullptr) {
         std::fflush(latestFile_);
     }
+}
+
+void Logger::FlushOutputsLocked() {
+    SinkCallGuard guard(this);
+    FlushFilesLocked();
     for (const SinkSlot& slot : sinks_) {
         try {
             slot.sink->Flush();
@@ -425,15 +429,7 @@ void Logger::SinkThreadMain() {
 void Logger::Flush() {
     if (InsideSinkCall(this)) {
         // The output mutex is ours already; sinks are not re-entered from their own calls.
-        if (config_.echoToStdout) {
-            std::fflush(stdout);
-        }
-        if (sessionFile_ != nullptr) {
-            std::fflush(sessionFile_);
-        }
-        if (latestFile_ != nullptr) {
-            std::fflush(latestFile_);
-        }
+        FlushFilesLocked();
         return;
     }
     std::unique_lock queueLock(queueMutex_);

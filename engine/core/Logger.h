@@ -162,9 +162,11 @@ private:
     void Emit(LogCategory category, LogLevel level, std::string_view message);
     // Gives the entry its sequence and keeps a copy in the history; queue mutex held.
     void StampAndRemember(LogEntry& entry);
-    // Output mutex held for both.
+    // Output mutex held for these three. FlushFilesLocked leaves the sinks alone, so that a
+    // sink may flush from inside its own call.
     void WriteBatchLocked(std::span<const LogEntry> batch);
     void FlushOutputsLocked();
+    void FlushFilesLocked();
     // Queue mutex held.
     void StartSinkThreadLocked();
     void SinkThreadMain();
