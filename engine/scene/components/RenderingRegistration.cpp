@@ -3,6 +3,7 @@
 #include "engine/scene/components/ClothComponent.h"
 #include "engine/scene/components/ComponentRegistrars.h"
 #include "engine/scene/components/LightComponents.h"
+#include "engine/scene/components/OceanComponent.h"
 #include "engine/scene/components/RenderComponents.h"
 #include "engine/scene/components/TerrainComponent.h"
 
@@ -17,16 +18,18 @@ using Reflection::FieldAttr;
 constexpr ComponentFlags kUserFlags = ComponentFlags::UserAddable | ComponentFlags::Saved;
 
 // A mesh that a neighbour component built at run time is rebuilt on load, so the file
-// keeps no reference to it: none for a terrain's mesh, the authored source for a cloth's.
+// keeps no reference to it: none for a terrain's or an ocean's mesh, the authored source for a cloth's.
 void ForgetGeneratedMesh(MeshRendererComponent& renderer, const ComponentSaveContext& context) {
     if (renderer.mesh == 0) {
         return;
     }
-    if (const auto* terrain = context.registry.TryGet<TerrainComponent>(context.entity)) {
-        if (terrain->generatedMesh != 0 && terrain->generatedMesh == renderer.mesh) {
-            renderer.mesh = 0;
-            return;
-        }
+    const auto generated = [&](const auto* neighbour) {
+        return neighbour != nullptr && neighbour->generatedMesh != 0 && neighbour->generatedMesh == renderer.mesh;
+    };
+    if (generated(context.registry.TryGet<TerrainComponent>(context.entity)) ||
+        generated(context.registry.TryGet<OceanComponent>(context.entity))) {
+        renderer.mesh = 0;
+        return;
     }
     if (const auto* cloth = context.registry.TryGet<Physics::ClothComponent>(context.entity)) {
         if (cloth->runtimeMesh != 0 && cloth->runtimeMesh == renderer.mesh) {
