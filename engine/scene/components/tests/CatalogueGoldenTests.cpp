@@ -9,8 +9,10 @@
 #include "engine/scene/components/CoreComponents.h"
 #include "engine/scene/components/EnvironmentSettings.h"
 #include "engine/scene/components/OceanComponent.h"
+#include "engine/scene/components/ParticleComponents.h"
 #include "engine/scene/components/PhysicsComponents.h"
 #include "engine/scene/components/TerrainComponent.h"
+#include "engine/scene/components/VfxComponents.h"
 #include "engine/scene/components/tests/CatalogueTestSupport.h"
 #include "tests/support/TestSupport.h"
 
@@ -151,6 +153,13 @@ std::string ValueStructureDefault(const std::string& name) {
         {"ClothPinWeightCount", DefaultRecordText<Physics::ClothPinWeightCount>},
         {"ClothPinWeightChunk", DefaultRecordText<Physics::ClothPinWeightChunk>},
         {"OceanWaveSettings", DefaultRecordText<OceanWaveSettings>},
+        {"CurveKey", DefaultRecordText<CurveKey>},
+        {"GradientKey", DefaultRecordText<GradientKey>},
+        {"VfxParameterDefinition", DefaultRecordText<VfxParameterDefinition>},
+        {"VfxParameterBinding", DefaultRecordText<VfxParameterBinding>},
+        {"VfxEventDefinition", DefaultRecordText<VfxEventDefinition>},
+        {"VfxGraphNodeLayout", DefaultRecordText<VfxGraphNodeLayout>},
+        {"VfxParameterValue", DefaultRecordText<VfxParameterValue>},
     };
     const auto found = kDefaults.find(name);
     return found != kDefaults.end() ? found->second() : "no default value of " + name + "\n";
@@ -204,7 +213,7 @@ TEST_P(CatalogueGoldenTests, EveryTypeOfTheFamilyMatchesItsGolden) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Families, CatalogueGoldenTests,
-                         ::testing::Values("CoreAndWorld.golden", "PhysicsAndWater.golden"),
+                         ::testing::Values("CoreAndWorld.golden", "PhysicsAndWater.golden", "RenderingEffectsAudioUi.golden"),
                          [](const ::testing::TestParamInfo<const char*>& info) {
                              const std::string_view name = info.param;
                              return std::string(name.substr(0, name.find('.')));
