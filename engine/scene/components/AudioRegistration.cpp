@@ -16,7 +16,6 @@ using Reflection::ReflectedTypeBuilder;
 
 constexpr ComponentFlags kUserFlags = ComponentFlags::UserAddable | ComponentFlags::Saved;
 
-
 } // namespace
 
 void RegisterAudioComponents() {

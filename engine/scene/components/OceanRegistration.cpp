@@ -92,5 +92,4 @@ void RegisterOceanComponents() {
         .AddTransient(&O::generatedMesh);
 }
 
-
 } // namespace Brelk::Scene

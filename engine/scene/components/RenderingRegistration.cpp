@@ -4,6 +4,7 @@
 #include "engine/scene/components/ComponentRegistrars.h"
 #include "engine/scene/components/OceanComponent.h"
 #include "engine/scene/components/RenderComponents.h"
+#include "engine/scene/components/SplineComponents.h"
 #include "engine/scene/components/TerrainComponent.h"
 
 namespace Brelk::Scene {
@@ -18,7 +19,7 @@ using Reflection::FieldAttr;
 constexpr ComponentFlags kUserFlags = ComponentFlags::UserAddable | ComponentFlags::Saved;
 
 // A mesh that a neighbour component built at run time is rebuilt on load, so the file
-// keeps no reference to it: none for a terrain's or an ocean's mesh, the authored source for a cloth's.
+// keeps no reference to it: none for a spline's, terrain's or ocean's mesh, the authored source for a cloth's.
 void ForgetGeneratedMesh(MeshRendererComponent& renderer, const ComponentSaveContext& context) {
     if (renderer.mesh == 0) {
         return;
@@ -26,7 +27,8 @@ void ForgetGeneratedMesh(MeshRendererComponent& renderer, const ComponentSaveCon
     const auto generated = [&](const auto* neighbour) {
         return neighbour != nullptr && neighbour->generatedMesh != 0 && neighbour->generatedMesh == renderer.mesh;
     };
-    if (generated(context.registry.TryGet<TerrainComponent>(context.entity)) ||
+    if (generated(context.registry.TryGet<SplineComponent>(context.entity)) ||
+        generated(context.registry.TryGet<TerrainComponent>(context.entity)) ||
         generated(context.registry.TryGet<OceanComponent>(context.entity))) {
         renderer.mesh = 0;
         return;

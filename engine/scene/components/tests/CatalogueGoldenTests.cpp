@@ -5,12 +5,16 @@
 #include "engine/scene/ComponentRegistry.h"
 #include "engine/scene/InstallComponents.h"
 #include "engine/scene/Registry.h"
+#include "engine/scene/components/AiComponents.h"
+#include "engine/scene/components/AnimationComponents.h"
 #include "engine/scene/components/ClothComponent.h"
 #include "engine/scene/components/CoreComponents.h"
 #include "engine/scene/components/EnvironmentSettings.h"
 #include "engine/scene/components/OceanComponent.h"
 #include "engine/scene/components/ParticleComponents.h"
 #include "engine/scene/components/PhysicsComponents.h"
+#include "engine/scene/components/ScriptComponents.h"
+#include "engine/scene/components/SplineComponents.h"
 #include "engine/scene/components/TerrainComponent.h"
 #include "engine/scene/components/VfxComponents.h"
 #include "engine/scene/components/tests/CatalogueTestSupport.h"
@@ -160,6 +164,21 @@ std::string ValueStructureDefault(const std::string& name) {
         {"VfxEventDefinition", DefaultRecordText<VfxEventDefinition>},
         {"VfxGraphNodeLayout", DefaultRecordText<VfxGraphNodeLayout>},
         {"VfxParameterValue", DefaultRecordText<VfxParameterValue>},
+        {"ScriptFieldRecord", DefaultRecordText<ScriptFieldRecord>},
+        {"ScriptAttachmentRecord", DefaultRecordText<ScriptAttachmentRecord>},
+        {"ScriptComponentRecord", DefaultRecordText<ScriptComponentRecord>},
+        {"BonePose", DefaultRecordText<BonePose>},
+        {"AnimatorParameterValue", DefaultRecordText<AnimatorParameterValue>},
+        {"AnimatorBoneMaskRule", DefaultRecordText<AnimatorBoneMaskRule>},
+        {"AnimatorLayer", DefaultRecordText<AnimatorLayer>},
+        {"AnimatorIkChain", DefaultRecordText<AnimatorIkChain>},
+        {"AnimatorLookAtChain", DefaultRecordText<AnimatorLookAtChain>},
+        {"RagdollBoneSettings", DefaultRecordText<RagdollBoneSettings>},
+        {"SplinePoint", DefaultRecordText<SplinePoint>},
+        {"SplineMeshSettings", DefaultRecordText<SplineMeshSettings>},
+        {"SplineCurveRecord", DefaultRecordText<SplineCurveRecord>},
+        {"SplineComponentRecord", DefaultRecordText<SplineComponentRecord>},
+        {"BlackboardValue", DefaultRecordText<BlackboardValue>},
     };
     const auto found = kDefaults.find(name);
     return found != kDefaults.end() ? found->second() : "no default value of " + name + "\n";
@@ -213,7 +232,8 @@ TEST_P(CatalogueGoldenTests, EveryTypeOfTheFamilyMatchesItsGolden) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Families, CatalogueGoldenTests,
-                         ::testing::Values("CoreAndWorld.golden", "PhysicsAndWater.golden", "RenderingEffectsAudioUi.golden"),
+                         ::testing::Values("CoreAndWorld.golden", "PhysicsAndWater.golden",
+                                           "RenderingEffectsAudioUi.golden", "AnimationGameplayNavigationAi.golden"),
                          [](const ::testing::TestParamInfo<const char*>& info) {
                              const std::string_view name = info.param;
                              return std::string(name.substr(0, name.find('.')));
