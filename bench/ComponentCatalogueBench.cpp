@@ -53,14 +53,16 @@ World& EveryComponentWorld() {
         const Scene::ComponentLoadTable table;
         for (std::size_t i = 0; i < kEntities; ++i) {
             const Scene::Entity entity = made.registry.CreateEntity();
-            for (const Scene::ComponentTypeEntry* entry : table.entries) entry->addDefault(made.registry, entity);
+            for (const Scene::ComponentTypeEntry* entry : table.entries)
+                entry->addDefault(made.registry, entity);
             made.entities.push_back(entity);
         }
         std::vector<Reflection::SchemaRecord> records;
         for (const Scene::Entity entity : made.entities) {
             records.clear();
             Scene::SaveEntityComponents(table, Scene::ComponentSaveContext{made.registry, entity, nullptr}, records);
-            for (const Reflection::SchemaRecord& record : records) Reflection::AppendSchemaRecord(made.text, record);
+            for (const Reflection::SchemaRecord& record : records)
+                Reflection::AppendSchemaRecord(made.text, record);
             made.recordsPerEntity = records.size();
         }
         return made;
@@ -78,7 +80,8 @@ void BM_SaveEveryComponentOnEntities(benchmark::State& state) {
         for (const Scene::Entity entity : world.entities) {
             records.clear();
             Scene::SaveEntityComponents(table, Scene::ComponentSaveContext{world.registry, entity, nullptr}, records);
-            for (const Reflection::SchemaRecord& record : records) Reflection::AppendSchemaRecord(text, record);
+            for (const Reflection::SchemaRecord& record : records)
+                Reflection::AppendSchemaRecord(text, record);
         }
         benchmark::DoNotOptimize(text.data());
     }
@@ -142,7 +145,8 @@ void BM_CaptureCharacterControllerState(benchmark::State& state) {
     const std::vector<Scene::CharacterControllerComponent> controllers = MovingControllers();
     std::vector<Scene::SaveGameFieldSet> sets(controllers.size());
     for (auto _ : state) {
-        for (std::size_t i = 0; i < controllers.size(); ++i) sets[i] = fields.Capture(&controllers[i], {});
+        for (std::size_t i = 0; i < controllers.size(); ++i)
+            sets[i] = fields.Capture(&controllers[i], {});
         benchmark::DoNotOptimize(sets.data());
     }
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(controllers.size()));
@@ -153,10 +157,12 @@ void BM_ApplyCharacterControllerState(benchmark::State& state) {
     const Scene::ComponentSaveGameFields& fields = ControllerFields();
     const std::vector<Scene::CharacterControllerComponent> source = MovingControllers();
     std::vector<Scene::SaveGameFieldSet> sets;
-    for (const Scene::CharacterControllerComponent& controller : source) sets.push_back(fields.Capture(&controller, {}));
+    for (const Scene::CharacterControllerComponent& controller : source)
+        sets.push_back(fields.Capture(&controller, {}));
     std::vector<Scene::CharacterControllerComponent> targets(source.size());
     for (auto _ : state) {
-        for (std::size_t i = 0; i < targets.size(); ++i) fields.Apply(&targets[i], sets[i], {}, nullptr);
+        for (std::size_t i = 0; i < targets.size(); ++i)
+            fields.Apply(&targets[i], sets[i], {}, nullptr);
         benchmark::DoNotOptimize(targets.data());
     }
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(targets.size()));
@@ -167,7 +173,8 @@ void BM_CopyCharacterControllers(benchmark::State& state) {
     const std::vector<Scene::CharacterControllerComponent> source = MovingControllers();
     std::vector<Scene::CharacterControllerComponent> targets(source.size());
     for (auto _ : state) {
-        for (std::size_t i = 0; i < targets.size(); ++i) targets[i] = source[i];
+        for (std::size_t i = 0; i < targets.size(); ++i)
+            targets[i] = source[i];
         benchmark::DoNotOptimize(targets.data());
     }
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(targets.size()));

@@ -34,7 +34,8 @@ struct Input {
     std::size_t position = 0;
 
     bool Take(std::uint8_t& byte) {
-        if (position >= size) return false;
+        if (position >= size)
+            return false;
         byte = data[position++];
         return true;
     }
@@ -47,10 +48,12 @@ SaveGameFieldSet ReadSet(Input& input, const ComponentSaveGameFields& fields, st
     std::uint8_t length = 0;
     while (input.Take(nameByte) && input.Take(length)) {
         SaveGameFieldValue value;
-        value.name = nameByte < fields.fields.size() ? fields.fields[nameByte].name : "retired" + std::to_string(nameByte);
+        value.name =
+            nameByte < fields.fields.size() ? fields.fields[nameByte].name : "retired" + std::to_string(nameByte);
         for (std::uint8_t i = 0; i < length; ++i) {
             std::uint8_t byte = 0;
-            if (!input.Take(byte)) break;
+            if (!input.Take(byte))
+                break;
             value.bytes.push_back(byte);
         }
         set.fields.push_back(std::move(value));
@@ -58,8 +61,7 @@ SaveGameFieldSet ReadSet(Input& input, const ComponentSaveGameFields& fields, st
     return set;
 }
 
-template <class T>
-void Exercise(Input& input, const char* name, std::uint32_t version, const Scene& scene, T start) {
+template <class T> void Exercise(Input& input, const char* name, std::uint32_t version, const Scene& scene, T start) {
     const ComponentTypeEntry* entry = ComponentRegistry::Instance().Find(name);
     Check(entry != nullptr);
     const ComponentSaveGameFields& fields = entry->saveGameFields;
@@ -100,7 +102,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }();
     Input input{data, size};
     std::uint8_t selector = 0;
-    if (!input.Take(selector)) return 0;
+    if (!input.Take(selector))
+        return 0;
     const std::uint32_t version = (selector >> 2) & 3;
     switch (selector & 3) {
     case 0:

@@ -45,8 +45,9 @@ void RegisterAiComponents() {
         .Field("debugState", &C::debugState, FieldAttr().NotSaved());
 
     using P = AIPerceptionComponent;
-    Labelled(RegisterComponent<P>("AIPerceptionComponent", "AI Perception", "AI", kUserFlags)
-                 .Description("Sight cone with line-of-sight raycasts and hearing of noise events; writes the blackboard."))
+    Labelled(
+        RegisterComponent<P>("AIPerceptionComponent", "AI Perception", "AI", kUserFlags)
+            .Description("Sight cone with line-of-sight raycasts and hearing of noise events; writes the blackboard."))
         .Field("enabled", &P::enabled)
         .Field("sightRange", &P::sightRange, FieldAttr().Range(0.0f, 1000.0f))
         .Field("sightAngleDegrees", &P::sightAngleDegrees, FieldAttr("Sight Angle").Range(0.0f, 360.0f))

@@ -31,16 +31,16 @@ void MigrateAnimator(Reflection::SchemaRecord& record, std::uint32_t fromVersion
         return;
     }
     RenameRecordField(record, "currentState", "initialState");
-    RemoveRecordFields(record,
-                       {"currentState", "currentTime", "nextState", "transitionDuration", "transitionTime", "blendAlpha"});
-    ForEachArrayObject(record, "layers", [](Reflection::SchemaRecord& layer) { RemoveRecordFields(layer, {"timeSeconds"}); });
+    RemoveRecordFields(
+        record, {"currentState", "currentTime", "nextState", "transitionDuration", "transitionTime", "blendAlpha"});
+    ForEachArrayObject(record, "layers",
+                       [](Reflection::SchemaRecord& layer) { RemoveRecordFields(layer, {"timeSeconds"}); });
     ForEachArrayObject(record, "parameters",
                        [](Reflection::SchemaRecord& parameter) { RemoveRecordFields(parameter, {"triggerArmed"}); });
 }
 
 // Calls `link(entity, guidText)` for every entity link of the animator's IK and look-at chains.
-template <class Link>
-void ForEachAnimatorLink(AnimatorComponent& animator, Link&& link) {
+template <class Link> void ForEachAnimatorLink(AnimatorComponent& animator, Link&& link) {
     for (AnimatorIkChain& chain : animator.ikChains) {
         link(chain.targetEntity, chain.targetEntityGuid);
         link(chain.poleEntity, chain.poleEntityGuid);
@@ -82,8 +82,7 @@ void ReadLayerTimes(AnimatorComponent& animator, Assets::ByteReader& reader, con
 } // namespace
 
 void RegisterAnimationComponents() {
-    RegisterCatalogueEnum<AnimatorParameterType>("AnimatorParameterType",
-                                                 {{"Bool"}, {"Float"}, {"Int"}, {"Trigger"}});
+    RegisterCatalogueEnum<AnimatorParameterType>("AnimatorParameterType", {{"Bool"}, {"Float"}, {"Int"}, {"Trigger"}});
     RegisterCatalogueEnum<AnimatorIkSolverType>("AnimatorIkSolverType", {{"TwoBone"}, {"FABRIK"}, {"CCD"}});
     RegisterCatalogueEnum<RagdollMode>("RagdollMode", {{"Animated"}, {"Simulated"}, {"Blend"}});
     RegisterCatalogueEnum<AnimatorLayerMode>("AnimatorLayerMode", {{"Override"}, {"Additive"}});
@@ -93,7 +92,8 @@ void RegisterAnimationComponents() {
         .Field("rotation", &BonePose::rotation)
         .Field("scale", &BonePose::scale);
 
-    Labelled(ReflectedTypeBuilder<AnimatorParameterValue>("AnimatorParameterValue", "AnimatorParameterValue", "Animation"))
+    Labelled(
+        ReflectedTypeBuilder<AnimatorParameterValue>("AnimatorParameterValue", "AnimatorParameterValue", "Animation"))
         .Field("name", &AnimatorParameterValue::name)
         .Field("type", &AnimatorParameterValue::type, EnumField("AnimatorParameterType"))
         .Field("boolValue", &AnimatorParameterValue::boolValue)
@@ -162,7 +162,10 @@ void RegisterAnimationComponents() {
                  .Migrate(MigrateAnimator))
         .Field("skeleton", &A::skeleton, AssetField("Skeleton"))
         .Field("rig", &A::rig, AssetField("Rig"))
-        .Field("rigDefinition", &A::rigDefinition, AssetField("RigDefinition").Description("Bone roles (hips, spine, arms, legs) for spine lean and root motion. Empty uses the roles generated for the skeleton at import."))
+        .Field("rigDefinition", &A::rigDefinition,
+               AssetField("RigDefinition")
+                   .Description("Bone roles (hips, spine, arms, legs) for spine lean and root motion. Empty uses the "
+                                "roles generated for the skeleton at import."))
         .Field("clip", &A::clip, AssetField("AnimationClip"))
         .Field("controller", &A::controller, AssetField("AnimatorController"))
         .Field("enabled", &A::enabled)
@@ -172,7 +175,9 @@ void RegisterAnimationComponents() {
         .Field("applyRootMotion", &A::applyRootMotion)
         .Field("enableAnimationLayers", &A::enableAnimationLayers, FieldAttr("Enable Layers").Category("Layers"))
         .Field("enableIk", &A::enableIk)
-        .Field("initialState", &A::initialState, FieldAttr().Description("Controller state playback starts in; empty uses the controller's default state."))
+        .Field(
+            "initialState", &A::initialState,
+            FieldAttr().Description("Controller state playback starts in; empty uses the controller's default state."))
         .Field("manualPoseEnabled", &A::manualPoseEnabled)
         .Field("showBones", &A::showBones)
         .Field("renderBonesInFront", &A::renderBonesInFront)
@@ -197,9 +202,8 @@ void RegisterAnimationComponents() {
             });
         })
         .OnLoad([](A& animator, const ComponentLoadContext&) {
-            ForEachAnimatorLink(animator, [](Entity, std::string& text) {
-                text = NormalisedLinkText(text, nullptr, kNullEntity);
-            });
+            ForEachAnimatorLink(
+                animator, [](Entity, std::string& text) { text = NormalisedLinkText(text, nullptr, kNullEntity); });
         })
         .OnResolve([](A& animator, const Registry& registry, Entity) {
             ForEachAnimatorLink(animator, [&](Entity& entity, const std::string& text) {

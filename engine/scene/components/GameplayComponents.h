@@ -92,7 +92,8 @@ struct FirstPersonCameraControllerComponent {
     float minPitchDegrees = -82.0f;
     float maxPitchDegrees = 82.0f;
 
-    friend bool operator==(const FirstPersonCameraControllerComponent&, const FirstPersonCameraControllerComponent&) = default;
+    friend bool operator==(const FirstPersonCameraControllerComponent&,
+                           const FirstPersonCameraControllerComponent&) = default;
 };
 
 // Orbits `target` (saved as `targetGuid`); `aimTarget` (saved as `aimTargetGuid`) is
@@ -124,7 +125,8 @@ struct ThirdPersonCameraControllerComponent {
     float crosshairThickness = 2.0f;
     glm::vec4 crosshairColor{1.0f, 1.0f, 1.0f, 0.92f};
 
-    friend bool operator==(const ThirdPersonCameraControllerComponent&, const ThirdPersonCameraControllerComponent&) = default;
+    friend bool operator==(const ThirdPersonCameraControllerComponent&,
+                           const ThirdPersonCameraControllerComponent&) = default;
 };
 
 struct HealthComponent {

@@ -50,24 +50,31 @@ void RegisterGameplayComponents() {
         .Field("walkSpeed", &C::walkSpeed, FieldAttr().Range(0.0f, 100.0f).Category("Movement"))
         .Field("runMultiplier", &C::runMultiplier, FieldAttr().Range(0.0f, 20.0f).Category("Movement"))
         .Field("jumpSpeed", &C::jumpSpeed, FieldAttr().Range(0.0f, 100.0f).Category("Jump Tuning"))
-        .Field("jumpImpulseDelaySeconds", &C::jumpImpulseDelaySeconds, FieldAttr("Jump Impulse Delay").Range(0.0f, 5.0f).Category("Jump Tuning"))
-        .Field("coyoteTimeSeconds", &C::coyoteTimeSeconds, FieldAttr("Coyote Time").Range(0.0f, 5.0f).Category("Jump Tuning"))
-        .Field("jumpBufferSeconds", &C::jumpBufferSeconds, FieldAttr("Jump Buffer").Range(0.0f, 5.0f).Category("Jump Tuning"))
+        .Field("jumpImpulseDelaySeconds", &C::jumpImpulseDelaySeconds,
+               FieldAttr("Jump Impulse Delay").Range(0.0f, 5.0f).Category("Jump Tuning"))
+        .Field("coyoteTimeSeconds", &C::coyoteTimeSeconds,
+               FieldAttr("Coyote Time").Range(0.0f, 5.0f).Category("Jump Tuning"))
+        .Field("jumpBufferSeconds", &C::jumpBufferSeconds,
+               FieldAttr("Jump Buffer").Range(0.0f, 5.0f).Category("Jump Tuning"))
         .Field("gravity", &C::gravity, FieldAttr().Range(0.0f, 1000.0f).Category("Movement"))
         .Field("pushRigidBodies", &C::pushRigidBodies, FieldAttr().Category("Physical Interaction"))
         .Field("pushForce", &C::pushForce, FieldAttr().Range(0.0f, 10000.0f).Category("Physical Interaction"))
         .Field("pushMaxMass", &C::pushMaxMass, FieldAttr().Range(0.0f, 100000.0f).Category("Physical Interaction"))
-        .Field("pushMinClosingSpeed", &C::pushMinClosingSpeed, FieldAttr().Range(0.0f, 100.0f).Category("Physical Interaction"))
-        .Field("pushGameplayLayerMask", &C::pushGameplayLayerMask, FieldAttr("Push Layer Mask").Category("Physical Interaction"))
+        .Field("pushMinClosingSpeed", &C::pushMinClosingSpeed,
+               FieldAttr().Range(0.0f, 100.0f).Category("Physical Interaction"))
+        .Field("pushGameplayLayerMask", &C::pushGameplayLayerMask,
+               FieldAttr("Push Layer Mask").Category("Physical Interaction"))
         .Field("rotateWithMouse", &C::rotateWithMouse, FieldAttr().Category("Mouse Look"))
-        .Field("requireRightMouseForMouseLook", &C::requireRightMouseForMouseLook, FieldAttr("Require Right Mouse").Category("Mouse Look"))
+        .Field("requireRightMouseForMouseLook", &C::requireRightMouseForMouseLook,
+               FieldAttr("Require Right Mouse").Category("Mouse Look"))
         .Field("mouseSensitivity", &C::mouseSensitivity, FieldAttr().Range(0.0f, 10.0f).Category("Mouse Look"))
         .Field("syncVisualTransform", &C::syncVisualTransform, FieldAttr().Category("Visual"))
         .Field("visualRoot", &C::visualRoot, EntityField().Category("Visual").NotSaved())
         .Field("maxSlopeAngleDegrees", &C::maxSlopeAngleDegrees)
         .Field("groundCheckDistance", &C::groundCheckDistance)
         .Field("airControl", &C::airControl)
-        .Field("groundedGraceSeconds", &C::groundedGraceSeconds, FieldAttr("Grounded Grace").Range(0.0f, 1.0f).Category("Movement"))
+        .Field("groundedGraceSeconds", &C::groundedGraceSeconds,
+               FieldAttr("Grounded Grace").Range(0.0f, 1.0f).Category("Movement"))
         .Field("maxStepHeight", &C::maxStepHeight, FieldAttr().Range(0.0f, 5.0f).Category("Shape"))
         .Field("crouchHeight", &C::crouchHeight, FieldAttr().Range(0.1f, 20.0f).Category("Shape"))
         .Field("crouchSpeedMultiplier", &C::crouchSpeedMultiplier, FieldAttr().Range(0.0f, 1.0f).Category("Movement"))
@@ -113,7 +120,8 @@ void RegisterGameplayComponents() {
         .SaveGame("achievedVelocity", &C::achievedVelocity);
 
     using F = FirstPersonCameraControllerComponent;
-    Labelled(RegisterComponent<F>("FirstPersonCameraControllerComponent", "First Person Camera Controller", "Gameplay", kUserFlags)
+    Labelled(RegisterComponent<F>("FirstPersonCameraControllerComponent", "First Person Camera Controller", "Gameplay",
+                                  kUserFlags)
                  .Description("Adds mouse-look movement for first-person camera setups."))
         .Field("enabled", &F::enabled)
         .Field("requireRightMouse", &F::requireRightMouse)
@@ -123,7 +131,8 @@ void RegisterGameplayComponents() {
         .Field("maxPitchDegrees", &F::maxPitchDegrees);
 
     using T = ThirdPersonCameraControllerComponent;
-    Labelled(RegisterComponent<T>("ThirdPersonCameraControllerComponent", "Third Person Camera Controller", "Gameplay", kUserFlags)
+    Labelled(RegisterComponent<T>("ThirdPersonCameraControllerComponent", "Third Person Camera Controller", "Gameplay",
+                                  kUserFlags)
                  .Description("Adds orbit/follow camera behavior around a target entity."))
         .Field("enabled", &T::enabled)
         .Field("requireRightMouse", &T::requireRightMouse, FieldAttr().Category("Mouse Look"))
@@ -134,7 +143,8 @@ void RegisterGameplayComponents() {
         .Field("showCrosshair", &T::showCrosshair, FieldAttr().Category("Crosshair Aim"))
         .Field("driveAimTarget", &T::driveAimTarget, FieldAttr().Category("Crosshair Aim"))
         .Field("aimTarget", &T::aimTarget, EntityField().Category("Crosshair Aim").NotSaved())
-        .Field("crosshairOffsetPixels", &T::crosshairOffsetPixels, FieldAttr("Crosshair Offset").Category("Crosshair Aim"))
+        .Field("crosshairOffsetPixels", &T::crosshairOffsetPixels,
+               FieldAttr("Crosshair Offset").Category("Crosshair Aim"))
         .Field("targetGuid", &T::targetGuid, FieldAttr().Hidden())
         .Field("aimTargetGuid", &T::aimTargetGuid, FieldAttr().Hidden())
         .Field("mouseSensitivity", &T::mouseSensitivity)

@@ -24,7 +24,8 @@ constexpr ComponentFlags kUserFlags = ComponentFlags::UserAddable | ComponentFla
 void MigrateLightFalloff(Reflection::SchemaRecord& record, std::uint32_t fromVersion) {
     if (fromVersion < 2) {
         RemoveRecordFields(record, {"inverseSquareFalloff"});
-        record.fields.push_back(Reflection::SchemaField{"inverseSquareFalloff", Reflection::SchemaValue(std::string("0"))});
+        record.fields.push_back(
+            Reflection::SchemaField{"inverseSquareFalloff", Reflection::SchemaValue(std::string("0"))});
     }
 }
 
@@ -61,12 +62,14 @@ void RegisterLightingComponents() {
         .Field("enabled", &P::enabled)
         .Field("castsShadows", &P::castsShadows, FieldAttr().Category("Shadows"))
         .Field("shadowBias", &P::shadowBias, FieldAttr().Range(0.0f, 0.05f).Category("Shadows"))
-        .Field("shadowNormalBias", &P::shadowNormalBias, FieldAttr("Normal Bias").Range(0.0f, 0.05f).Category("Shadows"))
+        .Field("shadowNormalBias", &P::shadowNormalBias,
+               FieldAttr("Normal Bias").Range(0.0f, 0.05f).Category("Shadows"))
         .Field("shadowSlopeBias", &P::shadowSlopeBias, FieldAttr("Slope Bias").Range(0.0f, 8.0f).Category("Shadows"))
         .Field("shadowStrength", &P::shadowStrength, FieldAttr().Range(0.0f, 1.0f).Category("Shadows"))
         .Field("shadowPcfRadius", &P::shadowPcfRadius, FieldAttr("PCF Radius").Range(0.0f, 3.0f).Category("Shadows"))
         .Field("shadowResolution", &P::shadowResolution, FieldAttr().Range(128.0f, 2048.0f).Category("Shadows"))
-        .Field("shadowNearPlane", &P::shadowNearPlane, FieldAttr("Shadow Near").Range(0.001f, 10.0f).Category("Shadows"))
+        .Field("shadowNearPlane", &P::shadowNearPlane,
+               FieldAttr("Shadow Near").Range(0.001f, 10.0f).Category("Shadows"))
         .Field("shadowFarPlane", &P::shadowFarPlane, FieldAttr("Shadow Far").Range(0.0f, 1000.0f).Category("Shadows"));
 
     using S = SpotLightComponent;

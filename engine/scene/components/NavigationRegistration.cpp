@@ -37,7 +37,8 @@ void RegisterNavigationComponents() {
 
     using B = NavigationBakeComponent;
     Labelled(RegisterComponent<B>("NavigationBakeComponent", "Navigation Bake", "Navigation", kUserFlags)
-                 .Description("Controls whether this object is ignored, walkable, or an obstacle during BrelkNavMesh baking."))
+                 .Description(
+                     "Controls whether this object is ignored, walkable, or an obstacle during BrelkNavMesh baking."))
         .Field("includeInBake", &B::includeInBake)
         .Field("role", &B::role, EnumField("NavigationBakeRole"))
         .Field("layer", &B::layer);
@@ -58,7 +59,8 @@ void RegisterNavigationComponents() {
         .Field("previewInEditMode", &P::previewInEditMode)
         .Field("pathShape", &P::pathShape, EnumField("PathShapeMode").Category("Path Shape"))
         .Field("pathSmoothing", &P::pathSmoothing, FieldAttr("Smoothing").Range(0.0f, 1.0f).Category("Path Shape"))
-        .Field("pathSubdivisions", &P::pathSubdivisions, FieldAttr("Subdivisions").Range(1.0f, 16.0f).Category("Path Shape"))
+        .Field("pathSubdivisions", &P::pathSubdivisions,
+               FieldAttr("Subdivisions").Range(1.0f, 16.0f).Category("Path Shape"))
         .Field("pathVariation", &P::pathVariation, FieldAttr("Variation").Range(0.0f, 1000.0f).Category("Path Shape"))
         .Field("pathVariationSeed", &P::pathVariationSeed, FieldAttr("Variation Seed").Category("Path Shape"))
         .Field("selectedDestinationPoint", &P::selectedDestinationPoint)
@@ -67,13 +69,15 @@ void RegisterNavigationComponents() {
 
     using S = NavMeshSurfaceComponent;
     Labelled(RegisterComponent<S>("NavMeshSurfaceComponent", "NavMesh Surface", "Navigation", kUserFlags)
-                 .Description("Tiled navmesh of the level (Recast/Detour): bake settings for the agent profile and the baked .bnav asset."))
+                 .Description("Tiled navmesh of the level (Recast/Detour): bake settings for the agent profile and the "
+                              "baked .bnav asset."))
         .Field("enabled", &S::enabled)
         .Field("navMesh", &S::navMesh, FieldAttr("Baked NavMesh").AssetType("BrelkNavMesh"))
         .Field("agentRadius", &S::agentRadius, FieldAttr().Range(0.0f, 10.0f).Category("Agent"))
         .Field("agentHeight", &S::agentHeight, FieldAttr().Range(0.1f, 20.0f).Category("Agent"))
         .Field("agentMaxClimb", &S::agentMaxClimb, FieldAttr("Max Climb").Range(0.0f, 10.0f).Category("Agent"))
-        .Field("agentMaxSlopeDegrees", &S::agentMaxSlopeDegrees, FieldAttr("Max Slope").Range(0.0f, 89.0f).Category("Agent"))
+        .Field("agentMaxSlopeDegrees", &S::agentMaxSlopeDegrees,
+               FieldAttr("Max Slope").Range(0.0f, 89.0f).Category("Agent"))
         .Field("cellSize", &S::cellSize, FieldAttr().Range(0.02f, 4.0f).Category("Bake"))
         .Field("cellHeight", &S::cellHeight, FieldAttr().Range(0.01f, 4.0f).Category("Bake"))
         .Field("tileSizeCells", &S::tileSizeCells, FieldAttr("Tile Size (cells)").Range(8.0f, 1024.0f).Category("Bake"))
@@ -82,11 +86,13 @@ void RegisterNavigationComponents() {
         .Field("layerFilter", &S::layerFilter, FieldAttr().Category("Bake"))
         .Field("bakeAtRuntimeIfMissing", &S::bakeAtRuntimeIfMissing)
         .Field("dynamicTiles", &S::dynamicTiles)
-        .Field("dynamicCheckIntervalSeconds", &S::dynamicCheckIntervalSeconds, FieldAttr("Dynamic Check Interval").Range(0.0f, 60.0f));
+        .Field("dynamicCheckIntervalSeconds", &S::dynamicCheckIntervalSeconds,
+               FieldAttr("Dynamic Check Interval").Range(0.0f, 60.0f));
 
     using A = NavAgentComponent;
     Labelled(RegisterComponent<A>("NavAgentComponent", "NavMesh Agent", "Navigation", kUserFlags)
-                 .Description("Follows tiled navmesh paths with local avoidance; walks through the Character Controller when present."))
+                 .Description("Follows tiled navmesh paths with local avoidance; walks through the Character "
+                              "Controller when present."))
         .Field("enabled", &A::enabled)
         .Field("radius", &A::radius, FieldAttr().Range(0.05f, 10.0f))
         .Field("height", &A::height, FieldAttr().Range(0.1f, 20.0f))

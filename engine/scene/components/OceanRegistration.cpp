@@ -54,24 +54,35 @@ void RegisterOceanComponents() {
         .Field("reflectivity", &O::reflectivity, FieldAttr().Range(0.0f, 1.0f).Category("Surface"))
         .Field("roughness", &O::roughness, FieldAttr().Range(0.02f, 1.0f).Category("Surface"))
         .Field("refractionStrength", &O::refractionStrength, FieldAttr().Range(0.0f, 0.1f).Category("Surface"))
-        .Field("environmentReflectionIntensity", &O::environmentReflectionIntensity, FieldAttr("HDRI Intensity").Range(0.0f, 4.0f).Category("Reflections"))
-        .Field("environmentReflectionBlur", &O::environmentReflectionBlur, FieldAttr("HDRI Blur").Range(0.0f, 1.0f).Category("Reflections"))
-        .Field("screenSpaceReflectionIntensity", &O::screenSpaceReflectionIntensity, FieldAttr("Screen Space Intensity").Range(0.0f, 1.0f).Category("Reflections"))
-        .Field("sunSpecularIntensity", &O::sunSpecularIntensity, FieldAttr("Sun Glint Intensity").Range(0.0f, 4.0f).Category("Reflections"))
-        .Field("reflectionHighlightLimit", &O::reflectionHighlightLimit, FieldAttr("HDR Highlight Limit").Range(0.25f, 64.0f).Category("Reflections"))
+        .Field("environmentReflectionIntensity", &O::environmentReflectionIntensity,
+               FieldAttr("HDRI Intensity").Range(0.0f, 4.0f).Category("Reflections"))
+        .Field("environmentReflectionBlur", &O::environmentReflectionBlur,
+               FieldAttr("HDRI Blur").Range(0.0f, 1.0f).Category("Reflections"))
+        .Field("screenSpaceReflectionIntensity", &O::screenSpaceReflectionIntensity,
+               FieldAttr("Screen Space Intensity").Range(0.0f, 1.0f).Category("Reflections"))
+        .Field("sunSpecularIntensity", &O::sunSpecularIntensity,
+               FieldAttr("Sun Glint Intensity").Range(0.0f, 4.0f).Category("Reflections"))
+        .Field("reflectionHighlightLimit", &O::reflectionHighlightLimit,
+               FieldAttr("HDR Highlight Limit").Range(0.25f, 64.0f).Category("Reflections"))
         .Field("foamIntensity", &O::foamIntensity, FieldAttr("Wave Foam Intensity").Range(0.0f, 3.0f).Category("Foam"))
         .Field("shoreFoamIntensity", &O::shoreFoamIntensity, FieldAttr().Range(0.0f, 3.0f).Category("Foam"))
         .Field("shoreFoamDistance", &O::shoreFoamDistance, FieldAttr().Range(0.05f, 100.0f).Category("Foam"))
         .Field("volumeColor", &O::volumeColor, FieldAttr("Water Volume Color").Category("Underwater").Color())
-        .Field("underwaterVisibility", &O::underwaterVisibility, FieldAttr("Visibility").Range(0.1f, 10000.0f).Category("Underwater"))
-        .Field("underwaterTintStrength", &O::underwaterTintStrength, FieldAttr("Tint Strength").Range(0.0f, 1.0f).Category("Underwater"))
-        .Field("underwaterDistortionStrength", &O::underwaterDistortionStrength, FieldAttr("Distortion Strength").Range(0.0f, 0.1f).Category("Underwater"))
-        .Field("causticsIntensity", &O::causticsIntensity, FieldAttr().Range(0.0f, 4.0f).Category("Underwater Lighting"))
+        .Field("underwaterVisibility", &O::underwaterVisibility,
+               FieldAttr("Visibility").Range(0.1f, 10000.0f).Category("Underwater"))
+        .Field("underwaterTintStrength", &O::underwaterTintStrength,
+               FieldAttr("Tint Strength").Range(0.0f, 1.0f).Category("Underwater"))
+        .Field("underwaterDistortionStrength", &O::underwaterDistortionStrength,
+               FieldAttr("Distortion Strength").Range(0.0f, 0.1f).Category("Underwater"))
+        .Field("causticsIntensity", &O::causticsIntensity,
+               FieldAttr().Range(0.0f, 4.0f).Category("Underwater Lighting"))
         .Field("causticsScale", &O::causticsScale, FieldAttr().Range(0.001f, 10.0f).Category("Underwater Lighting"))
         .Field("causticsSpeed", &O::causticsSpeed, FieldAttr().Range(0.0f, 8.0f).Category("Underwater Lighting"))
         .Field("causticsColor", &O::causticsColor, FieldAttr().Category("Underwater Lighting").Color())
-        .Field("causticsSharpness", &O::causticsSharpness, FieldAttr().Range(0.0f, 1.0f).Category("Underwater Lighting"))
-        .Field("causticsDepthFade", &O::causticsDepthFade, FieldAttr().Range(0.1f, 1000.0f).Category("Underwater Lighting"))
+        .Field("causticsSharpness", &O::causticsSharpness,
+               FieldAttr().Range(0.0f, 1.0f).Category("Underwater Lighting"))
+        .Field("causticsDepthFade", &O::causticsDepthFade,
+               FieldAttr().Range(0.1f, 1000.0f).Category("Underwater Lighting"))
         .Field("godRaysIntensity", &O::godRaysIntensity, FieldAttr().Range(0.0f, 4.0f).Category("Underwater Lighting"))
         .Field("quality", &O::quality, EnumField("OceanQuality").Category("Rendering"))
         .Field("renderDistance", &O::renderDistance, FieldAttr().Range(8.0f, 200000.0f).Category("Rendering"))

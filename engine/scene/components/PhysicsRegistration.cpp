@@ -215,7 +215,8 @@ void RegisterBuoyancy() {
         .Field("waterBodyGuid", &B::waterBodyGuid, FieldAttr().Category("Sampling").Hidden())
         .Field("localCenter", &B::localCenter, FieldAttr().Category("Sampling"))
         .Field("localHalfExtents", &B::localHalfExtents, FieldAttr().Category("Sampling"))
-        .Field("samplePointCount", &B::samplePointCount, FieldAttr("Sample Points").Range(1.0f, 8.0f).Category("Sampling"))
+        .Field("samplePointCount", &B::samplePointCount,
+               FieldAttr("Sample Points").Range(1.0f, 8.0f).Category("Sampling"))
         .Field("forceModel", &B::forceModel, EnumField("BuoyancyForceModel").Category("Hydrodynamics"))
         .Field("fluidDensity", &B::fluidDensity, FieldAttr().Range(1.0f, 4000.0f).Category("Forces"))
         .Field("buoyancyScale", &B::buoyancyScale, FieldAttr().Range(0.0f, 8.0f).Category("Forces"))
@@ -233,8 +234,10 @@ void RegisterBuoyancy() {
         .Field("wakeWidth", &B::wakeWidth, FieldAttr("Width").Range(0.05f, 50.0f).Category("Wake Trail"))
         .Field("wakeLifetime", &B::wakeLifetime, FieldAttr("Lifetime").Range(0.1f, 30.0f).Category("Wake Trail"))
         .Field("wakeSpacing", &B::wakeSpacing, FieldAttr("Point Spacing").Range(0.05f, 20.0f).Category("Wake Trail"))
-        .Field("wakeMinimumSpeed", &B::wakeMinimumSpeed, FieldAttr("Minimum Speed").Range(0.01f, 100.0f).Category("Wake Trail"))
-        .Field("maximumWakePoints", &B::maximumWakePoints, FieldAttr("Maximum Points").Range(1.0f, 32.0f).Category("Wake Trail"))
+        .Field("wakeMinimumSpeed", &B::wakeMinimumSpeed,
+               FieldAttr("Minimum Speed").Range(0.01f, 100.0f).Category("Wake Trail"))
+        .Field("maximumWakePoints", &B::maximumWakePoints,
+               FieldAttr("Maximum Points").Range(1.0f, 32.0f).Category("Wake Trail"))
         .Field("debugDraw", &B::debugDraw, FieldAttr().Category("Debug"))
         .Field("customPoints", &B::customPoints)
         .Done()
@@ -272,7 +275,9 @@ void RegisterCloth() {
         .AddCustom(&C::pinWeights)
         .AddTransient(&C::runtimeMesh)
         .Records<Physics::ClothRecordParts>(
-            {{Physics::kClothMainRecord, false}, {Physics::kClothCountRecord, false}, {Physics::kClothChunkRecord, true}},
+            {{Physics::kClothMainRecord, false},
+             {Physics::kClothCountRecord, false},
+             {Physics::kClothChunkRecord, true}},
             [](const C& cloth, std::vector<Reflection::SchemaRecord>& out, const ComponentSaveContext& context) {
                 Physics::WriteClothRecords(cloth, out, Detail::CodecOrEmpty(context.codec));
             },

@@ -42,7 +42,8 @@ void RegisterScriptingComponents() {
         .Field("type", &ScriptFieldRecord::type, EnumField("ScriptFieldType"))
         .Field("value", &ScriptFieldRecord::value);
 
-    Labelled(ReflectedTypeBuilder<ScriptAttachmentRecord>("ScriptAttachmentRecord", "ScriptAttachmentRecord", "Serialization"))
+    Labelled(ReflectedTypeBuilder<ScriptAttachmentRecord>("ScriptAttachmentRecord", "ScriptAttachmentRecord",
+                                                          "Serialization"))
         .Field("attachmentId", &ScriptAttachmentRecord::attachmentId)
         .Field("typeId", &ScriptAttachmentRecord::typeId)
         .Field("assemblyName", &ScriptAttachmentRecord::assemblyName)
@@ -54,7 +55,8 @@ void RegisterScriptingComponents() {
         .Field("serializedFields", &ScriptAttachmentRecord::serializedFields)
         .Field("unknownFields", &ScriptAttachmentRecord::unknownFields);
 
-    Labelled(ReflectedTypeBuilder<ScriptComponentRecord>("ScriptComponentRecord", "ScriptComponentRecord", "Serialization"))
+    Labelled(
+        ReflectedTypeBuilder<ScriptComponentRecord>("ScriptComponentRecord", "ScriptComponentRecord", "Serialization"))
         .Field("scripts", &ScriptComponentRecord::scripts);
 
     using S = ScriptComponent;

@@ -36,9 +36,9 @@ void RegisterVfxComponents() {
     RegisterCatalogueEnum<VfxBindingMode>("VfxBindingMode", {{"Multiply"}, {"Override"}});
     RegisterCatalogueEnum<VfxEventTrigger>(
         "VfxEventTrigger", {{"OnSpawn", "On Spawn"}, {"OnDeath", "On Death"}, {"OnCollision", "On Collision"}});
-    RegisterCatalogueEnum<VfxEventAction>("VfxEventAction", {{"SpawnEffect", "Spawn Effect"},
-                                                             {"SpawnParticles", "Spawn Particles"},
-                                                             {"NotifyScript", "Notify Script"}});
+    RegisterCatalogueEnum<VfxEventAction>(
+        "VfxEventAction",
+        {{"SpawnEffect", "Spawn Effect"}, {"SpawnParticles", "Spawn Particles"}, {"NotifyScript", "Notify Script"}});
 
     Labelled(ReflectedTypeBuilder<VfxParameterDefinition>("VfxParameterDefinition", "VFX Parameter", "Rendering"))
         .Field("id", &VfxParameterDefinition::id, FieldAttr("VfxParameterDefinition"))

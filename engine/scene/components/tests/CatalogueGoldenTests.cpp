@@ -49,24 +49,31 @@ void AppendFloat(std::string& out, float value) {
 
 std::string FlagNames(std::uint32_t flags) {
     static constexpr std::pair<std::uint32_t, const char*> kNames[] = {
-        {Reflection::PropertyFlags::Hidden, "Hidden"},     {Reflection::PropertyFlags::ReadOnly, "ReadOnly"},
-        {Reflection::PropertyFlags::Color, "Color"},       {Reflection::PropertyFlags::Angle, "Angle"},
-        {Reflection::PropertyFlags::NotSaved, "NotSaved"}, {Reflection::PropertyFlags::EntityReference, "EntityReference"},
+        {Reflection::PropertyFlags::Hidden, "Hidden"},
+        {Reflection::PropertyFlags::ReadOnly, "ReadOnly"},
+        {Reflection::PropertyFlags::Color, "Color"},
+        {Reflection::PropertyFlags::Angle, "Angle"},
+        {Reflection::PropertyFlags::NotSaved, "NotSaved"},
+        {Reflection::PropertyFlags::EntityReference, "EntityReference"},
     };
     std::string text;
     for (const auto& [bit, name] : kNames) {
-        if ((flags & bit) == 0) continue;
-        if (!text.empty()) text += ',';
+        if ((flags & bit) == 0)
+            continue;
+        if (!text.empty())
+            text += ',';
         text += name;
         flags &= ~bit;
     }
-    if (flags != 0) text += (text.empty() ? "" : ",") + std::to_string(flags);
+    if (flags != 0)
+        text += (text.empty() ? "" : ",") + std::to_string(flags);
     return text;
 }
 
 // `Float`, `Object[]` for a vector, `Object[32]` for a fixed array.
 std::string KindText(const Reflection::ValueSchema& schema) {
-    if (schema.shape != Reflection::SchemaShape::Collection) return Reflection::PropertyKindName(schema.kind);
+    if (schema.shape != Reflection::SchemaShape::Collection)
+        return Reflection::PropertyKindName(schema.kind);
     const std::string element = KindText(*schema.element);
     return element + "[" + (schema.extent != 0 ? std::to_string(schema.extent) : "") + "]";
 }
@@ -87,9 +94,12 @@ void DescribeProperty(std::string& out, const Reflection::PropertyInfo& property
         out += ' ';
         AppendFloat(out, attributes.maximum);
     }
-    if (attributes.flags != 0) out += " flags " + FlagNames(attributes.flags);
-    if (!attributes.enumName.empty()) out += " enum " + attributes.enumName;
-    if (!attributes.assetType.empty()) out += " asset " + attributes.assetType;
+    if (attributes.flags != 0)
+        out += " flags " + FlagNames(attributes.flags);
+    if (!attributes.enumName.empty())
+        out += " enum " + attributes.enumName;
+    if (!attributes.assetType.empty())
+        out += " asset " + attributes.assetType;
     if (attributes.sinceVersion != 1 || attributes.untilVersion != 0) {
         out += " versions " + std::to_string(attributes.sinceVersion) + " " + std::to_string(attributes.untilVersion);
     }
@@ -105,11 +115,13 @@ void DescribeComponent(std::string& out, const ComponentTypeEntry& entry) {
     AppendQuoted(out, entry.description);
     out += '\n';
     out += "records";
-    for (const ComponentRecordSpec& spec : entry.records) out += ' ' + spec.name + (spec.repeatable ? "*" : "");
+    for (const ComponentRecordSpec& spec : entry.records)
+        out += ' ' + spec.name + (spec.repeatable ? "*" : "");
     out += '\n';
     if (!entry.saveGameFields.fields.empty()) {
         out += "save_game";
-        for (const SaveGameField& field : entry.saveGameFields.fields) out += ' ' + field.name;
+        for (const SaveGameField& field : entry.saveGameFields.fields)
+            out += ' ' + field.name;
         out += '\n';
     }
     for (const ReplicatedField& field : entry.replicatedFields) {
@@ -127,14 +139,17 @@ void DescribeComponent(std::string& out, const ComponentTypeEntry& entry) {
         }
         out += '\n';
     }
-    if (entry.HasFlag(ComponentFlags::RuntimeOnly) || entry.HasFlag(ComponentFlags::EntityHeader)) return;
+    if (entry.HasFlag(ComponentFlags::RuntimeOnly) || entry.HasFlag(ComponentFlags::EntityHeader))
+        return;
     // The records a default entity holding the component saves.
     Registry registry;
     const Entity entity = registry.CreateEntity();
     entry.addDefault(registry, entity);
     std::vector<Reflection::SchemaRecord> records;
-    entry.save(entry.getConst(registry, entity), ComponentSaveContext{registry, entity, &Testing::TestCodec()}, records);
-    for (const Reflection::SchemaRecord& record : records) Reflection::AppendSchemaRecord(out, record);
+    entry.save(entry.getConst(registry, entity), ComponentSaveContext{registry, entity, &Testing::TestCodec()},
+               records);
+    for (const Reflection::SchemaRecord& record : records)
+        Reflection::AppendSchemaRecord(out, record);
 }
 
 // The record of a default value of each value structure of the catalogue.
@@ -186,7 +201,8 @@ std::string ValueStructureDefault(const std::string& name) {
 
 std::string DescribeType(const std::string& name) {
     const Reflection::TypeInfo* type = InstalledReflection().FindType(name);
-    if (type == nullptr) return "missing type " + name + "\n";
+    if (type == nullptr)
+        return "missing type " + name + "\n";
     std::string out = "type ";
     AppendQuoted(out, type->name);
     out += ' ';
@@ -194,7 +210,8 @@ std::string DescribeType(const std::string& name) {
     out += ' ';
     AppendQuoted(out, type->group);
     out += ' ' + std::to_string(type->version) + '\n';
-    for (const Reflection::PropertyInfo& property : type->properties) DescribeProperty(out, property);
+    for (const Reflection::PropertyInfo& property : type->properties)
+        DescribeProperty(out, property);
     if (const ComponentTypeEntry* entry = ComponentRegistry::Instance().Find(name)) {
         DescribeComponent(out, *entry);
     } else {
@@ -209,7 +226,8 @@ std::vector<std::string> TypeNamesOf(const std::string& golden) {
     Reflection::SchemaLineCursor lines(golden);
     std::string_view line;
     while (lines.NextLine(line)) {
-        if (line.rfind("type \"", 0) != 0) continue;
+        if (line.rfind("type \"", 0) != 0)
+            continue;
         const std::size_t end = line.find('"', 6);
         names.emplace_back(line.substr(6, end - 6));
     }
@@ -223,7 +241,8 @@ TEST_P(CatalogueGoldenTests, EveryTypeOfTheFamilyMatchesItsGolden) {
     const std::string expected = Brelk::Testing::ReadText(path);
     ASSERT_FALSE(expected.empty()) << path;
     std::string actual;
-    for (const std::string& name : TypeNamesOf(expected)) actual += DescribeType(name);
+    for (const std::string& name : TypeNamesOf(expected))
+        actual += DescribeType(name);
     if (actual != expected) {
         const std::filesystem::path written = std::filesystem::path(::testing::TempDir()) / GetParam();
         Brelk::Testing::WriteText(written, actual);

@@ -26,35 +26,75 @@
 namespace Brelk::Scene {
 namespace {
 
+using Brelk::Testing::ThrownMessage;
 using Reflection::SchemaRecord;
 using Testing::EntryOf;
 using Testing::LoadOne;
 using Testing::ReadRecordText;
 using Testing::SaveOne;
-using Brelk::Testing::ThrownMessage;
 
 TEST(ComponentFamilyTests, SavedFilesOrderRecordsByTheFixedRegistrationOrder) {
-    const std::vector<std::string> expected = {
-        "NameComponent", "EntityGuidComponent", "TransformComponent", "HierarchyComponent",
-        "PrefabInstanceComponent", "TransientComponent", "RigidBodyComponent", "ColliderComponent",
-        "ConstraintComponent", "BuoyancyComponent", "ClothComponent", "OceanComponent", "ScriptComponent",
-        "MeshRendererComponent", "BillboardComponent", "CameraComponent", "ParticleEmitterComponent",
-        "AnimatorComponent", "RagdollComponent", "DirectionalLightComponent", "PointLightComponent",
-        "SpotLightComponent", "ReflectionProbeComponent", "ProbeVolumeComponent", "RotatorComponent",
-        "GameplayLayerComponent", "CharacterControllerComponent", "FirstPersonCameraControllerComponent",
-        "ThirdPersonCameraControllerComponent", "HealthComponent", "SpawnPointComponent",
-        "NavigationBakeComponent", "PathWalkerComponent", "NavMeshSurfaceComponent", "NavAgentComponent",
-        "NavAreaComponent", "NavOffMeshLinkComponent", "SplineComponent", "TerrainComponent",
-        "BlackboardComponent", "AIControllerComponent", "AIPerceptionComponent", "AIPerceivableComponent",
-        "WorldStreamingSourceComponent", "WorldChunkComponent", "WorldPartitionComponent",
-        "WorldPersistentComponent", "WorldCellPreviewComponent", "VfxEffectDefinitionComponent",
-        "VfxEffectComponent", "VfxEmitterBaseline", "AudioSourceComponent", "AudioListenerComponent",
-        "UICanvasComponent", "NetworkReplicationComponent"};
+    const std::vector<std::string> expected = {"NameComponent",
+                                               "EntityGuidComponent",
+                                               "TransformComponent",
+                                               "HierarchyComponent",
+                                               "PrefabInstanceComponent",
+                                               "TransientComponent",
+                                               "RigidBodyComponent",
+                                               "ColliderComponent",
+                                               "ConstraintComponent",
+                                               "BuoyancyComponent",
+                                               "ClothComponent",
+                                               "OceanComponent",
+                                               "ScriptComponent",
+                                               "MeshRendererComponent",
+                                               "BillboardComponent",
+                                               "CameraComponent",
+                                               "ParticleEmitterComponent",
+                                               "AnimatorComponent",
+                                               "RagdollComponent",
+                                               "DirectionalLightComponent",
+                                               "PointLightComponent",
+                                               "SpotLightComponent",
+                                               "ReflectionProbeComponent",
+                                               "ProbeVolumeComponent",
+                                               "RotatorComponent",
+                                               "GameplayLayerComponent",
+                                               "CharacterControllerComponent",
+                                               "FirstPersonCameraControllerComponent",
+                                               "ThirdPersonCameraControllerComponent",
+                                               "HealthComponent",
+                                               "SpawnPointComponent",
+                                               "NavigationBakeComponent",
+                                               "PathWalkerComponent",
+                                               "NavMeshSurfaceComponent",
+                                               "NavAgentComponent",
+                                               "NavAreaComponent",
+                                               "NavOffMeshLinkComponent",
+                                               "SplineComponent",
+                                               "TerrainComponent",
+                                               "BlackboardComponent",
+                                               "AIControllerComponent",
+                                               "AIPerceptionComponent",
+                                               "AIPerceivableComponent",
+                                               "WorldStreamingSourceComponent",
+                                               "WorldChunkComponent",
+                                               "WorldPartitionComponent",
+                                               "WorldPersistentComponent",
+                                               "WorldCellPreviewComponent",
+                                               "VfxEffectDefinitionComponent",
+                                               "VfxEffectComponent",
+                                               "VfxEmitterBaseline",
+                                               "AudioSourceComponent",
+                                               "AudioListenerComponent",
+                                               "UICanvasComponent",
+                                               "NetworkReplicationComponent"};
     InstallComponents();
     std::vector<const ComponentTypeEntry*> entries;
     ComponentRegistry::Instance().EntriesInRegistrationOrder(entries);
     std::vector<std::string> names;
-    for (std::size_t i = 0; i < entries.size() && i < expected.size(); ++i) names.push_back(entries[i]->name);
+    for (std::size_t i = 0; i < entries.size() && i < expected.size(); ++i)
+        names.push_back(entries[i]->name);
     EXPECT_EQ(names, expected);
 }
 
@@ -72,16 +112,19 @@ TEST(ComponentFamilyTests, EveryComponentRoundTripsThroughItsRecordText) {
         entry->addDefault(registry, entity);
         const std::vector<SchemaRecord> saved = SaveOne(registry, entity, entry->name);
         std::string text;
-        for (const SchemaRecord& record : saved) Reflection::AppendSchemaRecord(text, record);
+        for (const SchemaRecord& record : saved)
+            Reflection::AppendSchemaRecord(text, record);
         std::vector<SchemaRecord> read;
         Reflection::SchemaLineCursor lines(text);
         std::string_view header;
         while (lines.NextLine(header)) {
-            read.push_back(Reflection::ReadSchemaRecord(header.substr(std::string_view("component_schema").size()), lines));
+            read.push_back(
+                Reflection::ReadSchemaRecord(header.substr(std::string_view("component_schema").size()), lines));
         }
         const Entity loaded = Testing::LoadEntity(registry, std::move(read));
         std::string again;
-        for (const SchemaRecord& record : SaveOne(registry, loaded, entry->name)) Reflection::AppendSchemaRecord(again, record);
+        for (const SchemaRecord& record : SaveOne(registry, loaded, entry->name))
+            Reflection::AppendSchemaRecord(again, record);
         EXPECT_EQ(again, text);
         ++tried;
     }
@@ -90,17 +133,19 @@ TEST(ComponentFamilyTests, EveryComponentRoundTripsThroughItsRecordText) {
 
 TEST(ComponentFamilyTests, OldRecordsLoadThroughTheirUpgrades) {
     Registry registry;
-    const char* lightVersionOne = "property \"intensity\" \"7\"\nproperty \"inverseSquareFalloff\" \"1\"\nend_component_schema\n";
-    const PointLightComponent& point =
-        LoadOne<PointLightComponent>(registry, {ReadRecordText(std::string("component_schema \"PointLightComponent\" 1 2\n") + lightVersionOne)});
+    const char* lightVersionOne =
+        "property \"intensity\" \"7\"\nproperty \"inverseSquareFalloff\" \"1\"\nend_component_schema\n";
+    const PointLightComponent& point = LoadOne<PointLightComponent>(
+        registry, {ReadRecordText(std::string("component_schema \"PointLightComponent\" 1 2\n") + lightVersionOne)});
     EXPECT_FALSE(point.inverseSquareFalloff);
     EXPECT_EQ(point.intensity, 7.0f);
     EXPECT_TRUE(PointLightComponent{}.inverseSquareFalloff);
-    const SpotLightComponent& spot =
-        LoadOne<SpotLightComponent>(registry, {ReadRecordText(std::string("component_schema \"SpotLightComponent\" 1 2\n") + lightVersionOne)});
+    const SpotLightComponent& spot = LoadOne<SpotLightComponent>(
+        registry, {ReadRecordText(std::string("component_schema \"SpotLightComponent\" 1 2\n") + lightVersionOne)});
     EXPECT_FALSE(spot.inverseSquareFalloff);
     const SpotLightComponent& current = LoadOne<SpotLightComponent>(
-        registry, {ReadRecordText("component_schema \"SpotLightComponent\" 2 1\nproperty \"inverseSquareFalloff\" \"1\"\nend_component_schema\n")});
+        registry, {ReadRecordText("component_schema \"SpotLightComponent\" 2 1\nproperty \"inverseSquareFalloff\" "
+                                  "\"1\"\nend_component_schema\n")});
     EXPECT_TRUE(current.inverseSquareFalloff);
 
     const RigidBodyComponent& body = LoadOne<RigidBodyComponent>(
@@ -118,7 +163,12 @@ TEST(ComponentFamilyTests, OldRecordsLoadThroughTheirUpgrades) {
 }
 
 TEST(ComponentFamilyTests, AnOldAnimatorKeepsItsInitialStateAndDropsItsPlaybackState) {
-    const struct { const char* name; const char* header; const char* states; const char* initialState; } cases[] = {
+    const struct {
+        const char* name;
+        const char* header;
+        const char* states;
+        const char* initialState;
+    } cases[] = {
         {"current state becomes the initial state", "component_schema \"AnimatorComponent\" 1 5\n",
          "property \"currentState\" \"Run\"\n", "Run"},
         {"an initial state wins", "component_schema \"AnimatorComponent\" 1 6\n",
@@ -128,13 +178,15 @@ TEST(ComponentFamilyTests, AnOldAnimatorKeepsItsInitialStateAndDropsItsPlaybackS
         SCOPED_TRACE(c.name);
         Registry registry;
         const AnimatorComponent& animator = LoadOne<AnimatorComponent>(
-            registry, {ReadRecordText(std::string(c.header) + c.states +
-                                      "property \"currentTime\" \"2\"\nproperty \"blendAlpha\" \"0.5\"\n"
-                                      "array_property \"layers\" 1\nobject \"AnimatorLayer\" 1 2\n"
-                                      "property \"name\" \"Upper\"\nproperty \"timeSeconds\" \"4\"\nend_component_schema\nend_array\n"
-                                      "array_property \"parameters\" 1\nobject \"AnimatorParameterValue\" 1 2\n"
-                                      "property \"name\" \"Jump\"\nproperty \"triggerArmed\" \"1\"\nend_component_schema\nend_array\n"
-                                      "end_component_schema\n")});
+            registry,
+            {ReadRecordText(
+                std::string(c.header) + c.states +
+                "property \"currentTime\" \"2\"\nproperty \"blendAlpha\" \"0.5\"\n"
+                "array_property \"layers\" 1\nobject \"AnimatorLayer\" 1 2\n"
+                "property \"name\" \"Upper\"\nproperty \"timeSeconds\" \"4\"\nend_component_schema\nend_array\n"
+                "array_property \"parameters\" 1\nobject \"AnimatorParameterValue\" 1 2\n"
+                "property \"name\" \"Jump\"\nproperty \"triggerArmed\" \"1\"\nend_component_schema\nend_array\n"
+                "end_component_schema\n")});
         EXPECT_EQ(animator.initialState, c.initialState);
         EXPECT_EQ(animator.currentTime, 0.0f);
         ASSERT_EQ(animator.layers.size(), 1u);
@@ -178,9 +230,11 @@ TEST(ComponentFamilyTests, EntityLinksSaveTheTargetGuidAndResolveOnLoad) {
     std::vector<SchemaRecord> records;
     for (const char* name : {"ConstraintComponent", "BuoyancyComponent", "CharacterControllerComponent",
                              "ThirdPersonCameraControllerComponent"}) {
-        for (SchemaRecord& record : SaveOne(scene, boat, name)) records.push_back(std::move(record));
+        for (SchemaRecord& record : SaveOne(scene, boat, name))
+            records.push_back(std::move(record));
     }
-    EXPECT_EQ(std::get<std::string>(records[0].FindField("connectedEntityGuid")->value), scene.GetEntityGuid(rock).ToString());
+    EXPECT_EQ(std::get<std::string>(records[0].FindField("connectedEntityGuid")->value),
+              scene.GetEntityGuid(rock).ToString());
     EXPECT_EQ(records[0].FindField("connectedEntity"), nullptr);
 
     const Entity copy = Testing::LoadEntity(scene, records);
@@ -244,7 +298,8 @@ TEST(ComponentFamilyTests, ScriptAndSplineSaveAsTheirRecordsAndLoadBack) {
     ScriptComponent& scripts = registry.Emplace<ScriptComponent>(entity);
     scripts.scripts.resize(1);
     scripts.scripts[0].className = "Door";
-    scripts.scripts[0].serializedFields.push_back(ScriptFieldRecord{Core::Guid::FromName("f"), "speed", ScriptFieldType::Float, "2.5"});
+    scripts.scripts[0].serializedFields.push_back(
+        ScriptFieldRecord{Core::Guid::FromName("f"), "speed", ScriptFieldType::Float, "2.5"});
     SplineComponent& spline = registry.Emplace<SplineComponent>(entity);
     spline.spline.closed = true;
     spline.spline.points.resize(2);
@@ -272,12 +327,15 @@ TEST(ComponentFamilyTests, AMeshRendererForgetsTheMeshASplineOrOceanGenerated) {
     const Entity entity = registry.CreateEntity();
     registry.Emplace<SplineComponent>(entity).generatedMesh = 21;
     registry.Emplace<MeshRendererComponent>(entity).mesh = 21;
-    EXPECT_EQ(std::get<std::string>(SaveOne(registry, entity, "MeshRendererComponent")[0].FindField("mesh")->value), "");
+    EXPECT_EQ(std::get<std::string>(SaveOne(registry, entity, "MeshRendererComponent")[0].FindField("mesh")->value),
+              "");
     registry.Remove<SplineComponent>(entity);
     registry.Emplace<OceanComponent>(entity).generatedMesh = 21;
-    EXPECT_EQ(std::get<std::string>(SaveOne(registry, entity, "MeshRendererComponent")[0].FindField("mesh")->value), "");
+    EXPECT_EQ(std::get<std::string>(SaveOne(registry, entity, "MeshRendererComponent")[0].FindField("mesh")->value),
+              "");
     registry.Get<OceanComponent>(entity).generatedMesh = 22;
-    EXPECT_EQ(std::get<std::string>(SaveOne(registry, entity, "MeshRendererComponent")[0].FindField("mesh")->value), "Mesh:21");
+    EXPECT_EQ(std::get<std::string>(SaveOne(registry, entity, "MeshRendererComponent")[0].FindField("mesh")->value),
+              "Mesh:21");
 }
 
 TEST(ComponentFamilyTests, PointAndSpotLightFactoriesPlaceTheirLights) {
@@ -286,9 +344,11 @@ TEST(ComponentFamilyTests, PointAndSpotLightFactoriesPlaceTheirLights) {
     const Entity spot = scene.CreateSpotLight("Torch");
     EXPECT_EQ(scene.Get<NameComponent>(point).name, "Lamp");
     EXPECT_EQ(scene.Get<PointLightComponent>(point), PointLightComponent{});
-    EXPECT_EQ(scene.Get<TransformComponent>(point).transform, (Transform{{0.0f, 2.0f, 0.0f}, {0.0f, 0.0f, 0.0f}, {1.0f, 1.0f, 1.0f}}));
+    EXPECT_EQ(scene.Get<TransformComponent>(point).transform,
+              (Transform{{0.0f, 2.0f, 0.0f}, {0.0f, 0.0f, 0.0f}, {1.0f, 1.0f, 1.0f}}));
     EXPECT_EQ(scene.Get<SpotLightComponent>(spot), SpotLightComponent{});
-    EXPECT_EQ(scene.Get<TransformComponent>(spot).transform, (Transform{{0.0f, 3.0f, 3.0f}, {-35.0f, 180.0f, 0.0f}, {1.0f, 1.0f, 1.0f}}));
+    EXPECT_EQ(scene.Get<TransformComponent>(spot).transform,
+              (Transform{{0.0f, 3.0f, 3.0f}, {-35.0f, 180.0f, 0.0f}, {1.0f, 1.0f, 1.0f}}));
 }
 
 std::vector<std::uint8_t> BytesOf(const SaveGameFieldSet& set, const char* name) {
