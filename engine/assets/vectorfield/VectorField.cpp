@@ -61,11 +61,15 @@ bool ReadVectorField(const std::filesystem::path& path, VectorFieldAsset* field,
         SetError(error, "Cannot open vector field file.");
         return false;
     }
-    if (bytes->size() < kVectorFieldHeaderBytes) {
+    return ParseVectorField(*bytes, field, error);
+}
+
+bool ParseVectorField(std::span<const std::uint8_t> bytes, VectorFieldAsset* field, std::string* error) {
+    if (bytes.size() < kVectorFieldHeaderBytes) {
         SetError(error, "Not a vector field file.");
         return false;
     }
-    ByteReader reader(bytes->data(), kVectorFieldHeaderBytes);
+    ByteReader reader(bytes.data(), kVectorFieldHeaderBytes);
     if (reader.ReadU32() != kMagic) {
         SetError(error, "Not a vector field file.");
         return false;
@@ -79,16 +83,16 @@ bool ReadVectorField(const std::filesystem::path& path, VectorFieldAsset* field,
     }
     const std::size_t count = std::size_t{width} * height * depth;
     const std::size_t expected = kVectorFieldHeaderBytes + count * sizeof(glm::vec4);
-    if (bytes->size() < expected) {
+    if (bytes.size() < expected) {
         SetError(error, "Vector field file is truncated.");
         return false;
     }
-    if (bytes->size() > expected) {
+    if (bytes.size() > expected) {
         SetError(error, "Vector field file has bytes past its last element.");
         return false;
     }
     std::vector<glm::vec4> values(count);
-    std::memcpy(values.data(), bytes->data() + kVectorFieldHeaderBytes, count * sizeof(glm::vec4));
+    std::memcpy(values.data(), bytes.data() + kVectorFieldHeaderBytes, count * sizeof(glm::vec4));
     for (const glm::vec4& value : values) {
         if (!std::isfinite(value.x) || !std::isfinite(value.y) || !std::isfinite(value.z) || !std::isfinite(value.w)) {
             SetError(error, "Vector field contains non-finite values.");

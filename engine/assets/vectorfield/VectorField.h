@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,10 @@ struct VectorFieldAsset {
 // last element.", "Vector field contains non-finite values.". `field` changes only on success.
 [[nodiscard]] bool ReadVectorField(const std::filesystem::path& path, VectorFieldAsset* field,
                                    std::string* error = nullptr);
+
+// The same over the bytes of a file.
+[[nodiscard]] bool ParseVectorField(std::span<const std::uint8_t> bytes, VectorFieldAsset* field,
+                                    std::string* error = nullptr);
 
 // The asset manager's load of one field: a failure logs "Vector field '<name>' was not
 // loaded: <reason>" and gives nothing.
