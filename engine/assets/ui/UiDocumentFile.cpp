@@ -323,6 +323,8 @@ struct ParseFailure {
     std::string message;
 };
 
+constexpr std::size_t kMaxUiWidgetDepth = 256;
+
 [[noreturn]] void Fail(std::string message) { throw ParseFailure{std::move(message)}; }
 
 // Path of child indices from the root: widgets are held by value, so a pointer into the
@@ -390,6 +392,11 @@ public:
                     scope_.push_back(WidgetPath{});
                 } else {
                     WidgetPath parent = scope_.empty() ? WidgetPath{} : scope_.back();
+                    // Walks over the tree recurse, so a hostile depth must stop here.
+                    if (parent.size() >= kMaxUiWidgetDepth) {
+                        Fail("UI document nests widgets deeper than " + std::to_string(kMaxUiWidgetDepth) +
+                             " levels at line " + std::to_string(lineNumber));
+                    }
                     UiWidgetDefinition& owner = At(parent);
                     parent.push_back(owner.children.size());
                     owner.children.push_back(std::move(widget));

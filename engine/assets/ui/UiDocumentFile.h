@@ -23,7 +23,8 @@ class AssetRegistry;
 
 // Reads the file, resolves its image references (an unresolved one is logged and left
 // empty), and repairs duplicate or empty widget ids with a warning each. The file itself is
-// never written. A failed load leaves `document` partly filled.
+// never written. Widgets nest at most 256 levels below the root. A failed load leaves
+// `document` partly filled.
 [[nodiscard]] bool LoadUiDocument(const std::filesystem::path& path, UiDocumentAsset* document,
                                   const AssetRegistry& registry, std::string* error = nullptr);
 // The same over text; `label` stands for the path in messages.

@@ -136,6 +136,12 @@ TEST_F(UiDocumentFileTest, BrokenDocumentsGiveTheirMessages) {
         EXPECT_FALSE(ParseUiDocument(row.text, "Hud.bui", &document, registry_, &error)) << row.text;
         EXPECT_EQ(error, row.message) << row.text;
     }
+    std::string deep = "bui 1\n";
+    for (int level = 0; level < 258; ++level) deep += "widget_begin \"w\" Panel\n";
+    UiDocumentAsset nested;
+    std::string nestedError;
+    EXPECT_FALSE(ParseUiDocument(deep, "Hud.bui", &nested, registry_, &nestedError));
+    EXPECT_EQ(nestedError, "UI document nests widgets deeper than 256 levels at line 259");
     UiDocumentAsset document;
     std::string error;
     EXPECT_FALSE(LoadUiDocument(folder_ / "None.bui", &document, registry_, &error));
