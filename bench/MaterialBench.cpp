@@ -30,9 +30,9 @@ private:
     std::uint64_t state_ = 12345;
 };
 
-constexpr std::uint32_t kMathKinds[] = {kNodeAdd,   kNodeMultiply, kNodeLerp,  kNodeSin,     kNodeSaturate,
-                                        kNodeClamp, kNodeMin,      kNodeDot,   kNodeCombine, kNodeTime,
-                                        kNodeConstantFloat, kNodeConstantVec3, kNodeFresnel, kNodeRemap};
+constexpr std::uint32_t kMathKinds[] = {
+    kNodeAdd, kNodeMultiply, kNodeLerp, kNodeSin,           kNodeSaturate,     kNodeClamp,   kNodeMin,
+    kNodeDot, kNodeCombine,  kNodeTime, kNodeConstantFloat, kNodeConstantVec3, kNodeFresnel, kNodeRemap};
 
 // Nodes in id order, each input linked at random to an output of an earlier node: acyclic.
 MaterialGraph RandomGraph(std::size_t nodes, AssetHandle function, std::uint32_t domain) {
@@ -55,7 +55,8 @@ MaterialGraph RandomGraph(std::size_t nodes, AssetHandle function, std::uint32_t
         for (const MaterialGraphPin& pin : node->outputs) outputs.push_back(pin.id);
         for (const std::uint64_t input : inputs) {
             if (outputs.size() > node->outputs.size() && random.Next(4) != 0) {
-                const std::uint64_t from = outputs[random.Next(static_cast<std::uint32_t>(outputs.size() - node->outputs.size()))];
+                const std::uint64_t from =
+                    outputs[random.Next(static_cast<std::uint32_t>(outputs.size() - node->outputs.size()))];
                 graph.links.push_back({graph.nextId++, from, input});
             }
         }
@@ -64,7 +65,8 @@ MaterialGraph RandomGraph(std::size_t nodes, AssetHandle function, std::uint32_t
     MaterialGraphNode* output = AddMaterialNode(graph, outputType, 0.0f, 0.0f);
     std::vector<std::uint64_t> sinks;
     for (const MaterialGraphPin& pin : output->inputs) sinks.push_back(pin.id);
-    for (const std::uint64_t sink : sinks) graph.links.push_back({graph.nextId++, outputs[outputs.size() - 1 - random.Next(8)], sink});
+    for (const std::uint64_t sink : sinks)
+        graph.links.push_back({graph.nextId++, outputs[outputs.size() - 1 - random.Next(8)], sink});
     return graph;
 }
 
@@ -118,6 +120,34 @@ void BM_ReadAndWrite1000NodeMaterial(benchmark::State& state) {
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * bytes));
 }
 BENCHMARK(BM_ReadAndWrite1000NodeMaterial)->Unit(benchmark::kMicrosecond);
+
+// The two halves of the above without the file system.
+void BM_Parse1000NodeMaterialText(benchmark::State& state) {
+    MaterialFolder folder;
+    const auto bytes = *Brelk::Platform::ReadFileBytes(folder / "Big.bmat");
+    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    for (auto _ : state) {
+        MaterialAsset material;
+        ParseMaterialText(text, "Big.bmat", material, nullptr);
+        benchmark::DoNotOptimize(material);
+    }
+    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * bytes.size()));
+}
+BENCHMARK(BM_Parse1000NodeMaterialText)->Unit(benchmark::kMicrosecond);
+
+void BM_Serialize1000NodeMaterial(benchmark::State& state) {
+    MaterialFolder folder;
+    MaterialAsset material;
+    if (!ReadMaterialAsset(folder / "Big.bmat", material, nullptr)) std::abort();
+    std::size_t bytes = 0;
+    for (auto _ : state) {
+        const std::string text = SerializeMaterialAsset(material, nullptr);
+        bytes = text.size();
+        benchmark::DoNotOptimize(text);
+    }
+    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * bytes));
+}
+BENCHMARK(BM_Serialize1000NodeMaterial)->Unit(benchmark::kMicrosecond);
 
 void BM_CompileDefaultSurfaceGraph(benchmark::State& state) {
     const MaterialGraph graph = MakeDefaultSurfaceGraph();

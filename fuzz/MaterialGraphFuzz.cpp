@@ -48,8 +48,9 @@ MaterialGraph BuildGraph(Bytes& bytes, std::uint32_t domain) {
         if (kind & 0x80) {
             const std::uint8_t extra = bytes.Next();
             const std::uint32_t direction = extra & 1;
-            MaterialGraphPin pin{graph.nextId++, direction, static_cast<std::uint32_t>((extra >> 1) % 10),
-                                 kPortNames[(extra >> 5) % 5], true, false};
+            MaterialGraphPin pin{
+                graph.nextId++, direction, static_cast<std::uint32_t>((extra >> 1) % 10), kPortNames[(extra >> 5) % 5],
+                true,           false};
             (direction == kPinInput ? node->inputs : node->outputs).push_back(pin);
         }
         if (kind & 0x40) node->properties["value"] = std::to_string(bytes.Next()) + ",1,2,3";
@@ -77,9 +78,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         function.graph = BuildGraph(bytes, bytes.Next() % 3);
     }
     const MaterialGraph graph = BuildGraph(bytes, bytes.Next() % 3);
-    const MaterialCompiledState state =
-        CompileMaterialGraph(graph, {1, "Fuzz", "/shaders"}, bytes.Next() & 1 ? &functions : nullptr, false,
-                             bytes.Next() & 1, false);
+    const MaterialCompiledState state = CompileMaterialGraph(
+        graph, {1, "Fuzz", "/shaders"}, bytes.Next() & 1 ? &functions : nullptr, false, bytes.Next() & 1, false);
     if (state.succeeded && state.FirstError()) std::abort();
     if (state.textures.size() > kMaxMaterialTextureSlots) std::abort();
     return 0;

@@ -102,7 +102,8 @@ bool BuildFragment(MaterialCompileContext& context, const MaterialGraphNode& out
     tail.push_back("vec4 surfaceBaseColor = " + E(baseColor, kPinColor) + ";");
     tail.push_back("surface.baseColor = surfaceBaseColor.rgb;");
     tail.push_back("surface.previewTint = surfaceBaseColor.rgb;");
-    tail.push_back("surface.alpha = clamp(surfaceBaseColor.a * clamp(" + E(opacity, kPinFloat) + ", 0.0, 1.0), 0.0, 1.0);");
+    tail.push_back("surface.alpha = clamp(surfaceBaseColor.a * clamp(" + E(opacity, kPinFloat) +
+                   ", 0.0, 1.0), 0.0, 1.0);");
     tail.push_back("#ifndef BRELK_SHADOW_PASS");
     tail.push_back(state.hasNormalInput ? "surface.normal = normalize(" + E(normal, kPinVec3) + ");"
                                         : "surface.normal = ComputeMaterialNormal(surface.uv);");
@@ -209,8 +210,8 @@ std::optional<MaterialValue> ReadInput(MaterialCompileContext& context, const Ma
 }
 
 std::optional<MaterialValue> ReadInput(MaterialCompileContext& context, const MaterialGraphNode& node,
-                                       std::string_view pinName, std::uint32_t type,
-                                       std::string_view defaultExpression, const std::array<float, 4>& defaultValue) {
+                                       std::string_view pinName, std::uint32_t type, std::string_view defaultExpression,
+                                       const std::array<float, 4>& defaultValue) {
     const MaterialGraphPin* pin = FindPin(node.inputs, pinName);
     if (pin) {
         const auto link = context.inputLinks.find(pin->id);
@@ -375,7 +376,8 @@ MaterialCompiledState CompileMaterialGraph(const MaterialGraph& graph, const Mat
         MaterialStatement statement;
         if (!SplitStatement(context.statementLines[i], context.statementNodes[i], &statement)) {
             state.diagnostics.push_back(
-                {kMaterialError, 0, "Internal compiler error: malformed statement '" + context.statementLines[i] + "'."});
+                {kMaterialError, 0,
+                 "Internal compiler error: malformed statement '" + context.statementLines[i] + "'."});
             return state;
         }
         state.statements.push_back(std::move(statement));
@@ -396,7 +398,9 @@ MaterialCompiledState CompileMaterialGraph(const MaterialGraph& graph, const Mat
     hash = Core::Fnv1a64(state.fragmentSource, hash);
     hash = Core::Fnv1a64(state.vertexSource, hash);
     state.shaderName = input.shaderStem + "_" + std::to_string(hash);
-    const auto path = [&](std::string_view suffix) { return input.outputFolder / (state.shaderName + std::string(suffix)); };
+    const auto path = [&](std::string_view suffix) {
+        return input.outputFolder / (state.shaderName + std::string(suffix));
+    };
     state.vertexPath = path(".vert");
     state.fragmentPath = path(".frag");
     state.vertexSpirvPath = path(".vert.spv");

@@ -65,8 +65,8 @@ std::vector<const MaterialGraphNode*> TopologicalOrder(MaterialCompileContext& c
 // The value of a node's input: the linked output converted to the pin's type, or the
 // default. Empty when the source failed (silently) or a texture meets a number (an error).
 std::optional<MaterialValue> ReadInput(MaterialCompileContext& context, const MaterialGraphNode& node,
-                                       std::string_view pinName, std::uint32_t type,
-                                       std::string_view defaultExpression, const std::array<float, 4>& defaultValue);
+                                       std::string_view pinName, std::uint32_t type, std::string_view defaultExpression,
+                                       const std::array<float, 4>& defaultValue);
 // The default value is read from the literal, when it is one.
 std::optional<MaterialValue> ReadInput(MaterialCompileContext& context, const MaterialGraphNode& node,
                                        std::string_view pinName, std::uint32_t type,

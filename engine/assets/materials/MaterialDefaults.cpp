@@ -37,13 +37,16 @@ MaterialGraph MakeDefaultSurfaceGraph() {
     graph.domain = kDomainSurface;
     const std::uint64_t baseColor =
         Add(graph, kNodeParameterColor, "Base Color", -340.0f, -50.0f, {{"name", "BaseColor"}, {"default", "1,1,1,1"}})
-            .outputs[0].id;
+            .outputs[0]
+            .id;
     const std::uint64_t roughness = Add(graph, kNodeParameterFloat, "Roughness", -340.0f, 80.0f,
                                         {{"name", "Roughness"}, {"default", "0.65,0.65,0.65,0.65"}})
-                                        .outputs[0].id;
+                                        .outputs[0]
+                                        .id;
     const std::uint64_t metallic =
         Add(graph, kNodeParameterFloat, "Metallic", -340.0f, 180.0f, {{"name", "Metallic"}, {"default", "0,0,0,0"}})
-            .outputs[0].id;
+            .outputs[0]
+            .id;
     const MaterialGraphNode& output = Add(graph, kNodeMaterialOutput, "Material Output", 70.0f, 20.0f, {});
     const std::uint64_t baseColorInput = InputNamed(output, "Base Color");
     const std::uint64_t roughnessInput = InputNamed(output, "Roughness");
@@ -59,7 +62,8 @@ MaterialGraph MakeDefaultFunctionGraph() {
     graph.domain = kDomainFunction;
     const std::uint64_t input =
         Add(graph, kNodeFunctionInput, "Input", -240.0f, 20.0f, {{"name", "Value"}, {"value_type", "Float"}})
-            .outputs[0].id;
+            .outputs[0]
+            .id;
     const std::uint64_t output =
         Add(graph, kNodeFunctionOutput, "Function Output", 70.0f, 20.0f, {{"name", "Result"}}).inputs[0].id;
     Link(graph, input, output);

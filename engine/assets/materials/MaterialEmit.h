@@ -40,8 +40,8 @@ inline std::array<float, 4> ConstantAs(const MaterialValue& value, std::uint32_t
 std::uint32_t Wider(std::uint32_t a, std::uint32_t b) noexcept;
 
 // The output holds a value that a statement just named.
-inline void SetStatementOutput(MaterialCompileContext& context, const MaterialGraphNode& node,
-                               std::string_view pin, std::uint32_t type, std::string expression) {
+inline void SetStatementOutput(MaterialCompileContext& context, const MaterialGraphNode& node, std::string_view pin,
+                               std::uint32_t type, std::string expression) {
     SetOutput(context, node, pin, type, std::move(expression), false, {});
 }
 

@@ -86,7 +86,8 @@ void EmitScaleOffset(MaterialCompileContext& context, const MaterialGraphNode& n
     const auto offset = Input(context, node, "Offset", kPinVec2, "vec2(0.0)");
     if (!uv || !scale || !offset) return;
     const std::string v = OutputVariable(node.id, "uv");
-    context.Statement(node, "vec2", v, As(*uv, kPinVec2) + " * " + As(*scale, kPinVec2) + " + " + As(*offset, kPinVec2));
+    context.Statement(node, "vec2", v,
+                      As(*uv, kPinVec2) + " * " + As(*scale, kPinVec2) + " + " + As(*offset, kPinVec2));
     SetStatementOutput(context, node, "UV", kPinVec2, v);
 }
 
@@ -260,7 +261,8 @@ void EmitCustomCode(MaterialCompileContext& context, const MaterialGraphNode& no
         const auto value = Input(context, node, pin.name, pin.type, ZeroLiteral(pin.type));
         call += value ? value->expression : ZeroLiteral(pin.type);
         const std::string placeholder = "$" + std::to_string(i);
-        for (std::size_t at = body.find(placeholder); at != std::string::npos; at = body.find(placeholder, at + arg.size())) {
+        for (std::size_t at = body.find(placeholder); at != std::string::npos;
+             at = body.find(placeholder, at + arg.size())) {
             body.replace(at, placeholder.size(), arg);
         }
     }

@@ -91,18 +91,32 @@ struct UnaryRule {
     float (*fold)(float); // null: never folds
 };
 
-float Fract(float x) { return x - std::floor(x); }
-float RoundHalfUp(float x) { return std::floor(x + 0.5f); }
-float OneMinus(float x) { return 1.0f - x; }
-float Abs(float x) { return std::fabs(x); }
-float Floor(float x) { return std::floor(x); }
-float Ceil(float x) { return std::ceil(x); }
+float Fract(float x) {
+    return x - std::floor(x);
+}
+float RoundHalfUp(float x) {
+    return std::floor(x + 0.5f);
+}
+float OneMinus(float x) {
+    return 1.0f - x;
+}
+float Abs(float x) {
+    return std::fabs(x);
+}
+float Floor(float x) {
+    return std::floor(x);
+}
+float Ceil(float x) {
+    return std::ceil(x);
+}
 
 constexpr UnaryRule kUnaryRules[] = {
-    {kNodeSqrt, nullptr, nullptr},      {kNodeAbs, "abs", Abs},       {kNodeFloor, "floor", Floor},
-    {kNodeCeil, "ceil", Ceil},          {kNodeRound, nullptr, RoundHalfUp}, {kNodeFrac, "fract", Fract},
-    {kNodeSin, "sin", nullptr},         {kNodeCos, "cos", nullptr},   {kNodeTan, "tan", nullptr},
-    {kNodeInvert, nullptr, OneMinus},   {kNodeOneMinus, nullptr, OneMinus},
+    {kNodeSqrt, nullptr, nullptr},      {kNodeAbs, "abs", Abs},
+    {kNodeFloor, "floor", Floor},       {kNodeCeil, "ceil", Ceil},
+    {kNodeRound, nullptr, RoundHalfUp}, {kNodeFrac, "fract", Fract},
+    {kNodeSin, "sin", nullptr},         {kNodeCos, "cos", nullptr},
+    {kNodeTan, "tan", nullptr},         {kNodeInvert, nullptr, OneMinus},
+    {kNodeOneMinus, nullptr, OneMinus},
 };
 
 void EmitUnary(MaterialCompileContext& context, const MaterialGraphNode& node) {
@@ -133,8 +147,8 @@ void EmitUnary(MaterialCompileContext& context, const MaterialGraphNode& node) {
     SetStatementOutput(context, node, output, type, v);
 }
 
-void Emit(MaterialCompileContext& context, const MaterialGraphNode& node, std::string_view prefix,
-          std::uint32_t type, const std::string& value, std::string_view output = "Result") {
+void Emit(MaterialCompileContext& context, const MaterialGraphNode& node, std::string_view prefix, std::uint32_t type,
+          const std::string& value, std::string_view output = "Result") {
     const std::string v = OutputVariable(node.id, prefix);
     context.Statement(node, GlslTypeWord(type), v, value);
     SetStatementOutput(context, node, output, type, v);

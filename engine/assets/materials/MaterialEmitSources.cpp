@@ -175,8 +175,8 @@ void EmitTextureParameter(MaterialCompileContext& context, const MaterialGraphNo
 
 void EmitTextureSample(MaterialCompileContext& context, const MaterialGraphNode& node) {
     const auto texture = Input(context, node, "Texture", kPinTexture2D, "");
-    const auto uv =
-        Input(context, node, "UV", kPinVec2, UvDefault(context, "ComputeSurfaceUv(inTexCoord * material.uvScaleAlphaCutoff.xy)"));
+    const auto uv = Input(context, node, "UV", kPinVec2,
+                          UvDefault(context, "ComputeSurfaceUv(inTexCoord * material.uvScaleAlphaCutoff.xy)"));
     if (!texture || !texture->isTexture) {
         context.Error(node.id, "Texture Sample node requires a texture input.");
         return;

@@ -13,8 +13,12 @@ bool IsResource(std::uint32_t type) noexcept {
     return type == kPinTexture2D || type == kPinSampler || type == kPinMatrix4;
 }
 
-bool IsDigit(char c) noexcept { return c >= '0' && c <= '9'; }
-bool IsLetter(char c) noexcept { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
+bool IsDigit(char c) noexcept {
+    return c >= '0' && c <= '9';
+}
+bool IsLetter(char c) noexcept {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+}
 
 std::uint32_t Width(std::uint32_t type) noexcept {
     const std::uint32_t components = MaterialPinComponents(type);
@@ -178,9 +182,9 @@ std::array<float, 4> LiteralValue(std::string_view expression) noexcept {
     std::size_t at = 0;
     while (at < expression.size() && count < value.size()) {
         const char c = expression[at];
-        const bool startsNumber = IsDigit(c) || c == '.' ||
-                                  (c == '-' && at + 1 < expression.size() &&
-                                   (IsDigit(expression[at + 1]) || expression[at + 1] == '.'));
+        const bool startsNumber =
+            IsDigit(c) || c == '.' ||
+            (c == '-' && at + 1 < expression.size() && (IsDigit(expression[at + 1]) || expression[at + 1] == '.'));
         if (startsNumber && (at == 0 || !(IsLetter(expression[at - 1]) || IsDigit(expression[at - 1])))) {
             float number = 0.0f;
             const auto result = std::from_chars(expression.data() + at, expression.data() + expression.size(), number);

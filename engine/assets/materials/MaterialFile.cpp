@@ -279,8 +279,7 @@ bool ReadMaterialAssetBytes(std::span<const std::uint8_t> bytes, const fs::path&
                             const AssetRegistry* registry, std::string* error) {
     if (IsCookedFile(bytes)) {
         const std::string name = Platform::PathToUtf8(path);
-        const auto payload =
-            OpenCookedContainer(bytes, kCookedKindMaterial, kCookedMaterialFormatVersion, name, error);
+        const auto payload = OpenCookedContainer(bytes, kCookedKindMaterial, kCookedMaterialFormatVersion, name, error);
         if (!payload) return false;
         const std::optional<CookedMaterial> cooked = DecodeCookedMaterial(*payload, name, error);
         if (!cooked) return false;

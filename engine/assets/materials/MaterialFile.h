@@ -55,7 +55,6 @@ AssetHandle MigrateLegacyMaterialHandle(std::uint64_t value, const AssetRegistry
 
 // A reference text of a material file; 0, with a warning, when it names nothing known.
 AssetHandle ResolveMaterialReference(std::string_view text, const AssetRegistry* registry,
-                                     const std::filesystem::path& path, std::string_view label,
-                                     AssetType expectedType);
+                                     const std::filesystem::path& path, std::string_view label, AssetType expectedType);
 
 } // namespace Brelk::Assets

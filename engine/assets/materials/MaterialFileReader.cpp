@@ -118,8 +118,7 @@ void ReadProperty(std::string_view line, GraphIndex& index, const Reading& readi
     MaterialGraphNode* node = index.Find(nodeId);
     if (!node) return;
     if (isReference) {
-        node->properties[key] =
-            std::to_string(reading.Reference(value, NodeLabel(*node, key), AssetType::Unknown));
+        node->properties[key] = std::to_string(reading.Reference(value, NodeLabel(*node, key), AssetType::Unknown));
     } else if (reading.registry && IsHandleProperty(key)) {
         const std::uint64_t handle = std::stoull(value);
         node->properties[key] = std::to_string(reading.Bare(handle, NodeLabel(*node, key)));
@@ -188,10 +187,13 @@ void ParseMaterialText(std::string_view text, const fs::path& path, MaterialAsse
 
         if (key == "version") {
             std::uint64_t version = 0;
-            if (cursor.ReadUnsigned(&version)) reading.version = static_cast<std::uint32_t>(std::min<std::uint64_t>(version, 0xFFFFFFFFu));
+            if (cursor.ReadUnsigned(&version))
+                reading.version = static_cast<std::uint32_t>(std::min<std::uint64_t>(version, 0xFFFFFFFFu));
         } else if (key == "kind") {
             const std::string_view word = WordOrEmpty(cursor);
-            graph.domain = word == "Function" ? kDomainFunction : word == "PostProcess" ? kDomainPostProcess : kDomainSurface;
+            graph.domain = word == "Function"      ? kDomainFunction
+                           : word == "PostProcess" ? kDomainPostProcess
+                                                   : kDomainSurface;
         } else if (key == "opaque") {
             material.opaque = ReadBool(cursor, true);
         } else if (key == "alpha_masked") {
@@ -271,7 +273,8 @@ void ParseMaterialText(std::string_view text, const fs::path& path, MaterialAsse
             pending.propertyReferences.push_back(rest);
         } else if (key == "link") {
             MaterialGraphLink link;
-            if (cursor.ReadUnsigned(&link.id) && cursor.ReadUnsigned(&link.fromPin) && cursor.ReadUnsigned(&link.toPin)) {
+            if (cursor.ReadUnsigned(&link.id) && cursor.ReadUnsigned(&link.fromPin) &&
+                cursor.ReadUnsigned(&link.toPin)) {
                 graph.links.push_back(link);
             }
         } else {

@@ -112,7 +112,8 @@ bool Inline(MaterialGraph& result, const MaterialGraphNode& call, const Material
     for (const MaterialGraphNode& node : body.nodes) {
         if (node.type != kNodeFunctionOutput) continue;
         for (const MaterialGraphPin& pin : node.inputs) {
-            const MaterialGraphPin* callOutput = FindPin(call.outputs, PortName(node, pin, node.inputs.size(), "Result"));
+            const MaterialGraphPin* callOutput =
+                FindPin(call.outputs, PortName(node, pin, node.inputs.size(), "Result"));
             if (callOutput) callOutputs[callOutput->id] = outside(SourceOf(body.links, pin.id));
         }
     }

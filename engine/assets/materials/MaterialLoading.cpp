@@ -44,8 +44,8 @@ std::string MaterialShaderStem(std::string_view name) {
     std::string stem;
     stem.reserve(name.size());
     for (const char c : name) {
-        const bool kept = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
-                          c == '-';
+        const bool kept =
+            (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '-';
         stem += kept ? c : '_';
     }
     stem.erase(0, stem.find_first_not_of('_'));
@@ -89,9 +89,9 @@ std::vector<AssetHandle> MaterialTextureDependencies(const MaterialAsset& materi
     std::sort(overrides.begin(), overrides.end(), [](auto a, auto b) { return a->first < b->first; });
     for (const auto* entry : overrides) add(entry->second.texture);
     for (const MaterialGraphNode& node : material.graph.nodes) {
-        const char* key = node.type == kNodeTexture2D          ? "asset"
+        const char* key = node.type == kNodeTexture2D            ? "asset"
                           : node.type == kNodeParameterTexture2D ? "default_texture"
-                                                                       : nullptr;
+                                                                 : nullptr;
         if (!key) continue;
         const auto found = node.properties.find(key);
         if (found == node.properties.end()) continue;
@@ -113,7 +113,8 @@ bool ResolveMaterialInstance(AssetHandle handle, const AssetRegistry& registry, 
             MaterialEntry& entry = materials.at(handle);
             entry.compiled = MaterialCompiledState{};
             entry.compiled.valid = true;
-            entry.compiled.diagnostics.push_back({kMaterialError, 0, "Material instance has an invalid parent material."});
+            entry.compiled.diagnostics.push_back(
+                {kMaterialError, 0, "Material instance has an invalid parent material."});
             entry.dirty = false;
             return false;
         }

@@ -37,7 +37,8 @@ struct Catalogue {
         detail::AddEffectRows(rows);
         std::sort(rows.begin(), rows.end(), [](const auto& a, const auto& b) { return a.type < b.type; });
         for (std::uint32_t i = 0; i < rows.size(); ++i) {
-            if (rows[i].type != i) throw std::logic_error("Material node catalogue has a gap at " + std::to_string(i) + ".");
+            if (rows[i].type != i)
+                throw std::logic_error("Material node catalogue has a gap at " + std::to_string(i) + ".");
             byType.emplace(rows[i].type, &rows[i]);
             if (!byName.emplace(rows[i].name, &rows[i]).second) {
                 throw std::logic_error("Material node word '" + rows[i].name + "' is used twice.");
@@ -52,8 +53,12 @@ const Catalogue& TheCatalogue() {
     return catalogue;
 }
 
-bool IsUpper(char c) { return c >= 'A' && c <= 'Z'; }
-bool IsLower(char c) { return c >= 'a' && c <= 'z'; }
+bool IsUpper(char c) {
+    return c >= 'A' && c <= 'Z';
+}
+bool IsLower(char c) {
+    return c >= 'a' && c <= 'z';
+}
 
 } // namespace
 

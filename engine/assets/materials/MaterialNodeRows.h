@@ -21,9 +21,15 @@ struct PropertySpec {
     const char* value;
 };
 
-inline constexpr PinSpec In(const char* name, std::uint32_t type) { return {kPinInput, type, name, true}; }
-inline constexpr PinSpec Required(const char* name, std::uint32_t type) { return {kPinInput, type, name, false}; }
-inline constexpr PinSpec Out(const char* name, std::uint32_t type) { return {kPinOutput, type, name, false}; }
+inline constexpr PinSpec In(const char* name, std::uint32_t type) {
+    return {kPinInput, type, name, true};
+}
+inline constexpr PinSpec Required(const char* name, std::uint32_t type) {
+    return {kPinInput, type, name, false};
+}
+inline constexpr PinSpec Out(const char* name, std::uint32_t type) {
+    return {kPinOutput, type, name, false};
+}
 
 // Title and label null: the spaced word. A null category keeps the row out of the palette.
 struct RowSpec {

@@ -9,9 +9,11 @@ void AddEffectRows(std::vector<MaterialNodeDefinition>& rows) {
     AddRow(rows, {kNodeHSVToRGB, "HSVToRGB", color}, {In("Color", kPinVec3), Out("Value", kPinVec3)});
     AddRow(rows, {kNodeBrightnessContrast, "BrightnessContrast", color},
            {In("Color", kPinColor), In("Brightness", kPinFloat), In("Contrast", kPinFloat), Out("Color", kPinColor)});
-    AddRow(rows, {kNodeGamma, "Gamma", color}, {In("Color", kPinColor), In("Gamma", kPinFloat), Out("Color", kPinColor)});
+    AddRow(rows, {kNodeGamma, "Gamma", color},
+           {In("Color", kPinColor), In("Gamma", kPinFloat), Out("Color", kPinColor)});
     AddRow(rows, {kNodeInvert, "Invert", color}, {In("Value", kPinVec4), Out("Color", kPinVec4)});
-    AddRow(rows, {kNodeMix, "Mix", nullptr}, {In("Color", kPinColor), In("Amount", kPinFloat), Out("Color", kPinColor)});
+    AddRow(rows, {kNodeMix, "Mix", nullptr},
+           {In("Color", kPinColor), In("Amount", kPinFloat), Out("Color", kPinColor)});
     AddRow(rows, {kNodeDesaturate, "Desaturate", color},
            {In("Color", kPinColor), In("Amount", kPinFloat), Out("Color", kPinColor)});
 
@@ -30,7 +32,8 @@ void AddEffectRows(std::vector<MaterialNodeDefinition>& rows) {
     AddRow(rows, {kNodeGradient, "Gradient", procedural},
            {In("UV", kPinVec2), In("Scale", kPinFloat), Out("Color", kPinColor)});
     AddRow(rows, {kNodeFresnel, "Fresnel", procedural}, {In("Power", kPinFloat), Out("Value", kPinFloat)});
-    AddRow(rows, {kNodeNoise, "Noise", procedural}, {In("UV", kPinVec2), In("Scale", kPinFloat), Out("Value", kPinFloat)});
+    AddRow(rows, {kNodeNoise, "Noise", procedural},
+           {In("UV", kPinVec2), In("Scale", kPinFloat), Out("Value", kPinFloat)});
 
     AddRow(rows, {kNodeTextureScaleOffset, "TextureScaleOffset", "Texture/Sampling"},
            {In("UV", kPinVec2), In("Scale", kPinVec2), In("Offset", kPinVec2), Out("UV", kPinVec2)});
@@ -50,7 +53,8 @@ void AddEffectRows(std::vector<MaterialNodeDefinition>& rows) {
     AddRow(rows, {kNodeDissolve, "Dissolve", vfx},
            {In("Value", kPinFloat), In("Threshold", kPinFloat), In("Softness", kPinFloat), Out("Mask", kPinFloat),
             Out("Edge", kPinFloat)});
-    AddRow(rows, {kNodeParticleCustom, "ParticleCustom", vfx}, {Out("Custom 1", kPinFloat), Out("Custom 2", kPinFloat)});
+    AddRow(rows, {kNodeParticleCustom, "ParticleCustom", vfx},
+           {Out("Custom 1", kPinFloat), Out("Custom 2", kPinFloat)});
     AddRow(rows, {kNodeDepthFade, "DepthFade", vfx}, {In("Distance", kPinFloat), Out("Fade", kPinFloat)});
     AddRow(rows, {kNodeDecalProjection, "DecalProjection", vfx},
            {Out("UV", kPinVec2), Out("Depth", kPinFloat), Out("Mask", kPinFloat)});

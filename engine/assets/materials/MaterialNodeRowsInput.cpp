@@ -10,8 +10,8 @@ void AddInputRows(std::vector<MaterialNodeDefinition>& rows) {
     AddRow(rows, {kNodePostProcessOutput, "PostProcessOutput", "Output"}, {In("Color", kPinColor)});
     AddRow(rows, {kNodeFunctionInput, "FunctionInput", "Function", "Input", "Function Input", true},
            {Out("Value", kPinFloat)}, {{"name", "Value"}, {"value_type", "Float"}});
-    AddRow(rows, {kNodeFunctionOutput, "FunctionOutput", "Function", nullptr, nullptr, true},
-           {In("Value", kPinFloat)}, {{"name", "Result"}});
+    AddRow(rows, {kNodeFunctionOutput, "FunctionOutput", "Function", nullptr, nullptr, true}, {In("Value", kPinFloat)},
+           {{"name", "Result"}});
 
     constexpr const char* constants = "Input/Constants";
     AddRow(rows, {kNodeConstantBool, "ConstantBool", constants}, {Out("Value", kPinBool)}, {{"value", "0"}});
@@ -20,8 +20,7 @@ void AddInputRows(std::vector<MaterialNodeDefinition>& rows) {
     AddRow(rows, {kNodeConstantVec2, "ConstantVec2", constants}, {Out("Value", kPinVec2)}, {{"value", "0,0"}});
     AddRow(rows, {kNodeConstantVec3, "ConstantVec3", constants}, {Out("Value", kPinVec3)}, {{"value", "0,0,0,0"}});
     AddRow(rows, {kNodeConstantVec4, "ConstantVec4", constants}, {Out("Value", kPinVec4)}, {{"value", "0,0,0,0"}});
-    AddRow(rows, {kNodeConstantColor, "ConstantColor", constants}, {Out("Value", kPinColor)},
-           {{"value", "1,1,1,1"}});
+    AddRow(rows, {kNodeConstantColor, "ConstantColor", constants}, {Out("Value", kPinColor)}, {{"value", "1,1,1,1"}});
 
     AddRow(rows, {kNodeTexture2D, "Texture2D", "Texture/Sources"}, {Out("Texture", kPinTexture2D)},
            {{"asset", "0"}, {"color_space", "srgb"}});
@@ -52,7 +51,8 @@ void AddInputRows(std::vector<MaterialNodeDefinition>& rows) {
     AddRow(rows, {kNodeSceneDepth, "SceneDepth", post}, {Out("Depth", kPinFloat)});
     AddRow(rows, {kNodeResolution, "Resolution", post}, {Out("Value", kPinVec2)});
 
-    const std::initializer_list<PropertySpec> vectorParameter{{"name", "Parameter"}, {"default", "1"}, {"exposed", "1"}};
+    const std::initializer_list<PropertySpec> vectorParameter{
+        {"name", "Parameter"}, {"default", "1"}, {"exposed", "1"}};
     AddRow(rows, {kNodeParameterFloat, "ParameterFloat", "Parameter/Scalar", "Parameter", "Scalar Parameter"},
            {Out("Value", kPinFloat)}, vectorParameter);
     AddRow(rows, {kNodeParameterVec2, "ParameterVec2", "Parameter/Vector", "Parameter", "Vec2 Parameter"},
@@ -63,11 +63,11 @@ void AddInputRows(std::vector<MaterialNodeDefinition>& rows) {
            {Out("Value", kPinVec4)}, vectorParameter);
     AddRow(rows, {kNodeParameterColor, "ParameterColor", "Parameter/Vector", "Parameter", "Color Parameter"},
            {Out("Value", kPinColor)}, {{"name", "Parameter"}, {"default", "1,1,1,1"}, {"exposed", "1"}});
-    AddRow(rows,
-           {kNodeParameterTexture2D, "ParameterTexture2D", "Parameter/Texture", "Texture Parameter",
-            "Texture Parameter"},
-           {Out("Texture", kPinTexture2D)},
-           {{"name", "Texture"}, {"color_space", "srgb"}, {"default_texture", "0"}, {"exposed", "1"}});
+    AddRow(
+        rows,
+        {kNodeParameterTexture2D, "ParameterTexture2D", "Parameter/Texture", "Texture Parameter", "Texture Parameter"},
+        {Out("Texture", kPinTexture2D)},
+        {{"name", "Texture"}, {"color_space", "srgb"}, {"default_texture", "0"}, {"exposed", "1"}});
 }
 
 } // namespace Brelk::Assets::detail

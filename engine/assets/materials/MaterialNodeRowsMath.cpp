@@ -44,8 +44,9 @@ void AddMathRows(std::vector<MaterialNodeDefinition>& rows) {
     AddRow(rows, {kNodeNormalize, "Normalize", vector}, {In("Value", kPinVec3), Out("Result", kPinVec3)});
     AddRow(rows, {kNodeReflect, "Reflect", vector},
            {In("Incident", kPinVec3), In("Normal", kPinVec3), Out("Result", kPinVec3)});
-    AddRow(rows, {kNodeSplitChannels, "SplitChannels", vector},
-           {In("Value", kPinColor), Out("R", kPinFloat), Out("G", kPinFloat), Out("B", kPinFloat), Out("A", kPinFloat)});
+    AddRow(
+        rows, {kNodeSplitChannels, "SplitChannels", vector},
+        {In("Value", kPinColor), Out("R", kPinFloat), Out("G", kPinFloat), Out("B", kPinFloat), Out("A", kPinFloat)});
 
     const std::initializer_list<PinSpec> combine{In("X", kPinFloat),   In("Y", kPinFloat),    In("Z", kPinFloat),
                                                  In("W", kPinFloat),   Out("Vec2", kPinVec2), Out("Vec3", kPinVec3),

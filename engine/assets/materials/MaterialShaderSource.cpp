@@ -34,13 +34,23 @@ constexpr std::array<MaterialTemplateOption, 5> kOptions{{
     {16, "BRELK_AO_DARKENS_AMBIENT", "Occlusion scales the flat ambient term."},
 }};
 
-constexpr std::array<std::string_view, 17> kTemplateFiles{
-    "bindless.glsl",           "brelk_common.glsl",         "brelk_frame_data.glsl",
-    "brelk_frame.glsl",        "brelk_lighting.glsl",       "brelk_debug_views.glsl",
-    "brelk_material_library.glsl", "brelk_surface.glsl",    "brelk_domain_surface.glsl",
-    "brelk_domain_decal.glsl", "brelk_domain_particle.glsl", "brelk_domain_unlit.glsl",
-    "brelk_domain_postprocess.glsl", "brelk_vertex_input.glsl", "brelk_vertex.glsl",
-    "brelk_postprocess_vertex.glsl", "brelk_shadow_vertex.glsl"};
+constexpr std::array<std::string_view, 17> kTemplateFiles{"bindless.glsl",
+                                                          "brelk_common.glsl",
+                                                          "brelk_frame_data.glsl",
+                                                          "brelk_frame.glsl",
+                                                          "brelk_lighting.glsl",
+                                                          "brelk_debug_views.glsl",
+                                                          "brelk_material_library.glsl",
+                                                          "brelk_surface.glsl",
+                                                          "brelk_domain_surface.glsl",
+                                                          "brelk_domain_decal.glsl",
+                                                          "brelk_domain_particle.glsl",
+                                                          "brelk_domain_unlit.glsl",
+                                                          "brelk_domain_postprocess.glsl",
+                                                          "brelk_vertex_input.glsl",
+                                                          "brelk_vertex.glsl",
+                                                          "brelk_postprocess_vertex.glsl",
+                                                          "brelk_shadow_vertex.glsl"};
 
 bool HoldsSurfaceTemplate(const fs::path& folder) {
     std::error_code ignored;
@@ -70,9 +80,15 @@ private:
 
 } // namespace
 
-std::span<const MaterialTemplate> MaterialTemplates() noexcept { return kTemplates; }
-std::span<const MaterialTemplateOption> MaterialTemplateOptions() noexcept { return kOptions; }
-std::span<const std::string_view> MaterialTemplateFiles() noexcept { return kTemplateFiles; }
+std::span<const MaterialTemplate> MaterialTemplates() noexcept {
+    return kTemplates;
+}
+std::span<const MaterialTemplateOption> MaterialTemplateOptions() noexcept {
+    return kOptions;
+}
+std::span<const std::string_view> MaterialTemplateFiles() noexcept {
+    return kTemplateFiles;
+}
 
 const MaterialTemplate& FindMaterialTemplate(std::uint32_t id) noexcept {
     return id < kTemplates.size() ? kTemplates[id] : kTemplates[0];
@@ -151,7 +167,7 @@ std::string BuildVertexSource(std::uint32_t templateId, std::uint32_t variant) {
     std::string text = "#version 450\n#extension GL_GOOGLE_include_directive : require\n";
     if (row.hasOptions) {
         text += (NormalizeVariant(templateId, variant) & kVariantSkinning) ? "#define BRELK_SKINNING 1\n"
-                                                                          : "#define BRELK_SKINNING 0\n";
+                                                                           : "#define BRELK_SKINNING 0\n";
     }
     text += "#include \"";
     text += row.vertexInclude;

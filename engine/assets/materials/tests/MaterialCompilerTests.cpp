@@ -64,9 +64,10 @@ TEST(MaterialCompilerTest, CompilesTheDefaultSurfaceGraphToItsParametersTextAndN
         CompileMaterialGraph(MakeDefaultSurfaceGraph(), {1, "Rock", "/shaders"}, nullptr, false, false, false);
     ASSERT_TRUE(state.succeeded) << testing::PrintToString(Messages(state));
     EXPECT_TRUE(state.diagnostics.empty());
-    EXPECT_EQ(state.parameters, (std::vector<MaterialParameter>{{"BaseColor", kPinColor, 0, {1, 1, 1, 1}, 0, true},
-                                                                 {"Roughness", kPinFloat, 1, {0.65f, 0.65f, 0.65f, 0.65f}, 0, true},
-                                                                 {"Metallic", kPinFloat, 2, {0, 0, 0, 0}, 0, true}}));
+    EXPECT_EQ(state.parameters,
+              (std::vector<MaterialParameter>{{"BaseColor", kPinColor, 0, {1, 1, 1, 1}, 0, true},
+                                              {"Roughness", kPinFloat, 1, {0.65f, 0.65f, 0.65f, 0.65f}, 0, true},
+                                              {"Metallic", kPinFloat, 2, {0, 0, 0, 0}, 0, true}}));
     EXPECT_TRUE(state.textures.empty());
     EXPECT_FALSE(state.translucent);
     EXPECT_TRUE(state.hasNormalInput);
@@ -77,7 +78,8 @@ TEST(MaterialCompilerTest, CompilesTheDefaultSurfaceGraphToItsParametersTextAndN
               "#version 450\n#extension GL_GOOGLE_include_directive : require\n#define BRELK_SKINNING 1\n#include "
               "\"brelk_vertex.glsl\"\n");
     std::string head = "brelk_material_shader_c03|" + std::to_string(state.templateStamp) + "|";
-    const std::uint64_t hash = Core::Fnv1a64(state.vertexSource, Core::Fnv1a64(state.fragmentSource, Core::Fnv1a64(head)));
+    const std::uint64_t hash =
+        Core::Fnv1a64(state.vertexSource, Core::Fnv1a64(state.fragmentSource, Core::Fnv1a64(head)));
     EXPECT_EQ(state.shaderName, "Rock_" + std::to_string(hash));
     EXPECT_EQ(state.fragmentSpirvPath, std::filesystem::path("/shaders") / (state.shaderName + ".frag.spv"));
     EXPECT_TRUE(state.shadowFragmentPath.empty());
@@ -87,7 +89,8 @@ TEST(MaterialCompilerTest, CompilesTheDefaultSurfaceGraphToItsParametersTextAndN
     EXPECT_EQ(masked.variant, 33u);
     EXPECT_TRUE(masked.translucent);
     EXPECT_NE(masked.fragmentSource.find("#define BRELK_ALPHA_TEST\n#include"), std::string::npos);
-    EXPECT_EQ(masked.shadowFragmentSpirvPath, std::filesystem::path("/shaders") / (masked.shaderName + ".shadow.frag.spv"));
+    EXPECT_EQ(masked.shadowFragmentSpirvPath,
+              std::filesystem::path("/shaders") / (masked.shaderName + ".shadow.frag.spv"));
 }
 
 TEST(MaterialCompilerTest, CompilesPostProcessAndFunctionGraphs) {
@@ -96,8 +99,9 @@ TEST(MaterialCompilerTest, CompilesPostProcessAndFunctionGraphs) {
     ASSERT_TRUE(post.succeeded);
     EXPECT_EQ(post.templateIndex, 4u);
     EXPECT_EQ(post.variant, 0u);
-    EXPECT_NE(post.fragmentSource.find("vec4 EvaluatePostProcess()\n{\n    return texture(sceneColorTexture, vUv);\n}\n"),
-              std::string::npos);
+    EXPECT_NE(
+        post.fragmentSource.find("vec4 EvaluatePostProcess()\n{\n    return texture(sceneColorTexture, vUv);\n}\n"),
+        std::string::npos);
     EXPECT_EQ(post.vertexSource, "#version 450\n#extension GL_GOOGLE_include_directive : require\n#include "
                                  "\"brelk_postprocess_vertex.glsl\"\n");
     const MaterialCompiledState function =
@@ -111,7 +115,7 @@ struct EmissionRow {
     std::uint32_t type;
     const char* output;
     std::unordered_map<std::string, std::string> properties;
-    const char* timeInput;  // an input pin fed by a Time node, or null
+    const char* timeInput; // an input pin fed by a Time node, or null
     std::string statements;
     std::string baseColor;
 };
@@ -120,71 +124,163 @@ TEST(MaterialCompilerTest, EmitsEachNodesStatementAndOutput) {
     const EmissionRow table[] = {
         {kNodeAdd, "Result", {}, "A", "float node_1_result = (frame.timeData.x + 0.0);\n", "vec4(node_1_result)"},
         {kNodeDivide, "Result", {}, nullptr, "float node_1_result = (0.0 / 0.0);\n", "vec4(node_1_result)"},
-        {kNodePower, "Result", {}, nullptr, "vec4 node_1_math = pow(max(vec4(0.0), vec4(0.0)), vec4(1.0));\n",
+        {kNodePower,
+         "Result",
+         {},
+         nullptr,
+         "vec4 node_1_math = pow(max(vec4(0.0), vec4(0.0)), vec4(1.0));\n",
          "vec4(node_1_math)"},
         {kNodeMin, "Result", {}, nullptr, "", "vec4(vec4(0.0, 0.0, 0.0, 0.0))"},
-        {kNodeSqrt, "Result", {}, nullptr, "vec4 node_1_unary = sqrt(max(vec4(0.0), vec4(0.0)));\n", "vec4(node_1_unary)"},
-        {kNodeRound, "Result", {}, "Value", "vec4 node_1_unary = floor(vec4(frame.timeData.x) + vec4(0.5));\n",
+        {kNodeSqrt,
+         "Result",
+         {},
+         nullptr,
+         "vec4 node_1_unary = sqrt(max(vec4(0.0), vec4(0.0)));\n",
+         "vec4(node_1_unary)"},
+        {kNodeRound,
+         "Result",
+         {},
+         "Value",
+         "vec4 node_1_unary = floor(vec4(frame.timeData.x) + vec4(0.5));\n",
          "vec4(node_1_unary)"},
         {kNodeOneMinus, "Result", {}, nullptr, "", "vec4(vec4(1.0, 1.0, 1.0, 1.0))"},
-        {kNodeInvert, "Color", {}, "Value", "vec4 node_1_unary = vec4(1.0) - vec4(frame.timeData.x);\n", "vec4(node_1_unary)"},
-        {kNodeLerp, "Result", {}, nullptr, "vec3 node_1_lerp = mix(vec3(0.0), vec3(1.0), 0.5);\n", "vec4(node_1_lerp, 1.0)"},
+        {kNodeInvert,
+         "Color",
+         {},
+         "Value",
+         "vec4 node_1_unary = vec4(1.0) - vec4(frame.timeData.x);\n",
+         "vec4(node_1_unary)"},
+        {kNodeLerp,
+         "Result",
+         {},
+         nullptr,
+         "vec3 node_1_lerp = mix(vec3(0.0), vec3(1.0), 0.5);\n",
+         "vec4(node_1_lerp, 1.0)"},
         {kNodeStep, "Result", {}, "Value", "float node_1_step = step(0.5, frame.timeData.x);\n", "vec4(node_1_step)"},
         {kNodeClamp, "Result", {}, nullptr, "", "vec4(0.0)"},
-        {kNodeSaturate, "Result", {}, "Value", "float node_1_saturate = clamp(frame.timeData.x, 0.0, 1.0);\n",
+        {kNodeSaturate,
+         "Result",
+         {},
+         "Value",
+         "float node_1_saturate = clamp(frame.timeData.x, 0.0, 1.0);\n",
          "vec4(node_1_saturate)"},
-        {kNodeNormalize, "Result", {}, nullptr, "vec3 node_1_normalize = normalize(vec3(0.0));\n", "vec4(node_1_normalize, 1.0)"},
-        {kNodeReflect, "Result", {}, nullptr,
-         "vec3 node_1_reflect = reflect(vec3(0.0, -1.0, 0.0), normalize(vec3(0.0, 1.0, 0.0)));\n", "vec4(node_1_reflect, 1.0)"},
-        {kNodeCombine, "Vec3", {}, "Y", "vec4 node_1_combine = vec4(0.0, frame.timeData.x, 0.0, 1.0);\n",
+        {kNodeNormalize,
+         "Result",
+         {},
+         nullptr,
+         "vec3 node_1_normalize = normalize(vec3(0.0));\n",
+         "vec4(node_1_normalize, 1.0)"},
+        {kNodeReflect,
+         "Result",
+         {},
+         nullptr,
+         "vec3 node_1_reflect = reflect(vec3(0.0, -1.0, 0.0), normalize(vec3(0.0, 1.0, 0.0)));\n",
+         "vec4(node_1_reflect, 1.0)"},
+        {kNodeCombine,
+         "Vec3",
+         {},
+         "Y",
+         "vec4 node_1_combine = vec4(0.0, frame.timeData.x, 0.0, 1.0);\n",
          "vec4(node_1_combine.xyz, 1.0)"},
         {kNodeCombine, "Vec2", {}, nullptr, "", "vec4(vec2(0.0, 0.0), 0.0, 1.0)"},
         {kNodeSplitChannels, "G", {}, nullptr, "", "vec4(0.0)"},
         {kNodeSwizzle, "Value", {{"mask", "RGBA"}}, nullptr, "", "vec4(vec4(0.0, 0.0, 0.0, 0.0))"},
         {kNodeSwizzle, "Value", {{"mask", "bgr"}}, "Value", "", "vec4((vec4(frame.timeData.x)).zyx, 1.0)"},
         {kNodeComponentMask, "Value", {{"mask", ""}}, "Value", "", "vec4((vec4(frame.timeData.x)).xyz, 1.0)"},
-        {kNodeCompare, "Result", {{"op", "=>"}}, nullptr, "float node_1_compare = (0.0 >= 0.0) ? 1.0 : 0.0;\n",
+        {kNodeCompare,
+         "Result",
+         {{"op", "=>"}},
+         nullptr,
+         "float node_1_compare = (0.0 >= 0.0) ? 1.0 : 0.0;\n",
          "vec4(node_1_compare)"},
-        {kNodeCompare, "Result", {{"op", "!="}}, nullptr, "float node_1_compare = (0.0 != 0.0) ? 1.0 : 0.0;\n",
+        {kNodeCompare,
+         "Result",
+         {{"op", "!="}},
+         nullptr,
+         "float node_1_compare = (0.0 != 0.0) ? 1.0 : 0.0;\n",
          "vec4(node_1_compare)"},
-        {kNodeRemap, "Result", {}, nullptr,
-         "float node_1_remap = mix(0.0, 1.0, ((0.0 - 0.0) / max(1.0 - 0.0, 0.00001)));\n", "vec4(node_1_remap)"},
+        {kNodeRemap,
+         "Result",
+         {},
+         nullptr,
+         "float node_1_remap = mix(0.0, 1.0, ((0.0 - 0.0) / max(1.0 - 0.0, 0.00001)));\n",
+         "vec4(node_1_remap)"},
         {kNodeRGBToHSV, "Value", {}, nullptr, "vec3 node_1_hsv = RGBToHSV(vec3(1.0));\n", "vec4(node_1_hsv, 1.0)"},
-        {kNodeBrightnessContrast, "Color", {}, nullptr,
-         "vec4 node_1_brightnessContrast = vec4(((vec4(1.0)).rgb + 0.0 - vec3(0.5)) * 1.0 + vec3(0.5), (vec4(1.0)).a);\n",
+        {kNodeBrightnessContrast,
+         "Color",
+         {},
+         nullptr,
+         "vec4 node_1_brightnessContrast = vec4(((vec4(1.0)).rgb + 0.0 - vec3(0.5)) * 1.0 + vec3(0.5), "
+         "(vec4(1.0)).a);\n",
          "node_1_brightnessContrast"},
-        {kNodeGamma, "Color", {}, nullptr,
-         "vec4 node_1_gamma = vec4(pow(max((vec4(1.0)).rgb, vec3(0.0)), vec3(1.0 / max(2.2, 0.001))), (vec4(1.0)).a);\n",
+        {kNodeGamma,
+         "Color",
+         {},
+         nullptr,
+         "vec4 node_1_gamma = vec4(pow(max((vec4(1.0)).rgb, vec3(0.0)), vec3(1.0 / max(2.2, 0.001))), "
+         "(vec4(1.0)).a);\n",
          "node_1_gamma"},
-        {kNodeMix, "Color", {}, nullptr,
+        {kNodeMix,
+         "Color",
+         {},
+         nullptr,
          "vec3 node_1_desaturate_luma = vec3(dot((vec4(1.0)).rgb, vec3(0.2126, 0.7152, 0.0722)));\n"
-         "vec4 node_1_desaturate = vec4(mix((vec4(1.0)).rgb, node_1_desaturate_luma, clamp(0.5, 0.0, 1.0)), (vec4(1.0)).a);\n",
+         "vec4 node_1_desaturate = vec4(mix((vec4(1.0)).rgb, node_1_desaturate_luma, clamp(0.5, 0.0, 1.0)), "
+         "(vec4(1.0)).a);\n",
          "node_1_desaturate"},
-        {kNodeTextureScaleOffset, "UV", {}, nullptr, "vec2 node_1_uv = inTexCoord * vec2(1.0) + vec2(0.0);\n",
+        {kNodeTextureScaleOffset,
+         "UV",
+         {},
+         nullptr,
+         "vec2 node_1_uv = inTexCoord * vec2(1.0) + vec2(0.0);\n",
          "vec4(node_1_uv, 0.0, 1.0)"},
-        {kNodeNormalMap, "Normal", {}, nullptr,
+        {kNodeNormalMap,
+         "Normal",
+         {},
+         nullptr,
          "vec2 node_1_normalXy = (vec4(0.5, 0.5, 1.0, 1.0)).xy * 2.0 - 1.0;\n"
-         "vec3 node_1_normal = normalize(vec3(node_1_normalXy, sqrt(max(1.0 - dot(node_1_normalXy, node_1_normalXy), 0.0))));\n",
+         "vec3 node_1_normal = normalize(vec3(node_1_normalXy, sqrt(max(1.0 - dot(node_1_normalXy, node_1_normalXy), "
+         "0.0))));\n",
          "vec4(node_1_normal, 1.0)"},
-        {kNodeChecker, "Color", {}, nullptr,
+        {kNodeChecker,
+         "Color",
+         {},
+         nullptr,
          "float node_1_procedural_cell = mod(floor((inTexCoord * 8.0).x) + floor((inTexCoord * 8.0).y), 2.0);\n"
          "vec4 node_1_procedural = mix(vec4(0.04, 0.04, 0.04, 1.0), vec4(1.0), node_1_procedural_cell);\n",
          "node_1_procedural"},
-        {kNodeGradient, "Color", {}, nullptr, "vec4 node_1_procedural = vec4(vec3(fract((inTexCoord * 8.0).x)), 1.0);\n",
+        {kNodeGradient,
+         "Color",
+         {},
+         nullptr,
+         "vec4 node_1_procedural = vec4(vec3(fract((inTexCoord * 8.0).x)), 1.0);\n",
          "node_1_procedural"},
-        {kNodeNoise, "Value", {}, nullptr, "float node_1_procedural = ValueNoise((inTexCoord * 8.0));\n",
+        {kNodeNoise,
+         "Value",
+         {},
+         nullptr,
+         "float node_1_procedural = ValueNoise((inTexCoord * 8.0));\n",
          "vec4(node_1_procedural)"},
-        {kNodeFresnel, "Value", {}, nullptr,
+        {kNodeFresnel,
+         "Value",
+         {},
+         nullptr,
          "float node_1_fresnel = pow(1.0 - max(dot(normalize(inWorldNormal), normalize(frame.cameraPosition.xyz - "
          "inWorldPosition)), 0.0), max(5.0, 0.001));\n",
          "vec4(node_1_fresnel)"},
-        {kNodeFlipbookUV, "Value", {}, nullptr,
+        {kNodeFlipbookUV,
+         "Value",
+         {},
+         nullptr,
          "vec2 node_1_grid = max(floor(vec2(1.0, 1.0)), vec2(1.0));\n"
          "float node_1_cell = mod(floor(0.0), node_1_grid.x * node_1_grid.y);\n"
          "vec2 node_1_uv = (inTexCoord + vec2(mod(node_1_cell, node_1_grid.x), floor(node_1_cell / node_1_grid.x))) / "
          "node_1_grid;\n",
          "vec4(node_1_uv, 0.0, 1.0)"},
-        {kNodeDissolve, "Edge", {}, nullptr,
+        {kNodeDissolve,
+         "Edge",
+         {},
+         nullptr,
          "float node_1_mask = clamp((0.0 - 0.0) / max(0.05, 0.0001), 0.0, 1.0);\n",
          "vec4((4.0 * node_1_mask * (1.0 - node_1_mask)))"},
         {kNodeDepthFade, "Fade", {}, nullptr, "", "vec4(BrelkDepthFade(0.5))"},
@@ -193,8 +289,18 @@ TEST(MaterialCompilerTest, EmitsEachNodesStatementAndOutput) {
         {kNodeConstantBool, "Value", {{"value", "1"}}, nullptr, "", "vec4((true ? 1.0 : 0.0))"},
         {kNodeConstantInt, "Value", {{"value", "3"}}, nullptr, "", "vec4(float(3))"},
         {kNodeParameterVec3, "Value", {{"name", ""}}, nullptr, "", "vec4(material.parameterVectors[0].xyz, 1.0)"},
-        {kNodeViewDirection, "Value", {}, nullptr, "", "vec4(normalize(frame.cameraPosition.xyz - inWorldPosition), 1.0)"},
-        {kNodeCustomCode, "Value", {}, nullptr, "float node_1_custom = CustomNode_1(vec4(0.0));\n", "vec4(node_1_custom)"},
+        {kNodeViewDirection,
+         "Value",
+         {},
+         nullptr,
+         "",
+         "vec4(normalize(frame.cameraPosition.xyz - inWorldPosition), 1.0)"},
+        {kNodeCustomCode,
+         "Value",
+         {},
+         nullptr,
+         "float node_1_custom = CustomNode_1(vec4(0.0));\n",
+         "vec4(node_1_custom)"},
     };
     for (const EmissionRow& row : table) {
         GraphBuilder graph;
@@ -219,9 +325,10 @@ TEST(MaterialCompilerTest, CustomCodeBecomesAHelperFunctionOfItsInputs) {
     graph.Link(custom, "Value", graph.Add(kNodeMaterialOutput), "Emissive");
     const MaterialCompiledState state = graph.Compile();
     ASSERT_TRUE(state.succeeded);
-    EXPECT_NE(state.fragmentSource.find("\n\nvec3 CustomNode_1(vec4 arg0, float arg1)\n{\n    vec3 result = vec3(0.0);\n"
-                                        "    result = arg0 * arg1;\n    return result;\n}\n\nBrelkSurface"),
-              std::string::npos)
+    EXPECT_NE(
+        state.fragmentSource.find("\n\nvec3 CustomNode_1(vec4 arg0, float arg1)\n{\n    vec3 result = vec3(0.0);\n"
+                                  "    result = arg0 * arg1;\n    return result;\n}\n\nBrelkSurface"),
+        std::string::npos)
         << state.fragmentSource;
     EXPECT_EQ(Statements(state), "vec3 node_1_custom = CustomNode_1(vec4(0.0), frame.timeData.x);\n");
 }
@@ -262,8 +369,10 @@ TEST(MaterialCompilerTest, NodesOutsideTheirDomainsAndBrokenNodesGiveTheirErrors
 }
 
 TEST(MaterialCompilerTest, ChecksTheGraphsShapeBeforeEmitting) {
-    EXPECT_EQ(Messages(GraphBuilder(0).Compile()), std::vector<std::string>{"E0 Graph is missing a Material Output node."});
-    EXPECT_EQ(Messages(GraphBuilder(1).Compile()), std::vector<std::string>{"E0 Graph is missing a Function Output node."});
+    EXPECT_EQ(Messages(GraphBuilder(0).Compile()),
+              std::vector<std::string>{"E0 Graph is missing a Material Output node."});
+    EXPECT_EQ(Messages(GraphBuilder(1).Compile()),
+              std::vector<std::string>{"E0 Graph is missing a Function Output node."});
     EXPECT_EQ(Messages(GraphBuilder(2).Compile()),
               std::vector<std::string>{"E0 Graph is missing a Post Process Output node."});
 
@@ -288,7 +397,8 @@ TEST(MaterialCompilerTest, ChecksTheGraphsShapeBeforeEmitting) {
     extra.Add(kNodeTime);
     const MaterialCompiledState state = extra.Compile();
     EXPECT_TRUE(state.succeeded);
-    EXPECT_EQ(Messages(state), std::vector<std::string>{"W6 'Material Output' has no input named 'Sheen'; its link is ignored."});
+    EXPECT_EQ(Messages(state),
+              std::vector<std::string>{"W6 'Material Output' has no input named 'Sheen'; its link is ignored."});
     EXPECT_EQ(state.removedDead, 1u);
     EXPECT_TRUE(state.statements.empty());
 }
@@ -299,7 +409,8 @@ TEST(MaterialCompilerTest, SharesParameterSlotsByNameAndStopsAtTheLimits) {
     graph.Node(add).inputs.clear();
     for (int i = 0; i < 34; ++i) {
         const std::uint64_t pin = graph.AddPin(add, kPinInput, kPinFloat, "In" + std::to_string(i));
-        const std::uint64_t parameter = graph.Add(kNodeParameterFloat, {{"name", i == 33 ? "P0" : "P" + std::to_string(i)}});
+        const std::uint64_t parameter =
+            graph.Add(kNodeParameterFloat, {{"name", i == 33 ? "P0" : "P" + std::to_string(i)}});
         graph.Graph().links.push_back({graph.Graph().nextId++, graph.Node(parameter).outputs[0].id, pin});
     }
     graph.Link(add, "Result", graph.Add(kNodeMaterialOutput), "Metallic");
@@ -307,7 +418,8 @@ TEST(MaterialCompilerTest, SharesParameterSlotsByNameAndStopsAtTheLimits) {
     EXPECT_FALSE(state.succeeded);
     EXPECT_EQ(state.parameters.size(), 32u);
     const MaterialGraphNode& last = graph.Graph().nodes[33];
-    EXPECT_EQ(Messages(state), std::vector<std::string>{"E" + std::to_string(last.id) + " Vector parameter limit reached."});
+    EXPECT_EQ(Messages(state),
+              std::vector<std::string>{"E" + std::to_string(last.id) + " Vector parameter limit reached."});
 
     GraphBuilder textures;
     const std::uint64_t custom = textures.Add(kNodeCustomCode);
@@ -323,7 +435,8 @@ TEST(MaterialCompilerTest, SharesParameterSlotsByNameAndStopsAtTheLimits) {
     textures.Link(custom, "Value", textures.Add(kNodeMaterialOutput), "Metallic");
     state = textures.Compile();
     EXPECT_EQ(state.textures.size(), 14u);
-    EXPECT_EQ(Messages(state), std::vector<std::string>{"E" + std::to_string(fifteenth) + " Texture parameter limit reached."});
+    EXPECT_EQ(Messages(state),
+              std::vector<std::string>{"E" + std::to_string(fifteenth) + " Texture parameter limit reached."});
 }
 
 TEST(MaterialCompilerTest, FoldsConstantsRemovesRepeatsAndTreatsLinkedOpacityAsTranslucent) {
@@ -425,11 +538,21 @@ TEST(MaterialExpressionTest, ConvertsBetweenEveryKindOfType) {
         std::uint32_t to;
         const char* result;
     } table[] = {
-        {kPinVec3, kPinVec3, "x"},          {kPinTexture2D, kPinFloat, "x"},   {kPinFloat, kPinBool, "(x != 0.0)"},
-        {kPinVec3, kPinBool, "((x).x != 0.0)"}, {kPinVec2, kPinInt, "int((x).x)"}, {kPinBool, kPinVec2, "vec2((x ? 1.0 : 0.0))"},
-        {kPinInt, kPinFloat, "float(x)"},   {kPinVec4, kPinFloat, "(x).x"},    {kPinFloat, kPinColor, "vec4(x)"},
-        {kPinVec2, kPinColor, "vec4(x, 0.0, 1.0)"}, {kPinVec3, kPinVec4, "vec4(x, 1.0)"}, {kPinVec2, kPinVec3, "vec3(x, 0.0)"},
-        {kPinColor, kPinVec4, "vec4(x)"},   {kPinColor, kPinVec3, "(x).xyz"},  {kPinVec4, kPinVec2, "(x).xy"},
+        {kPinVec3, kPinVec3, "x"},
+        {kPinTexture2D, kPinFloat, "x"},
+        {kPinFloat, kPinBool, "(x != 0.0)"},
+        {kPinVec3, kPinBool, "((x).x != 0.0)"},
+        {kPinVec2, kPinInt, "int((x).x)"},
+        {kPinBool, kPinVec2, "vec2((x ? 1.0 : 0.0))"},
+        {kPinInt, kPinFloat, "float(x)"},
+        {kPinVec4, kPinFloat, "(x).x"},
+        {kPinFloat, kPinColor, "vec4(x)"},
+        {kPinVec2, kPinColor, "vec4(x, 0.0, 1.0)"},
+        {kPinVec3, kPinVec4, "vec4(x, 1.0)"},
+        {kPinVec2, kPinVec3, "vec3(x, 0.0)"},
+        {kPinColor, kPinVec4, "vec4(x)"},
+        {kPinColor, kPinVec3, "(x).xyz"},
+        {kPinVec4, kPinVec2, "(x).xy"},
     };
     for (const auto& row : table) EXPECT_EQ(ConvertExpression("x", row.from, row.to), row.result) << row.from << row.to;
     EXPECT_EQ(ConvertConstant({1, 2, 3, 4}, kPinVec2, kPinColor), (std::array<float, 4>{1, 2, 0, 1}));

@@ -206,12 +206,14 @@ TEST_F(MaterialFileTest, RoundTripsEveryFieldWithReferencesThroughTheRegistry) {
     const std::string rock = AssetReferenceOf(registry_, rock_);
     EXPECT_EQ(text.substr(0, 10), "version 3\n");
     for (const std::string& line : std::vector<std::string>{
-             "parent_material_ref \"" + AssetReferenceOf(registry_, base_) + "\"\n", "emissive 1,0,0.5,0\nemissive_intensity 0\n",
-          "albedo_texture_ref \"" + rock + "\"\nnormal_texture_ref \"\"\n",
-          "override_ref \"Albedo\" 0 0,0,0,0 \"\"\noverride_ref \"Tint \\\"A\\\"\" 1 1,0.5,0,1 \"" + rock + "\"\n",
-          "node 40 Texture2D 0 0 \"Rock \\\\ Moss\"\npin 40 41 Output Texture2D 0 1 \"Texture\"\nprop_ref 40 \"asset\" \"" +
-              rock + "\"\nprop 40 \"color_space\" \"linear\"\n",
-          std::string("cull_mode Back\n")}) {
+             "parent_material_ref \"" + AssetReferenceOf(registry_, base_) + "\"\n",
+             "emissive 1,0,0.5,0\nemissive_intensity 0\n",
+             "albedo_texture_ref \"" + rock + "\"\nnormal_texture_ref \"\"\n",
+             "override_ref \"Albedo\" 0 0,0,0,0 \"\"\noverride_ref \"Tint \\\"A\\\"\" 1 1,0.5,0,1 \"" + rock + "\"\n",
+             "node 40 Texture2D 0 0 \"Rock \\\\ Moss\"\npin 40 41 Output Texture2D 0 1 \"Texture\"\nprop_ref 40 "
+             "\"asset\" \"" +
+                 rock + "\"\nprop 40 \"color_space\" \"linear\"\n",
+             std::string("cull_mode Back\n")}) {
         EXPECT_NE(text.find(line), std::string::npos) << line << "\n---\n" << text;
     }
 
@@ -251,7 +253,8 @@ TEST_F(MaterialFileTest, ReadsCookedMaterialsByTheirSourceTextAndReportsBrokenCo
          "Invalid cooked material " + name + ": Cooked data ends early."},
     };
     for (const auto& row : table) {
-        WriteText(root_ / "Broken.bmat", std::string_view(reinterpret_cast<const char*>(row.bytes.data()), row.bytes.size()));
+        WriteText(root_ / "Broken.bmat",
+                  std::string_view(reinterpret_cast<const char*>(row.bytes.data()), row.bytes.size()));
         std::string error;
         EXPECT_FALSE(ReadMaterialAsset(root_ / "Broken.bmat", material, nullptr, &error));
         EXPECT_EQ(error, row.message);
@@ -262,8 +265,9 @@ TEST_F(MaterialFileTest, ReadsCookedMaterialsByTheirSourceTextAndReportsBrokenCo
     fs::create_directories(root_ / "Folder.bmat");
     EXPECT_FALSE(WriteMaterialAsset(root_ / "Folder.bmat", material, nullptr, &error));
     EXPECT_EQ(error, "Failed to open material asset for writing.");
-    EXPECT_NE(Testing::ThrownMessage([&] { (void)WriteMaterialAsset(root_ / "Cooked.bmatpp" / "In.bmat", material, nullptr); })
-                  .find("create_directories"),
+    EXPECT_NE(Testing::ThrownMessage([&] {
+                  (void)WriteMaterialAsset(root_ / "Cooked.bmatpp" / "In.bmat", material, nullptr);
+              }).find("create_directories"),
               std::string::npos);
 }
 
@@ -282,10 +286,11 @@ TEST_F(MaterialFileTest, AppliesTheReadersRulesForModesVersionsAndLateLines) {
     EXPECT_EQ(ReadBack("shading_model Unlit\ndepth_mode Always\nuv_scale 3,x\n", nullptr).depthMode, 2u);
     EXPECT_EQ(ReadBack("uv_scale 3,x\n", nullptr).uvScale, (std::array<float, 2>{1.0f, 1.0f}));
 
-    const MaterialAsset late = ReadBack("pin 9 10 Output Bogus 1 1 \"Out\"\nprop 9 \"k\" \"v\"\npin 9 11 Input Vec3 0 0\n"
-                                        "pin 8 12 Input Vec3 0 0 \"Nowhere\"\nnode 9 NoSuchNode 1.5 -2 \"Late\"\n"
-                                        "node 13 CustomCode 0 0 \"Code\"\nlink 1 2 3\nlink 4 x 5\nfuture_key 1\n",
-                                        nullptr);
+    const MaterialAsset late =
+        ReadBack("pin 9 10 Output Bogus 1 1 \"Out\"\nprop 9 \"k\" \"v\"\npin 9 11 Input Vec3 0 0\n"
+                 "pin 8 12 Input Vec3 0 0 \"Nowhere\"\nnode 9 NoSuchNode 1.5 -2 \"Late\"\n"
+                 "node 13 CustomCode 0 0 \"Code\"\nlink 1 2 3\nlink 4 x 5\nfuture_key 1\n",
+                 nullptr);
     ASSERT_EQ(late.graph.nodes.size(), 2u);
     const MaterialGraphNode& node = late.graph.nodes[0];
     EXPECT_EQ(node.type, 6u);
@@ -309,18 +314,18 @@ TEST_F(MaterialFileTest, BareHandlesAreMigratedOnlyInOldFilesAndReferencesThatFa
     }
     {
         LogCapture log;
-        const MaterialAsset material = ReadBack("version 1\nalbedo_texture 123\nnormal_texture " +
-                                                    std::to_string(legacyRock) + "\nao_texture " +
-                                                    std::to_string(rock_) + "\n",
-                                                &registry_);
+        const MaterialAsset material =
+            ReadBack("version 1\nalbedo_texture 123\nnormal_texture " + std::to_string(legacyRock) + "\nao_texture " +
+                         std::to_string(rock_) + "\n",
+                     &registry_);
         EXPECT_EQ(material.albedoTexture, 0u);
         EXPECT_EQ(material.normalTexture, rock_);
         EXPECT_EQ(material.aoTexture, rock_);
         EXPECT_EQ(log.Messages(Core::LogLevel::Warning),
-                  (std::vector<std::string>{
-                      "Unresolved material asset reference in " + in + " (albedo_texture): 123",
-                      "Migrated legacy material asset handle in " + in +
-                          " (normal_texture) to current project asset: " + (root_ / "Content/Textures/Rock.png").string()}));
+                  (std::vector<std::string>{"Unresolved material asset reference in " + in + " (albedo_texture): 123",
+                                            "Migrated legacy material asset handle in " + in +
+                                                " (normal_texture) to current project asset: " +
+                                                (root_ / "Content/Textures/Rock.png").string()}));
     }
     {
         LogCapture log;
@@ -338,7 +343,8 @@ TEST_F(MaterialFileTest, BareHandlesAreMigratedOnlyInOldFilesAndReferencesThatFa
                       "Unresolved material asset reference in " + in + " (override 'Tint'.texture): guid:x",
                       "Unresolved material asset reference in " + in + " (node 'Tex' other): builtin:Nope"}));
     }
-    const MaterialAsset without = ReadBack("version 3\nalbedo_texture 123\nnormal_texture_ref \"content:x\"\n", nullptr);
+    const MaterialAsset without =
+        ReadBack("version 3\nalbedo_texture 123\nnormal_texture_ref \"content:x\"\n", nullptr);
     EXPECT_EQ(without.albedoTexture, 123u);
     EXPECT_EQ(without.normalTexture, 0u);
 
@@ -349,7 +355,8 @@ TEST_F(MaterialFileTest, BareHandlesAreMigratedOnlyInOldFilesAndReferencesThatFa
 }
 
 TEST(MaterialExtensionTest, KnowsTheFourKindsInAnyCase) {
-    for (const char* path : {"a.bmat", "b/c.BMATPP", "d.bmatinst", "e.BmatFunc"}) EXPECT_TRUE(IsMaterialExtension(path));
+    for (const char* path : {"a.bmat", "b/c.BMATPP", "d.bmatinst", "e.BmatFunc"})
+        EXPECT_TRUE(IsMaterialExtension(path));
     for (const char* path : {"a.bmats", "bmat", "a.bmat.bmeta", "a.mat"}) EXPECT_FALSE(IsMaterialExtension(path));
 }
 
@@ -360,9 +367,10 @@ TEST(DefaultMaterialTest, UsesTheBuiltinTexturesAndRoughnessOfTheEngine) {
     builtins.flatNormal = 13;
     const MaterialAsset material = MakeDefaultMaterial(builtins);
     EXPECT_EQ(material.roughness, 0.65f);
-    EXPECT_EQ((std::array{material.albedoTexture, material.normalTexture, material.metallicTexture,
-                          material.roughnessTexture, material.aoTexture, material.emissiveTexture, material.heightTexture}),
-              (std::array<AssetHandle, 7>{11, 13, 11, 11, 11, 12, 12}));
+    EXPECT_EQ(
+        (std::array{material.albedoTexture, material.normalTexture, material.metallicTexture, material.roughnessTexture,
+                    material.aoTexture, material.emissiveTexture, material.heightTexture}),
+        (std::array<AssetHandle, 7>{11, 13, 11, 11, 11, 12, 12}));
     EXPECT_TRUE(material.graph.nodes.empty());
 }
 

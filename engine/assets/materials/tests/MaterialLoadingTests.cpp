@@ -59,7 +59,8 @@ TEST_F(MaterialLoadingTest, LoadsCompilesAndResolvesInstancesLoggingWhatFails) {
     registry_.Rescan();
 
     LogCapture log;
-    const MaterialLoadResult result = LoadMaterialAssetsFromRegistry(registry_, materials_, resolver_, root_ / "Shaders");
+    const MaterialLoadResult result =
+        LoadMaterialAssetsFromRegistry(registry_, materials_, resolver_, root_ / "Shaders");
     EXPECT_EQ(result.loaded.size(), 5u);
     EXPECT_EQ(result.compiled.size(), 3u);
     const std::string broken = Content("Broken.bmat").string();
@@ -67,11 +68,12 @@ TEST_F(MaterialLoadingTest, LoadsCompilesAndResolvesInstancesLoggingWhatFails) {
               (std::vector<std::string>{"Failed to load material asset 'Bad.bmat': stoull",
                                         "Unresolved material asset reference in " + broken +
                                             " (albedo_texture): content:Nope.png"}));
-    EXPECT_EQ(log.Messages(Core::LogLevel::Error),
-              (std::vector<std::string>{
-                  "Failed to compile material asset 'Cycle.bmat': Material graph contains a cycle. Only DAG graphs can "
-                  "compile.",
-                  "Failed to compile material asset 'Orphan.bmatinst': Material instance has an invalid parent material."}));
+    EXPECT_EQ(
+        log.Messages(Core::LogLevel::Error),
+        (std::vector<std::string>{
+            "Failed to compile material asset 'Cycle.bmat': Material graph contains a cycle. Only DAG graphs can "
+            "compile.",
+            "Failed to compile material asset 'Orphan.bmatinst': Material instance has an invalid parent material."}));
 
     const MaterialEntry& baseEntry = materials_.at(base);
     EXPECT_TRUE(baseEntry.compiled.succeeded);

@@ -27,7 +27,8 @@ std::string DumpCatalogue() {
 }
 
 TEST(MaterialNodeCatalogueTest, MatchesTheGoldenTableOfIdsWordsTitlesCategoriesPinsAndDefaults) {
-    const std::string golden = std::string(BRELK_TEST_DATA_DIR) + "/../../materials/tests/data/MaterialNodeCatalogue.txt";
+    const std::string golden =
+        std::string(BRELK_TEST_DATA_DIR) + "/../../materials/tests/data/MaterialNodeCatalogue.txt";
     if (std::getenv("BRELK_UPDATE_GOLDEN")) Testing::WriteText(golden, DumpCatalogue());
     EXPECT_EQ(DumpCatalogue(), Testing::ReadText(golden));
 }
@@ -43,8 +44,9 @@ TEST(MaterialNodeCatalogueTest, FindsRowsByIdAndWordOnly) {
 
 TEST(MaterialNodeCatalogueTest, SpacesWordsKeepingAcronymsWhole) {
     const std::pair<const char*, const char*> table[] = {
-        {"RGBToHSV", "RGB To HSV"},   {"HSVToRGB", "HSV To RGB"},       {"VertexUV1", "Vertex UV1"},
-        {"ScreenUV", "Screen UV"},    {"FlipbookUV", "Flipbook UV"},    {"Texture2D", "Texture2D"},
+        {"RGBToHSV", "RGB To HSV"},        {"HSVToRGB", "HSV To RGB"},
+        {"VertexUV1", "Vertex UV1"},       {"ScreenUV", "Screen UV"},
+        {"FlipbookUV", "Flipbook UV"},     {"Texture2D", "Texture2D"},
         {"ConstantVec2", "Constant Vec2"}, {"PostProcessOutput", "Post Process Output"},
     };
     for (const auto& [word, spaced] : table) EXPECT_EQ(SpacedNodeWord(word), spaced);
