@@ -276,14 +276,15 @@ AssetHandle ResolveMaterialReference(std::string_view text, const AssetRegistry*
 }
 
 bool ReadMaterialAssetBytes(std::span<const std::uint8_t> bytes, const fs::path& path, MaterialAsset& material,
-                            const AssetRegistry* registry, std::string* error) {
+                            const AssetRegistry* registry, std::string* error, CookedMaterial* cookedOut) {
     if (IsCookedFile(bytes)) {
         const std::string name = Platform::PathToUtf8(path);
         const auto payload = OpenCookedContainer(bytes, kCookedKindMaterial, kCookedMaterialFormatVersion, name, error);
         if (!payload) return false;
-        const std::optional<CookedMaterial> cooked = DecodeCookedMaterial(*payload, name, error);
+        std::optional<CookedMaterial> cooked = DecodeCookedMaterial(*payload, name, error);
         if (!cooked) return false;
         ParseMaterialText(cooked->sourceText, path, material, registry);
+        if (cookedOut) *cookedOut = std::move(*cooked);
         return true;
     }
     ParseMaterialText(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()), path, material,
@@ -292,13 +293,13 @@ bool ReadMaterialAssetBytes(std::span<const std::uint8_t> bytes, const fs::path&
 }
 
 bool ReadMaterialAsset(const fs::path& path, MaterialAsset& material, const AssetRegistry* registry,
-                       std::string* error) {
+                       std::string* error, CookedMaterial* cooked) {
     const std::optional<std::vector<std::uint8_t>> bytes = Platform::ReadFileBytes(path);
     if (!bytes) {
         SetError(error, "Failed to open material asset file.");
         return false;
     }
-    return ReadMaterialAssetBytes(*bytes, path, material, registry, error);
+    return ReadMaterialAssetBytes(*bytes, path, material, registry, error, cooked);
 }
 
 } // namespace Brelk::Assets

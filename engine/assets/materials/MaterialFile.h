@@ -12,6 +12,7 @@
 namespace Brelk::Assets {
 
 class AssetRegistry;
+struct CookedMaterial;
 
 // Version 3 files name assets by reference text; version 1, written without a registry,
 // stores bare handles.
@@ -36,12 +37,15 @@ std::string SerializeMaterialAsset(const MaterialAsset& material, const AssetReg
 // file." or the cooked file's message; a node property `asset` or `default_texture` that
 // isn't a number, with a registry, throws std::invalid_argument "stoull".
 [[nodiscard]] bool ReadMaterialAsset(const std::filesystem::path& path, MaterialAsset& material,
-                                     const AssetRegistry* registry, std::string* error = nullptr);
+                                     const AssetRegistry* registry, std::string* error = nullptr,
+                                     CookedMaterial* cooked = nullptr);
 
-// The same over a file's bytes already in memory; `path` names the file in messages.
+// The same over a file's bytes already in memory; `path` names the file in messages. A
+// cooked file's other fields (its shaders) go to `cooked` when it is given; a text file
+// leaves it alone.
 [[nodiscard]] bool ReadMaterialAssetBytes(std::span<const std::uint8_t> bytes, const std::filesystem::path& path,
                                           MaterialAsset& material, const AssetRegistry* registry,
-                                          std::string* error = nullptr);
+                                          std::string* error = nullptr, CookedMaterial* cooked = nullptr);
 
 // The text of a material file, parsed; `path` names the file in messages.
 void ParseMaterialText(std::string_view text, const std::filesystem::path& path, MaterialAsset& material,

@@ -1,6 +1,7 @@
 #include "engine/assets/materials/MaterialLoading.h"
 
 #include "engine/assets/AssetRegistry.h"
+#include "engine/assets/cooked/CookedMaterial.h"
 #include "engine/assets/materials/MaterialCompiler.h"
 #include "engine/assets/materials/MaterialFile.h"
 #include "engine/assets/materials/MaterialNodeCatalogue.h"
@@ -27,10 +28,10 @@ bool IsLoadable(const AssetRecord& record) {
 } // namespace
 
 bool LoadMaterialAssetFile(const AssetRecord& record, const AssetRegistry& registry, MaterialAsset& material,
-                           std::string* error) {
+                           std::string* error, CookedMaterial* cooked) {
     MaterialAsset read;
     try {
-        if (!ReadMaterialAsset(record.path, read, &registry, error)) return false;
+        if (!ReadMaterialAsset(record.path, read, &registry, error, cooked)) return false;
     } catch (const std::exception& failure) {
         if (error) *error = failure.what();
         return false;
@@ -38,6 +39,26 @@ bool LoadMaterialAssetFile(const AssetRecord& record, const AssetRegistry& regis
     read.handle = record.handle;
     material = std::move(read);
     return true;
+}
+
+std::uint32_t TakeCookedShaders(const CookedMaterial& cooked, PackagedShaderTable& packagedShaders,
+                                std::vector<MaterialDiagnostic>& diagnostics) {
+    const std::pair<const char*, const std::vector<std::uint8_t>*> stages[] = {
+        {".vert.spv", &cooked.vertexSpirv},
+        {".frag.spv", &cooked.fragmentSpirv},
+        {".shadow.frag.spv", &cooked.shadowFragmentSpirv},
+    };
+    for (const auto& [suffix, blob] : stages) {
+        if (!blob->empty()) packagedShaders[cooked.shaderName + suffix] = *blob;
+    }
+    std::uint32_t flags = cooked.flags;
+    const bool drawn = cooked.kind == kDomainSurface || cooked.kind == kDomainPostProcess;
+    if ((flags & 2) && drawn &&
+        (cooked.vertexSpirv.empty() || cooked.fragmentSpirv.empty() || cooked.shaderName.empty())) {
+        flags &= ~2u;
+        diagnostics.push_back({kMaterialError, 0, "The cooked material carries no shaders."});
+    }
+    return flags;
 }
 
 std::string MaterialShaderStem(std::string_view name) {

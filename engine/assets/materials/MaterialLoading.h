@@ -13,6 +13,7 @@
 namespace Brelk::Assets {
 
 class AssetRegistry;
+struct CookedMaterial;
 
 // A loaded material as the asset manager keeps it.
 struct MaterialEntry {
@@ -28,7 +29,19 @@ using MaterialTable = std::unordered_map<AssetHandle, MaterialEntry>;
 // False with the reader's message, also for a malformed node property that the reader
 // throws for.
 [[nodiscard]] bool LoadMaterialAssetFile(const AssetRecord& record, const AssetRegistry& registry,
-                                         MaterialAsset& material, std::string* error = nullptr);
+                                         MaterialAsset& material, std::string* error = nullptr,
+                                         CookedMaterial* cooked = nullptr);
+
+// A packaged project's compiled shaders, by file name.
+using PackagedShaderTable = std::unordered_map<std::string, std::vector<std::uint8_t>>;
+
+// Takes the shaders that a cooked material carries into `packagedShaders` under the shader
+// file names (`<shaderName>.vert.spv`, `.frag.spv`, `.shadow.frag.spv`; empty blobs are
+// passed over) and returns its flags. A surface or post process that claims to draw with
+// them (bit 1) but lacks a stage or a name loses the claim and gets the error "The cooked
+// material carries no shaders.".
+std::uint32_t TakeCookedShaders(const CookedMaterial& cooked, PackagedShaderTable& packagedShaders,
+                                std::vector<MaterialDiagnostic>& diagnostics);
 
 // The shader file stem of an asset name: each character that is neither alphanumeric nor
 // `_` nor `-` becomes `_`, leading `_` go; "Material" if nothing is left.

@@ -232,12 +232,15 @@ TEST_F(MaterialFileTest, RoundTripsEveryFieldWithReferencesThroughTheRegistry) {
 TEST_F(MaterialFileTest, ReadsCookedMaterialsByTheirSourceTextAndReportsBrokenContainers) {
     CookedMaterial cooked;
     cooked.sourceText = "version 1\nkind PostProcess\nroughness 0.25\n";
+    cooked.shaderName = "Grade_5";
     const std::vector<std::uint8_t> payload = EncodeCookedMaterial(cooked);
     std::vector<std::uint8_t> file = WriteCookedContainer(kCookedKindMaterial, kCookedMaterialFormatVersion, payload);
     WriteText(root_ / "Cooked.bmatpp", std::string_view(reinterpret_cast<const char*>(file.data()), file.size()));
     MaterialAsset material;
-    ASSERT_TRUE(ReadMaterialAsset(root_ / "Cooked.bmatpp", material, nullptr));
+    CookedMaterial read;
+    ASSERT_TRUE(ReadMaterialAsset(root_ / "Cooked.bmatpp", material, nullptr, nullptr, &read));
     EXPECT_EQ(material.roughness, 0.25f);
+    EXPECT_EQ(read.shaderName, "Grade_5");
     EXPECT_EQ(material.graph.domain, 2u);
 
     const std::string name = (root_ / "Broken.bmat").string();

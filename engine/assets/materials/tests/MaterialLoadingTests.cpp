@@ -2,6 +2,7 @@
 
 #include "engine/assets/AssetReference.h"
 #include "engine/assets/AssetRegistry.h"
+#include "engine/assets/cooked/CookedMaterial.h"
 #include "engine/assets/materials/MaterialDefaults.h"
 #include "engine/assets/materials/MaterialFile.h"
 #include "engine/assets/tests/AssetTestSupport.h"
@@ -117,6 +118,27 @@ TEST_F(MaterialLoadingTest, AChangedFunctionRecompilesTheMaterialsThatMayCallIt)
                                        [&](const AssetRecord& record, bool) { return record.handle == function; });
     EXPECT_EQ(onlyFunction.loaded, std::vector<AssetHandle>{function});
     EXPECT_EQ(onlyFunction.compiled.size(), 2u);
+}
+
+TEST(MaterialLoadingHelpersTest, TakesTheShadersOfCookedMaterialsAndRefusesAClaimWithoutThem) {
+    CookedMaterial cooked;
+    cooked.shaderName = "Rock_12";
+    cooked.flags = 3;
+    cooked.fragmentSpirv = {1, 2, 3, 4};
+    cooked.shadowFragmentSpirv = {5, 6, 7, 8};
+    PackagedShaderTable shaders;
+    std::vector<MaterialDiagnostic> diagnostics;
+    EXPECT_EQ(TakeCookedShaders(cooked, shaders, diagnostics), 1u);
+    EXPECT_EQ(shaders, (PackagedShaderTable{{"Rock_12.frag.spv", {1, 2, 3, 4}}, {"Rock_12.shadow.frag.spv", {5, 6, 7, 8}}}));
+    EXPECT_EQ(diagnostics, (std::vector<MaterialDiagnostic>{{1, 0, "The cooked material carries no shaders."}}));
+    cooked.vertexSpirv = {9, 9, 9, 9};
+    diagnostics.clear();
+    EXPECT_EQ(TakeCookedShaders(cooked, shaders, diagnostics), 3u);
+    EXPECT_TRUE(diagnostics.empty());
+    cooked.kind = kDomainFunction;
+    cooked.vertexSpirv.clear();
+    EXPECT_EQ(TakeCookedShaders(cooked, shaders, diagnostics), 3u);
+    EXPECT_EQ(shaders.size(), 3u);
 }
 
 TEST(MaterialLoadingHelpersTest, NamesShadersAndListsTextureDependencies) {
