@@ -292,8 +292,8 @@ bool ReadMaterialAssetBytes(std::span<const std::uint8_t> bytes, const fs::path&
     return true;
 }
 
-bool ReadMaterialAsset(const fs::path& path, MaterialAsset& material, const AssetRegistry* registry,
-                       std::string* error, CookedMaterial* cooked) {
+bool ReadMaterialAsset(const fs::path& path, MaterialAsset& material, const AssetRegistry* registry, std::string* error,
+                       CookedMaterial* cooked) {
     const std::optional<std::vector<std::uint8_t>> bytes = Platform::ReadFileBytes(path);
     if (!bytes) {
         SetError(error, "Failed to open material asset file.");

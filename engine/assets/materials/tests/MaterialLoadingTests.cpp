@@ -129,7 +129,8 @@ TEST(MaterialLoadingHelpersTest, TakesTheShadersOfCookedMaterialsAndRefusesAClai
     PackagedShaderTable shaders;
     std::vector<MaterialDiagnostic> diagnostics;
     EXPECT_EQ(TakeCookedShaders(cooked, shaders, diagnostics), 1u);
-    EXPECT_EQ(shaders, (PackagedShaderTable{{"Rock_12.frag.spv", {1, 2, 3, 4}}, {"Rock_12.shadow.frag.spv", {5, 6, 7, 8}}}));
+    EXPECT_EQ(shaders,
+              (PackagedShaderTable{{"Rock_12.frag.spv", {1, 2, 3, 4}}, {"Rock_12.shadow.frag.spv", {5, 6, 7, 8}}}));
     EXPECT_EQ(diagnostics, (std::vector<MaterialDiagnostic>{{1, 0, "The cooked material carries no shaders."}}));
     cooked.vertexSpirv = {9, 9, 9, 9};
     diagnostics.clear();
