@@ -35,9 +35,13 @@ void Warn(std::string message) {
 
 void AppendQuoted(std::string& out, std::string_view text) {
     out += '"';
-    for (const char c : text) {
-        if (c == '"' || c == '\\') out += '\\';
-        out += c;
+    while (!text.empty()) {
+        const std::size_t special = text.find_first_of("\"\\");
+        out.append(text.substr(0, special));
+        if (special == std::string_view::npos) break;
+        out += '\\';
+        out += text[special];
+        text.remove_prefix(special + 1);
     }
     out += '"';
 }
