@@ -185,7 +185,30 @@ void ParseMaterialText(std::string_view text, const fs::path& path, MaterialAsse
         if (!cursor.ReadWord(&key)) continue;
         const std::string_view rest = line.substr(static_cast<std::size_t>(key.data() + key.size() - line.data()));
 
-        if (key == "version") {
+        // Graph lines outnumber all others together.
+        if (key == "pin") {
+            pending.pins.push_back(rest);
+        } else if (key == "node") {
+            MaterialGraphNode node;
+            std::string_view word;
+            if (!cursor.ReadUnsigned(&node.id) || !cursor.ReadWord(&word)) continue;
+            if (const MaterialNodeDefinition* row = FindMaterialNode(word)) node.type = row->type;
+            cursor.ReadFloat(&node.x);
+            cursor.ReadFloat(&node.y);
+            cursor.ReadQuoted(&node.title);
+            index.Add(node.id, graph.nodes.size());
+            graph.nodes.push_back(std::move(node));
+        } else if (key == "prop") {
+            pending.properties.push_back(rest);
+        } else if (key == "prop_ref") {
+            pending.propertyReferences.push_back(rest);
+        } else if (key == "link") {
+            MaterialGraphLink link;
+            if (cursor.ReadUnsigned(&link.id) && cursor.ReadUnsigned(&link.fromPin) &&
+                cursor.ReadUnsigned(&link.toPin)) {
+                graph.links.push_back(link);
+            }
+        } else if (key == "version") {
             std::uint64_t version = 0;
             if (cursor.ReadUnsigned(&version))
                 reading.version = static_cast<std::uint32_t>(std::min<std::uint64_t>(version, 0xFFFFFFFFu));
@@ -255,28 +278,6 @@ void ParseMaterialText(std::string_view text, const fs::path& path, MaterialAsse
             cursor.ReadUnsigned(&graph.nextId);
         } else if (key == "override" || key == "override_ref") {
             ReadOverride(cursor, material, reading, key == "override_ref");
-        } else if (key == "node") {
-            MaterialGraphNode node;
-            std::string_view word;
-            if (!cursor.ReadUnsigned(&node.id) || !cursor.ReadWord(&word)) continue;
-            if (const MaterialNodeDefinition* row = FindMaterialNode(word)) node.type = row->type;
-            cursor.ReadFloat(&node.x);
-            cursor.ReadFloat(&node.y);
-            cursor.ReadQuoted(&node.title);
-            index.Add(node.id, graph.nodes.size());
-            graph.nodes.push_back(std::move(node));
-        } else if (key == "pin") {
-            pending.pins.push_back(rest);
-        } else if (key == "prop") {
-            pending.properties.push_back(rest);
-        } else if (key == "prop_ref") {
-            pending.propertyReferences.push_back(rest);
-        } else if (key == "link") {
-            MaterialGraphLink link;
-            if (cursor.ReadUnsigned(&link.id) && cursor.ReadUnsigned(&link.fromPin) &&
-                cursor.ReadUnsigned(&link.toPin)) {
-                graph.links.push_back(link);
-            }
         } else {
             bool isReference = false;
             if (const MaterialTextureSlot* slot = FindSlot(key, &isReference)) {
