@@ -421,22 +421,40 @@ TEST(MaterialCompilerTest, SharesParameterSlotsByNameAndStopsAtTheLimits) {
     EXPECT_EQ(Messages(state),
               std::vector<std::string>{"E" + std::to_string(last.id) + " Vector parameter limit reached."});
 
-    GraphBuilder textures;
-    const std::uint64_t custom = textures.Add(kNodeCustomCode);
-    textures.Node(custom).inputs.clear();
-    std::uint64_t fifteenth = 0;
-    for (int i = 0; i < 15; ++i) {
-        const std::uint64_t pin = textures.AddPin(custom, kPinInput, kPinTexture2D, "T" + std::to_string(i));
-        const std::uint64_t texture =
-            textures.Add(i % 2 ? kNodeTexture2D : kNodeParameterTexture2D, {{"name", "Tex" + std::to_string(i)}});
-        fifteenth = texture;
-        textures.Graph().links.push_back({textures.Graph().nextId++, textures.Node(texture).outputs[0].id, pin});
+    for (const bool parameterLast : {true, false}) {
+        GraphBuilder textures;
+        const std::uint64_t custom = textures.Add(kNodeCustomCode);
+        textures.Node(custom).inputs.clear();
+        std::uint64_t fifteenth = 0;
+        for (int i = 0; i < 15; ++i) {
+            const std::uint64_t pin = textures.AddPin(custom, kPinInput, kPinTexture2D, "T" + std::to_string(i));
+            const bool parameter = (i % 2 == 0) == parameterLast;
+            fifteenth = textures.Add(parameter ? kNodeParameterTexture2D : kNodeTexture2D,
+                                     {{"name", "Tex" + std::to_string(i)}});
+            textures.Graph().links.push_back(
+                {textures.Graph().nextId++, textures.Node(fifteenth).outputs[0].id, pin});
+        }
+        textures.Link(custom, "Value", textures.Add(kNodeMaterialOutput), "Metallic");
+        state = textures.Compile();
+        EXPECT_EQ(state.textures.size(), 14u);
+        EXPECT_EQ(Messages(state), std::vector<std::string>{"E" + std::to_string(fifteenth) +
+                                                            (parameterLast ? " Texture parameter limit reached."
+                                                                           : " Texture binding limit reached.")});
     }
-    textures.Link(custom, "Value", textures.Add(kNodeMaterialOutput), "Metallic");
-    state = textures.Compile();
-    EXPECT_EQ(state.textures.size(), 14u);
-    EXPECT_EQ(Messages(state),
-              std::vector<std::string>{"E" + std::to_string(fifteenth) + " Texture parameter limit reached."});
+}
+
+TEST(MaterialCompilerTest, RefusesTexturesAsNumbersAndOutputsThatNothingSet) {
+    GraphBuilder mismatch;
+    const std::uint64_t lerp = mismatch.Add(kNodeLerp);
+    mismatch.Link(mismatch.Add(kNodeTexture2D), "Texture", lerp, "A");
+    mismatch.Link(lerp, "Result", mismatch.Add(kNodeMaterialOutput), "Metallic");
+    EXPECT_EQ(Messages(mismatch.Compile()), std::vector<std::string>{"E1 Type mismatch on pin 'A'."});
+
+    GraphBuilder silent;
+    const std::uint64_t unknown = silent.Add(kNodeTime);
+    silent.Node(unknown).type = 200;
+    silent.Link(unknown, "Value", silent.Add(kNodeMaterialOutput), "Metallic");
+    EXPECT_EQ(Messages(silent.Compile()), std::vector<std::string>{"E0 Failed to build fragment shader source."});
 }
 
 TEST(MaterialCompilerTest, FoldsConstantsRemovesRepeatsAndTreatsLinkedOpacityAsTranslucent) {
