@@ -161,12 +161,6 @@ void CheckLinks(MaterialCompileContext& context) {
 
 } // namespace
 
-std::size_t IdHash::operator()(std::uint64_t id) const noexcept {
-    std::uint8_t bytes[8];
-    for (int i = 0; i < 8; ++i) bytes[i] = static_cast<std::uint8_t>(id >> (8 * i));
-    return static_cast<std::size_t>(Core::Fnv1a64(std::span<const std::uint8_t>(bytes)));
-}
-
 const MaterialDiagnostic* MaterialCompiledState::FirstError() const {
     for (const MaterialDiagnostic& diagnostic : diagnostics) {
         if (diagnostic.severity == kMaterialError) return &diagnostic;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/assets/materials/MaterialCompiledState.h"
+#include "engine/assets/materials/MaterialHash.h"
 
 #include <optional>
 #include <string>
@@ -32,9 +33,7 @@ struct MaterialPinInfo {
     const MaterialGraphPin* pin = nullptr;
 };
 
-struct IdHash {
-    std::size_t operator()(std::uint64_t id) const noexcept;
-};
+using IdHash = MaterialIdHash;
 
 // The state of one compile that the emission rules of the nodes share.
 struct MaterialCompileContext {

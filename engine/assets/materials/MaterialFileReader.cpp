@@ -1,6 +1,7 @@
 #include "engine/assets/materials/MaterialFile.h"
 
 #include "engine/assets/materials/MaterialDefaults.h"
+#include "engine/assets/materials/MaterialHash.h"
 #include "engine/assets/materials/MaterialLineCursor.h"
 #include "engine/assets/materials/MaterialNodeCatalogue.h"
 #include "engine/assets/materials/MaterialText.h"
@@ -75,7 +76,7 @@ public:
 
 private:
     MaterialGraph& graph_;
-    std::unordered_map<std::uint64_t, std::size_t> positions_;
+    std::unordered_map<std::uint64_t, std::size_t, MaterialIdHash> positions_;
 };
 
 void ReadPin(std::string_view line, GraphIndex& index) {

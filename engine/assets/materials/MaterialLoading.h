@@ -2,6 +2,7 @@
 
 #include "engine/assets/AssetRecord.h"
 #include "engine/assets/materials/MaterialCompiledState.h"
+#include "engine/assets/materials/MaterialHash.h"
 
 #include <filesystem>
 #include <functional>
@@ -23,7 +24,7 @@ struct MaterialEntry {
     bool isInstance = false;
 };
 
-using MaterialTable = std::unordered_map<AssetHandle, MaterialEntry>;
+using MaterialTable = std::unordered_map<AssetHandle, MaterialEntry, MaterialIdHash>;
 
 // The file of a material record, read with the registry; `material.handle` is the record's.
 // False with the reader's message, also for a malformed node property that the reader

@@ -1,5 +1,6 @@
 #include "engine/assets/materials/MaterialNodeCatalogue.h"
 
+#include "engine/assets/materials/MaterialHash.h"
 #include "engine/assets/materials/MaterialNodeRows.h"
 #include "engine/core/Hash.h"
 
@@ -10,6 +11,7 @@
 namespace Brelk::Assets {
 namespace {
 
+// Four bytes of the id, as the table is keyed by the u32.
 struct IdHash {
     std::size_t operator()(std::uint32_t id) const noexcept {
         const std::uint8_t bytes[4] = {static_cast<std::uint8_t>(id), static_cast<std::uint8_t>(id >> 8),
@@ -18,17 +20,10 @@ struct IdHash {
     }
 };
 
-struct WordHash {
-    using is_transparent = void;
-    std::size_t operator()(std::string_view word) const noexcept {
-        return static_cast<std::size_t>(Core::Fnv1a64(word));
-    }
-};
-
 struct Catalogue {
     std::vector<MaterialNodeDefinition> rows;
     std::unordered_map<std::uint32_t, const MaterialNodeDefinition*, IdHash> byType;
-    std::unordered_map<std::string, const MaterialNodeDefinition*, WordHash, std::equal_to<>> byName;
+    std::unordered_map<std::string, const MaterialNodeDefinition*, MaterialNameHash, std::equal_to<>> byName;
 
     Catalogue() {
         rows.reserve(kMaterialNodeKindCount);

@@ -1,5 +1,7 @@
 #include "engine/assets/materials/MaterialCompiler.h"
 
+#include "engine/assets/materials/MaterialHash.h"
+
 #include <unordered_set>
 
 namespace Brelk::Assets {
@@ -32,12 +34,14 @@ void ForEachIdentifier(std::string_view text, Visit&& visit) {
     }
 }
 
-std::string ReplaceAliases(const std::string& text, const std::unordered_map<std::string, std::string>& aliases) {
+using NameMap = std::unordered_map<std::string, std::string, MaterialNameHash, std::equal_to<>>;
+
+std::string ReplaceAliases(const std::string& text, const NameMap& aliases) {
     if (aliases.empty()) return text;
     std::string out;
     std::size_t copied = 0;
     ForEachIdentifier(text, [&](std::string_view identifier, std::size_t at) {
-        const auto found = aliases.find(std::string(identifier));
+        const auto found = aliases.find(identifier);
         if (found == aliases.end()) return;
         out.append(text, copied, at - copied);
         out += found->second;
@@ -54,8 +58,8 @@ void CleanUpStatements(std::vector<MaterialStatement>& statements, std::vector<s
                        std::uint32_t& removedRepeats, std::uint32_t& removedDead) {
     // Two statements of one type and value compute the same thing: the later one becomes an
     // alias of the earlier, so equal maths gives equal text and so shares a shader.
-    std::unordered_map<std::string, std::string> aliases;
-    std::unordered_map<std::string, std::string> nameOfKey;
+    NameMap aliases;
+    NameMap nameOfKey;
     std::vector<MaterialStatement> kept;
     kept.reserve(statements.size());
     for (MaterialStatement& statement : statements) {
@@ -71,7 +75,7 @@ void CleanUpStatements(std::vector<MaterialStatement>& statements, std::vector<s
     }
     for (std::string& line : tailLines) line = ReplaceAliases(line, aliases);
 
-    std::unordered_set<std::string> live;
+    std::unordered_set<std::string, MaterialNameHash, std::equal_to<>> live;
     for (const std::string& line : tailLines) {
         ForEachIdentifier(line, [&](std::string_view identifier, std::size_t) { live.emplace(identifier); });
     }

@@ -431,8 +431,7 @@ TEST(MaterialCompilerTest, SharesParameterSlotsByNameAndStopsAtTheLimits) {
             const bool parameter = (i % 2 == 0) == parameterLast;
             fifteenth = textures.Add(parameter ? kNodeParameterTexture2D : kNodeTexture2D,
                                      {{"name", "Tex" + std::to_string(i)}});
-            textures.Graph().links.push_back(
-                {textures.Graph().nextId++, textures.Node(fifteenth).outputs[0].id, pin});
+            textures.Graph().links.push_back({textures.Graph().nextId++, textures.Node(fifteenth).outputs[0].id, pin});
         }
         textures.Link(custom, "Value", textures.Add(kNodeMaterialOutput), "Metallic");
         state = textures.Compile();
