@@ -1,6 +1,7 @@
 #include "engine/assets/loader/AssetLoader.h"
 
 #include "engine/assets/tests/AssetTestSupport.h"
+#include "engine/core/Profiler.h"
 #include "engine/core/TaskSystem.h"
 #include "engine/core/tests/Deadline.h"
 
@@ -8,6 +9,7 @@
 
 #include <future>
 #include <map>
+#include <set>
 #include <stdexcept>
 #include <thread>
 
@@ -432,6 +434,72 @@ TEST_F(AssetLoaderThreadTest, DestroyingTheLoaderWaitsForItsJobs) {
         loader_->Release(3);
         loader_.reset();
         EXPECT_TRUE(finished->load());
+    });
+}
+
+TEST_F(AssetLoaderTest, TheMachineIsProfiledByItsZones) {
+    Core::ProfilerRecorder& recorder = Core::ProfilerRecorder::Instance();
+    recorder.Clear();
+    recorder.SetCpuProfilingEnabled(true);
+    const AssetLoadLease lease = loader_->Request(1, kType, 1);
+    EXPECT_TRUE(loader_->Wait(lease));
+    loader_->SweepUnused();
+    recorder.SetCpuProfilingEnabled(false);
+    std::set<std::string> zones;
+    for (const Core::ProfilerFrame& frame : recorder.Snapshot().frames) {
+        for (const Core::ProfilerEvent& event : frame.events) {
+            if (event.category == "Assets") zones.insert(event.name);
+        }
+    }
+    recorder.Clear();
+    EXPECT_EQ(zones, (std::set<std::string>{"AssetLoader Decode", "AssetLoader Publish", "AssetLoader Read",
+                                            "AssetLoader::Start", "AssetLoader::SweepUnused", "AssetLoader::Wait"}));
+}
+
+TEST(AssetLoaderShutdown, WaitFailsALoadThatTheTaskSystemDroppedAtShutdown) {
+    RunWithDeadline(kDeadline, [] {
+        TaskSystem tasks(TaskSystemConfig{1, 1, std::nullopt});
+        TaskSystem* previous = TaskSystem::Install(&tasks);
+        std::promise<void> ioBusy, open;
+        std::shared_future<void> opened = open.get_future().share();
+        (void)tasks.Submit(Core::Tasks::TaskPriority::Io, [&ioBusy, opened] {
+            ioBusy.set_value();
+            opened.wait();
+        });
+        ioBusy.get_future().wait();
+        {
+            FakeFamily family;
+            AssetLoader loader;
+            loader.RegisterHandler(kType, family.Handler());
+            const AssetLoadLease lease = loader.Request(1, kType, 1);
+            loader.Update(); // the read queues behind the busy IO thread
+            std::thread stopper([&] { tasks.Shutdown(TaskSystem::ShutdownMode::Cancel); });
+            while (!tasks.IsComplete(lease.Slot()->cancelToken)) std::this_thread::yield();
+            EXPECT_FALSE(loader.Wait(lease));
+            EXPECT_EQ(lease.Error(), "Asset load was cancelled by task system shutdown.");
+            open.set_value();
+            stopper.join();
+        }
+        TaskSystem::Install(previous);
+    });
+}
+
+TEST_F(AssetLoaderThreadTest, WaitFailsAJobThatEndedWithoutReporting) {
+    RunWithDeadline(kDeadline, [&] {
+        std::promise<void> started, open;
+        std::shared_future<void> opened = open.get_future().share();
+        family_[2].duringDecode = [&started, opened] {
+            started.set_value();
+            opened.wait();
+        };
+        const AssetLoadLease lease = loader_->Request(2, kType, 1);
+        loader_->Update();
+        started.get_future().wait();
+        // The slot loses track of its job: its token is one that finished with no report.
+        lease.Slot()->cancelToken = Core::Tasks::TaskCounter();
+        EXPECT_FALSE(loader_->Wait(lease));
+        EXPECT_EQ(lease.Error(), "Asset load job ended without a result.");
+        open.set_value();
     });
 }
 
