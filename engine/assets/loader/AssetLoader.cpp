@@ -525,14 +525,19 @@ void AssetLoader::ResetSlot(const SlotPtr& slot, bool unload) {
 }
 
 void AssetLoader::CancelUnreferenced() {
-    std::vector<SlotPtr> unreferenced;
-    for (const auto& [handle, slot] : slots_) {
-        if (!slot->pinned && slot->referenceCount.load(std::memory_order_acquire) < 1 && !slot->resident &&
-            IsPendingLoadState(slot->state)) {
-            unreferenced.push_back(slot);
+    // Repeated until nothing more goes: a cancelled load drops its dependencies, which may
+    // leave them unreferenced too, and they would otherwise start in this very frame.
+    for (;;) {
+        std::vector<SlotPtr> unreferenced;
+        for (const auto& [handle, slot] : slots_) {
+            if (!slot->pinned && slot->referenceCount.load(std::memory_order_acquire) < 1 && !slot->resident &&
+                IsPendingLoadState(slot->state)) {
+                unreferenced.push_back(slot);
+            }
         }
+        if (unreferenced.empty()) return;
+        for (const SlotPtr& slot : unreferenced) ResetSlot(slot, false);
     }
-    for (const SlotPtr& slot : unreferenced) ResetSlot(slot, false);
 }
 
 std::size_t AssetLoader::SweepUnused() {

@@ -143,17 +143,17 @@ private:
     // Every slot that the script can reach: its leases and their dependencies, and every
     // slot seen before.
     std::map<Slot*, Seen> Observe() {
-        std::vector<std::shared_ptr<Slot>> pending;
+        std::vector<std::shared_ptr<Slot>> pending(known_.begin(), known_.end());
         for (const AssetLoadLease& lease : leases_) {
             if (lease) pending.push_back(lease.Slot());
         }
-        for (std::size_t i = 0; i < pending.size(); ++i) {
-            if (!known_.insert(pending[i]).second) continue;
-            for (const AssetLoadLease& dependency : pending[i]->dependencies) pending.push_back(dependency.Slot());
-        }
-        std::vector<std::shared_ptr<Slot>> all(known_.begin(), known_.end());
-        for (const auto& slot : all) {
-            for (const AssetLoadLease& dependency : slot->dependencies) known_.insert(dependency.Slot());
+        std::set<std::shared_ptr<Slot>> expanded;
+        while (!pending.empty()) {
+            std::shared_ptr<Slot> slot = std::move(pending.back());
+            pending.pop_back();
+            if (!expanded.insert(slot).second) continue;
+            known_.insert(slot);
+            for (const AssetLoadLease& dependency : slot->dependencies) pending.push_back(dependency.Slot());
         }
         std::map<Slot*, Seen> seen;
         for (const auto& slot : known_) seen[slot.get()] = Seen{slot->state, slot->generation.load()};
@@ -176,7 +176,10 @@ private:
             const AssetLoadState shown = slot->publicState.load();
             if (shown != (slot->keepsOldData && slot->resident ? AssetLoadState::Ready : state))
                 return name + "shows a state that is not its own";
-            if (slot->referenceCount.load() != references[slot.get()]) return name + "miscounts its references";
+            if (slot->referenceCount.load() != references[slot.get()])
+                return name + "miscounts its references: " + std::to_string(slot->referenceCount.load()) + " for " +
+                       std::to_string(references[slot.get()]) + " in " + std::string(AssetLoadStateName(state)) +
+                       " after operation " + std::to_string(op);
             if (state == AssetLoadState::Unloaded) {
                 if (slot->jobInFlight || !slot->dependencies.empty()) return name + "was reset only in part";
             } else {
