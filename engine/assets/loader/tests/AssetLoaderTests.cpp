@@ -190,6 +190,18 @@ TEST_F(AssetLoaderTest, ALoadDroppedWhileQueuedIsResetAndNeverPrepared) {
     EXPECT_EQ(family_.prepares.count(5), 0u);
 }
 
+TEST_F(AssetLoaderTest, DroppingALoadCancelsTheDependenciesOnlyItHeldBeforeTheyStart) {
+    family_[1].dependencies = {{2, kType}};
+    AssetLoadLease lease = loader_->Request(1, kType, 1);
+    loader_->Update();
+    EXPECT_EQ(loader_->State(2), AssetLoadState::Queued);
+    lease = AssetLoadLease();
+    loader_->Update();
+    EXPECT_EQ(loader_->State(1), AssetLoadState::Unloaded);
+    EXPECT_EQ(loader_->State(2), AssetLoadState::Unloaded);
+    EXPECT_EQ(family_.prepares.count(2), 0u);
+}
+
 TEST_F(AssetLoaderTest, BudgetLetsTheFirstUploadThroughAndNeverLetsALaterOneOvertake) {
     // Budget 100. Frame 1: 150 goes first whatever its size; frame 2: 50, then 80 does not
     // fit and the 10 behind it waits too; frame 3: the rest.
