@@ -3,7 +3,7 @@
 #include "engine/assets/AssetNames.h"
 #include "engine/assets/tests/AssetTestSupport.h"
 #include "engine/core/TaskSystem.h"
-#include "engine/core/tests/Deadline.h"
+#include "tests/support/Deadline.h"
 #include "engine/platform/Files.h"
 
 #include <gtest/gtest.h>
@@ -16,8 +16,8 @@ namespace {
 
 namespace fs = std::filesystem;
 using Core::LogLevel;
-using Core::Testing::kDeadline;
-using Core::Testing::RunWithDeadline;
+using Brelk::Testing::kDeadline;
+using Brelk::Testing::RunWithDeadline;
 using Testing::AgeFile;
 using Testing::LogCapture;
 using Testing::ThrownMessage;

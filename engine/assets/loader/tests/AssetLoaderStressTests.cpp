@@ -2,7 +2,7 @@
 
 #include "engine/core/Logger.h"
 #include "engine/core/TaskSystem.h"
-#include "engine/core/tests/Deadline.h"
+#include "tests/support/Deadline.h"
 
 #include <gtest/gtest.h>
 
@@ -14,7 +14,7 @@ namespace {
 // The fuzz target's scripts on real threads, for ThreadSanitizer: random scripts from a
 // fixed seed, so that a failure can be played again.
 TEST(AssetLoaderStress, RandomScriptsKeepTheInvariantsWithJobsOnWorkerThreads) {
-    Core::Testing::RunWithDeadline(Core::Testing::kDeadline, [] {
+    Brelk::Testing::RunWithDeadline(Brelk::Testing::kDeadline, [] {
         // Every failed load logs an error; the log is not what is under test.
         struct QuietAssets {
             Core::Logger& logger = Core::Logger::Get();

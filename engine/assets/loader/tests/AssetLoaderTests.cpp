@@ -3,7 +3,7 @@
 #include "engine/assets/tests/AssetTestSupport.h"
 #include "engine/core/Profiler.h"
 #include "engine/core/TaskSystem.h"
-#include "engine/core/tests/Deadline.h"
+#include "tests/support/Deadline.h"
 
 #include <gtest/gtest.h>
 
@@ -19,8 +19,8 @@ namespace {
 using Core::LogLevel;
 using Core::Tasks::TaskSystem;
 using Core::Tasks::TaskSystemConfig;
-using Core::Testing::kDeadline;
-using Core::Testing::RunWithDeadline;
+using Brelk::Testing::kDeadline;
+using Brelk::Testing::RunWithDeadline;
 using Testing::LogCapture;
 
 constexpr AssetType kType = AssetType::Texture;
