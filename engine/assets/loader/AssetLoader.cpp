@@ -228,7 +228,9 @@ void AssetLoader::MarkUrgent(AssetLoadSlot& slot, int depth) {
 }
 
 void AssetLoader::AddDependencies(AssetLoadSlot& slot, const std::vector<AssetDependency>& dependencies) {
-    for (const auto& [handle, type] : dependencies) {
+    for (const AssetDependency& dependency : dependencies) {
+        const AssetHandle handle = dependency.first;
+        const AssetType type = dependency.second;
         if (handle == kNullAssetHandle || handle == slot.handle) continue;
         const bool known = std::any_of(slot.dependencies.begin(), slot.dependencies.end(),
                                        [handle](const AssetLoadLease& lease) { return lease.Handle() == handle; });
