@@ -140,6 +140,18 @@ bool CompileShaderStage(const fs::path& glslc, const fs::path& source, const fs:
     return false;
 }
 
+void InstallPackagedShaders(const PackagedShaderFiles& packaged, const ShaderBuildFiles& files) {
+    if (packaged.empty()) return;
+    for (const fs::path* spirv : {&files.vertexSpirv, &files.fragmentSpirv, &files.shadowFragmentSpirv}) {
+        if (spirv->empty() || IsRegularFile(*spirv)) continue;
+        const auto entry = packaged.find(spirv->filename().string());
+        if (entry == packaged.end()) continue;
+        const std::string_view bytes(reinterpret_cast<const char*>(entry->second.data()), entry->second.size());
+        // A file that cannot be written here is built from source instead.
+        [[maybe_unused]] const bool written = WriteTextIfChanged(*spirv, bytes);
+    }
+}
+
 bool BuildShaderFiles(const ShaderBuildFiles& files, std::string_view vertexSource, std::string_view fragmentSource,
                       const ShaderLineTable& lineTable, const fs::path& includeFolder,
                       const ShaderToolOptions& options, std::vector<MaterialDiagnostic>& diagnostics) {

@@ -5,7 +5,9 @@
 #include "engine/assets/shaders/ShaderSource.h"
 #include "engine/assets/shaders/ShaderTools.h"
 
+#include <cstdint>
 #include <filesystem>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -53,5 +55,13 @@ struct ShaderBuildFiles {
 bool BuildShaderFiles(const ShaderBuildFiles& files, std::string_view vertexSource, std::string_view fragmentSource,
                       const ShaderLineTable& lineTable, const std::filesystem::path& includeFolder,
                       const ShaderToolOptions& options, std::vector<MaterialDiagnostic>& diagnostics);
+
+// Compiled shaders of a cooked package, by file name.
+using PackagedShaderFiles = std::map<std::string, std::vector<std::uint8_t>, std::less<>>;
+
+// Writes each SPIR-V file of `files` that is not yet a file from the package's entry of its
+// file name, through the same partial file and rename, so that a following build finds them
+// and runs no compiler. Files the package lacks are left to the build.
+void InstallPackagedShaders(const PackagedShaderFiles& packaged, const ShaderBuildFiles& files);
 
 } // namespace Brelk::Assets

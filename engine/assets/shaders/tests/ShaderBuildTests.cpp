@@ -153,6 +153,16 @@ TEST_F(ShaderBuildFixture, SourcesThatCannotBeWrittenFailBeforeAnyCompile) {
     EXPECT_EQ(Calls(), "");
 }
 
+TEST_F(ShaderBuildFixture, PackagedShadersStandInForTheCompiler) {
+    InstallCompiler(kWriteOutput);
+    const std::vector<std::uint8_t> cooked = {3, 2, 0x23, 7};
+    InstallPackagedShaders({{"Rock_1.vert.spv", cooked}, {"Rock_1.frag.spv", cooked}, {"Other.frag.spv", {}}}, files_);
+    std::vector<MaterialDiagnostic> diagnostics;
+    ASSERT_TRUE(Build(diagnostics));
+    EXPECT_EQ(Calls(), "Rock_1.shadow.frag\n");
+    EXPECT_EQ(Testing::ReadText(files_.vertexSpirv), std::string("\x03\x02\x23\x07", 4));
+}
+
 TEST(WriteTextIfChanged, WritesThroughAPartialFileAndLeavesEqualContentAlone) {
     Testing::ScratchFolder folder;
     const fs::path path = folder / "deep" / "a.frag";
