@@ -13,6 +13,7 @@
 #include <system_error>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 extern char** environ;
 
@@ -23,6 +24,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::size_t kReadChunkBytes = 4096;
+constexpr std::size_t kPipeReadBytes = 65536;
 
 PlatformResult Failure(PlatformStatus status, std::string message) {
     return PlatformResult::Failure(status, std::move(message));
@@ -287,11 +289,12 @@ ProcessResult RunCapturedProcess(ProcessCommand command) {
         fail(PlatformResult::FromSystemError("Failed to launch process", spawnError));
         return result;
     }
-    char buffer[kReadChunkBytes];
+    // A pipe's worth at a time: a talkative child costs few reads and wake-ups.
+    std::vector<char> buffer(kPipeReadBytes);
     for (;;) {
-        const ssize_t got = ::read(readEnd, buffer, sizeof buffer);
+        const ssize_t got = ::read(readEnd, buffer.data(), buffer.size());
         if (got > 0) {
-            result.output.append(buffer, static_cast<std::size_t>(got));
+            result.output.append(buffer.data(), static_cast<std::size_t>(got));
             continue;
         }
         if (got == 0) break;
