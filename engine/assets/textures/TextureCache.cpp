@@ -56,12 +56,14 @@ std::uint64_t TexturePathHash(const std::filesystem::path& path) {
 
 std::filesystem::path TextureCacheFolder() { return Platform::GetUserSettingsFolder() / "TextureCache"; }
 
-std::filesystem::path DecodedTextureCachePath(const std::filesystem::path& source) {
-    return TextureCacheFolder() / (std::to_string(TexturePathHash(source)) + ".btxcache");
+std::filesystem::path DecodedTextureCachePath(const std::filesystem::path& cacheFolder,
+                                              const std::filesystem::path& source) {
+    return cacheFolder / (std::to_string(TexturePathHash(source)) + ".btxcache");
 }
 
-std::filesystem::path CookedTextureCachePath(const std::filesystem::path& source, const TextureSourceStamp& stamp) {
-    return TextureCacheFolder() / (std::to_string(TexturePathHash(source)) + "-" + std::to_string(stamp.writeTime) +
+std::filesystem::path CookedTextureCachePath(const std::filesystem::path& cacheFolder,
+                                             const std::filesystem::path& source, const TextureSourceStamp& stamp) {
+    return cacheFolder / (std::to_string(TexturePathHash(source)) + "-" + std::to_string(stamp.writeTime) +
                                    "-" + std::to_string(stamp.size) + "-3.btex");
 }
 
@@ -128,24 +130,26 @@ std::optional<TextureAsset> DecodeDecodedTextureCache(std::span<const std::uint8
     }
 }
 
-std::optional<TextureAsset> ReadDecodedTextureCache(const std::filesystem::path& source) {
+std::optional<TextureAsset> ReadDecodedTextureCache(const std::filesystem::path& source,
+                                                    const std::filesystem::path& cacheFolder) {
     const std::optional<TextureSourceStamp> stamp = ReadTextureSourceStamp(source);
     if (!stamp) {
         return std::nullopt;
     }
-    const std::optional<std::vector<std::uint8_t>> bytes = Platform::ReadFileBytes(DecodedTextureCachePath(source));
+    const std::optional<std::vector<std::uint8_t>> bytes = Platform::ReadFileBytes(DecodedTextureCachePath(cacheFolder, source));
     if (!bytes) {
         return std::nullopt;
     }
     return DecodeDecodedTextureCache(*bytes, *stamp);
 }
 
-bool WriteDecodedTextureCache(const std::filesystem::path& source, const TextureAsset& texture) {
+bool WriteDecodedTextureCache(const std::filesystem::path& source, const TextureAsset& texture,
+                              const std::filesystem::path& cacheFolder) {
     const std::optional<TextureSourceStamp> stamp = ReadTextureSourceStamp(source);
     if (!stamp || texture.format > kRgba32Float || texture.mipCount != 1 || !HasCompletePixels(texture)) {
         return false;
     }
-    return Platform::WriteFileAtomic(DecodedTextureCachePath(source), EncodeDecodedTextureCache(texture, *stamp));
+    return Platform::WriteFileAtomic(DecodedTextureCachePath(cacheFolder, source), EncodeDecodedTextureCache(texture, *stamp));
 }
 
 } // namespace Brelk::Assets

@@ -27,10 +27,12 @@ std::uint64_t TexturePathHash(const std::filesystem::path& path);
 
 // <user settings>/TextureCache.
 std::filesystem::path TextureCacheFolder();
-// <cache>/<PathHash>.btxcache
-std::filesystem::path DecodedTextureCachePath(const std::filesystem::path& source);
-// <cache>/<PathHash>-<write time>-<size>-3.btex
-std::filesystem::path CookedTextureCachePath(const std::filesystem::path& source, const TextureSourceStamp& stamp);
+// <cache folder>/<PathHash>.btxcache
+std::filesystem::path DecodedTextureCachePath(const std::filesystem::path& cacheFolder,
+                                              const std::filesystem::path& source);
+// <cache folder>/<PathHash>-<write time>-<size>-3.btex
+std::filesystem::path CookedTextureCachePath(const std::filesystem::path& cacheFolder,
+                                             const std::filesystem::path& source, const TextureSourceStamp& stamp);
 
 // The decoded-pixel cache in memory. Decode gives none for anything that isn't a whole,
 // current entry for `stamp`; neither has a message, since a cache is optional.
@@ -39,9 +41,11 @@ std::optional<TextureAsset> DecodeDecodedTextureCache(std::span<const std::uint8
                                                       const TextureSourceStamp& stamp);
 
 // The cache entry of a source, if the source is a regular file and the entry is current.
-std::optional<TextureAsset> ReadDecodedTextureCache(const std::filesystem::path& source);
+std::optional<TextureAsset> ReadDecodedTextureCache(const std::filesystem::path& source,
+                                                    const std::filesystem::path& cacheFolder = TextureCacheFolder());
 // Writes the entry of a source; false on any failure, which the caller may ignore. Only
 // one-level RGBA8 and float textures have an entry.
-bool WriteDecodedTextureCache(const std::filesystem::path& source, const TextureAsset& texture);
+bool WriteDecodedTextureCache(const std::filesystem::path& source, const TextureAsset& texture,
+                              const std::filesystem::path& cacheFolder = TextureCacheFolder());
 
 } // namespace Brelk::Assets

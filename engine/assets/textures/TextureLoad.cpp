@@ -35,10 +35,11 @@ TextureAsset LoadTextureAsset(const std::filesystem::path& path, const TextureLo
     if (IsCookedTexture(path)) {
         return LoadCookedTexture(path);
     }
+    const std::filesystem::path cacheFolder = options.cacheFolder.empty() ? TextureCacheFolder() : options.cacheFolder;
     const bool compressible = IsCompressibleTextureSource(path);
     const std::optional<TextureSourceStamp> stamp = ReadTextureSourceStamp(path);
     if (compressible && stamp) {
-        const std::filesystem::path cooked = CookedTextureCachePath(path, *stamp);
+        const std::filesystem::path cooked = CookedTextureCachePath(cacheFolder, path, *stamp);
         std::error_code error;
         if (std::filesystem::is_regular_file(cooked, error)) {
             try {
@@ -50,7 +51,7 @@ TextureAsset LoadTextureAsset(const std::filesystem::path& path, const TextureLo
     }
     {
         BRELK_PROFILE_ZONE("Assets", "Load Decoded Texture Cache");
-        if (std::optional<TextureAsset> cached = ReadDecodedTextureCache(path)) {
+        if (std::optional<TextureAsset> cached = ReadDecodedTextureCache(path, cacheFolder)) {
             return std::move(*cached);
         }
     }
@@ -72,12 +73,12 @@ TextureAsset LoadTextureAsset(const std::filesystem::path& path, const TextureLo
         BRELK_PROFILE_ZONE("Assets", "Compress Texture For Editing");
         TextureAsset compressed = CompressTexture(texture, ClassifyTextureEncoding(path, texture), 0, nullptr);
         // The cache only saves later loads the work; this load has its texture either way.
-        (void)SaveCookedTexture(compressed, CookedTextureCachePath(path, *stamp));
+        (void)SaveCookedTexture(compressed, CookedTextureCachePath(cacheFolder, path, *stamp));
         return compressed;
     }
     {
         BRELK_PROFILE_ZONE("Assets", "Write Decoded Texture Cache");
-        (void)WriteDecodedTextureCache(path, texture);
+        (void)WriteDecodedTextureCache(path, texture, cacheFolder);
     }
     return texture;
 }

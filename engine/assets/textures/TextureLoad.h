@@ -10,6 +10,8 @@ struct TextureLoadOptions {
     // Compress large sources to BC and keep them in the cooked cache, as an editing session
     // wants; a run-time load keeps plain pixels.
     bool compressForEditing = false;
+    // Where both caches live; empty for the user settings' "TextureCache".
+    std::filesystem::path cacheFolder;
 };
 
 // A texture from the first form that gives one: the source itself if it is a .btex; the
