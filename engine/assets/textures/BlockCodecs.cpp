@@ -11,7 +11,7 @@ namespace {
 constexpr std::array<int, 16> kBc7Weights4{0, 4, 9, 13, 17, 21, 26, 30, 34, 38, 43, 47, 51, 55, 60, 64};
 // A pixel that is fully transparent or fully opaque must stay so: an entry with any other
 // alpha costs this much more, which outweighs any colour error of a block.
-constexpr float kAlphaEdgePenalty = 4194304.0f;
+constexpr int kAlphaEdgePenalty = 4194304;
 
 using Vec4 = std::array<float, 4>;
 
@@ -21,7 +21,7 @@ struct Mode6Candidate {
     int p0 = 1;
     int p1 = 1;
     std::array<std::uint8_t, 16> selectors{};
-    float error = 0.0f;
+    int error = 0;
 };
 
 int QuantizeEndpoint(float value, int pBit) noexcept {
@@ -29,7 +29,7 @@ int QuantizeEndpoint(float value, int pBit) noexcept {
     return std::clamp(q, 0, 127) * 2 + pBit;
 }
 
-Mode6Candidate FitSelectors(BlockPixels pixels, const Vec4& weights, const std::array<int, 4>& end0,
+Mode6Candidate FitSelectors(BlockPixels pixels, const std::array<int, 4>& weights, const std::array<int, 4>& end0,
                             const std::array<int, 4>& end1) noexcept {
     Mode6Candidate candidate;
     candidate.end0 = end0;
@@ -40,18 +40,20 @@ Mode6Candidate FitSelectors(BlockPixels pixels, const Vec4& weights, const std::
             palette[s][c] = ((64 - kBc7Weights4[s]) * end0[c] + kBc7Weights4[s] * end1[c] + 32) >> 6;
         }
     }
+    // Integer errors: the inputs are bytes and the weights small integers, so this is exact.
+    int total = 0;
     for (std::size_t i = 0; i < 16; ++i) {
         const std::uint8_t* pixel = &pixels[i * 4];
         const bool alphaEdge = pixel[3] == 0 || pixel[3] == 255;
-        float best = 0.0f;
+        int best = 0;
         std::uint8_t bestIndex = 0;
         for (std::size_t s = 0; s < 16; ++s) {
-            float error = 0.0f;
-            for (std::size_t c = 0; c < 4; ++c) {
-                const float d = static_cast<float>(palette[s][c] - pixel[c]);
-                error += weights[c] * d * d;
-            }
-            if (alphaEdge && palette[s][3] != pixel[3]) {
+            const int dr = palette[s][0] - pixel[0];
+            const int dg = palette[s][1] - pixel[1];
+            const int db = palette[s][2] - pixel[2];
+            const int da = palette[s][3] - pixel[3];
+            int error = weights[0] * dr * dr + weights[1] * dg * dg + weights[2] * db * db + weights[3] * da * da;
+            if (alphaEdge && da != 0) {
                 error += kAlphaEdgePenalty;
             }
             if (s == 0 || error < best) {
@@ -60,12 +62,13 @@ Mode6Candidate FitSelectors(BlockPixels pixels, const Vec4& weights, const std::
             }
         }
         candidate.selectors[i] = bestIndex;
-        candidate.error += best;
+        total += best;
     }
+    candidate.error = total;
     return candidate;
 }
 
-Mode6Candidate SearchPBits(BlockPixels pixels, const Vec4& weights, bool opaque, const Vec4& low,
+Mode6Candidate SearchPBits(BlockPixels pixels, const std::array<int, 4>& weights, bool opaque, const Vec4& low,
                            const Vec4& high) noexcept {
     Mode6Candidate best;
     bool first = true;
@@ -155,10 +158,11 @@ private:
 } // namespace
 
 void EncodeBc7Mode6Block(BlockPixels pixels, TextureEncoding encoding, std::span<std::uint8_t, 16> out) noexcept {
-    const Vec4 weights = encoding == TextureEncoding::Color ? Vec4{3.0f, 6.0f, 1.0f, 3.0f} : Vec4{1.0f, 1.0f, 1.0f, 1.0f};
+    const std::array<int, 4> weights =
+        encoding == TextureEncoding::Color ? std::array<int, 4>{3, 6, 1, 3} : std::array<int, 4>{1, 1, 1, 1};
     Vec4 root{};
     for (std::size_t c = 0; c < 4; ++c) {
-        root[c] = std::sqrt(weights[c]);
+        root[c] = std::sqrt(static_cast<float>(weights[c]));
     }
     bool opaque = true;
     Vec4 mean{};

@@ -4,6 +4,7 @@
 #include "engine/platform/Files.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -143,15 +144,24 @@ void ReadRleScanline(HdrCursor& cursor, std::uint32_t width, std::vector<std::ui
     }
 }
 
-void StorePixel(const std::uint8_t rgbe[4], float* out) noexcept {
-    if (rgbe[3] == 0) {
-        out[0] = out[1] = out[2] = 0.0f;
-    } else {
-        const int exponent = static_cast<int>(rgbe[3]) - 136;
-        for (int c = 0; c < 3; ++c) {
-            out[c] = std::ldexp(static_cast<float>(rgbe[c]), exponent);
+// 2^(e - 136) for each exponent byte, so a pixel costs three multiplications; the products
+// are exact, a power of two times a byte.
+const std::array<float, 256>& ExponentScales() {
+    static const std::array<float, 256> scales = [] {
+        std::array<float, 256> values{};
+        for (int e = 1; e < 256; ++e) {
+            values[static_cast<std::size_t>(e)] = std::ldexp(1.0f, e - 136);
         }
-    }
+        return values;
+    }();
+    return scales;
+}
+
+void StorePixel(const std::uint8_t rgbe[4], const std::array<float, 256>& scales, float* out) noexcept {
+    const float scale = scales[rgbe[3]];
+    out[0] = static_cast<float>(rgbe[0]) * scale;
+    out[1] = static_cast<float>(rgbe[1]) * scale;
+    out[2] = static_cast<float>(rgbe[2]) * scale;
     out[3] = 1.0f;
 }
 
@@ -201,7 +211,11 @@ TextureAsset HdrTextureImporter::DecodeTexture(std::span<const std::uint8_t> byt
 
     // Rows are added as they are read, so a header that claims more pixels than the data
     // holds fails on the data before it costs that memory.
+    const std::array<float, 256>& scales = ExponentScales();
     std::vector<float> pixels;
+    // As much as the data left could honestly hold, uncompressed; more only as rows arrive.
+    pixels.reserve(static_cast<std::size_t>(
+        std::min<std::uint64_t>(std::uint64_t{width} * height, cursor.Remaining()) * 4));
     std::vector<std::uint8_t> planes;
     std::uint32_t row = 0;
     for (; row < height; ++row) {
@@ -221,7 +235,7 @@ TextureAsset HdrTextureImporter::DecodeTexture(std::span<const std::uint8_t> byt
         for (std::uint32_t x = 0; x < width; ++x) {
             const std::uint8_t rgbe[4] = {planes[x], planes[width + x], planes[2 * std::size_t{width} + x],
                                           planes[3 * std::size_t{width} + x]};
-            StorePixel(rgbe, &pixels[start + std::size_t{x} * 4]);
+            StorePixel(rgbe, scales, &pixels[start + std::size_t{x} * 4]);
         }
     }
     if (row < height) {
@@ -234,7 +248,7 @@ TextureAsset HdrTextureImporter::DecodeTexture(std::span<const std::uint8_t> byt
         for (std::uint64_t i = 0; i < rest; ++i, start += 4) {
             std::uint8_t rgbe[4] = {};
             cursor.Read(rgbe, 4);
-            StorePixel(rgbe, &pixels[start]);
+            StorePixel(rgbe, scales, &pixels[start]);
         }
     }
 

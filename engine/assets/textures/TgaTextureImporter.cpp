@@ -182,6 +182,23 @@ TextureAsset TgaTextureImporter::DecodeTexture(std::span<const std::uint8_t> byt
         if (data == nullptr) {
             FailFor("TGA texture pixel data is incomplete: ", path);
         }
+        if (!mapped && !grey && header.pixelBits == 32) {
+            for (; written < count; ++written, data += 4) {
+                std::uint8_t* out = &pixels[written * 4];
+                out[0] = data[2];
+                out[1] = data[1];
+                out[2] = data[0];
+                out[3] = data[3];
+            }
+        } else if (!mapped && !grey && header.pixelBits == 24) {
+            for (; written < count; ++written, data += 3) {
+                std::uint8_t* out = &pixels[written * 4];
+                out[0] = data[2];
+                out[1] = data[1];
+                out[2] = data[0];
+                out[3] = 255;
+            }
+        }
         for (; written < count; ++written) {
             const std::array<std::uint8_t, 4> rgba = decodeValue(data + written * pixelBytes);
             std::memcpy(&pixels[written * 4], rgba.data(), 4);
