@@ -2,6 +2,7 @@
 
 #include "engine/platform/Files.h"
 
+#include <bit>
 #include <cstring>
 #include <limits>
 
@@ -61,9 +62,10 @@ void WriteMeshPayload(ByteWriter& writer, const MeshAsset& mesh) {
     writer.WriteU32(CountOf(mesh.vertices.size()));
     writer.WriteBytes({reinterpret_cast<const std::uint8_t*>(mesh.vertices.data()), mesh.vertices.size() * sizeof(MeshVertex)});
     writer.WriteU32(CountOf(mesh.indices.size()));
-    for (const std::uint32_t index : mesh.indices) {
-        writer.WriteU32(index);
-    }
+    // Vertices and indices go out as they lie in memory, which is the file's little-endian
+    // form on every host the engine runs on.
+    static_assert(std::endian::native == std::endian::little);
+    writer.WriteBytes({reinterpret_cast<const std::uint8_t*>(mesh.indices.data()), mesh.indices.size() * 4});
     writer.WriteU32(CountOf(mesh.submeshes.size()));
     for (const MeshSubmesh& submesh : mesh.submeshes) {
         writer.WriteU32(submesh.firstIndex);
