@@ -108,4 +108,9 @@ std::uint32_t ByteReader::ReadCount(std::uint64_t minimumItemBytes, std::uint64_
     return count;
 }
 
+std::span<const std::uint8_t> ByteReader::ReadSizedBytes() {
+    const std::uint32_t size = ReadCount(1, 0xFFFFFFFFu);
+    return std::span<const std::uint8_t>(Take(size), size);
+}
+
 } // namespace Brelk::Assets

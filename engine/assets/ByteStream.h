@@ -53,6 +53,9 @@ public:
     // `minimumItemBytes` is 0, "Cooked item count exceeds the data." when that many items
     // can't fit in the bytes left. Reserve memory only after this.
     std::uint32_t ReadCount(std::uint64_t minimumItemBytes, std::uint64_t limit);
+    // A u32 size and that many bytes, viewed in place: "Cooked item count exceeds the data."
+    // when they are not all there.
+    std::span<const std::uint8_t> ReadSizedBytes();
 
     [[nodiscard]] std::size_t Position() const noexcept { return position_; }
     [[nodiscard]] std::size_t Remaining() const noexcept { return size_ - position_; }

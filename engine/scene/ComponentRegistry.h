@@ -73,8 +73,9 @@ private:
     std::uint64_t nextRegistrationIndex_ = 0;
 };
 
-// The checks that span several builder calls: replicated paths and save-game field names
-// must be unique, and the entry must have a main record. Throws std::invalid_argument.
+// The checks over a whole entry, also for entries filled without the builder: replicated
+// paths and save-game field names must be unique, and the entry must have a main record.
+// Throws std::invalid_argument.
 void ValidateComponentEntry(const ComponentTypeEntry& entry);
 
 namespace Detail {
@@ -382,6 +383,11 @@ public:
         if (path.empty()) {
             throw std::invalid_argument("Replicated field path is empty: " + entry_->name);
         }
+        for (const ReplicatedField& field : entry_->replicatedFields) {
+            if (field.path == path) {
+                throw std::invalid_argument("Field replicated twice: " + entry_->name + "." + path);
+            }
+        }
         entry_->replicatedFields.push_back(ReplicatedField{std::move(path), settings});
         return *this;
     }
@@ -455,9 +461,14 @@ public:
             });
     }
 
-    // The common step of the three above. A repeated name is refused at validation.
+    // The common step of the three above. A repeated name throws std::invalid_argument.
     ComponentBuilder& AddSaveGameField(std::string name, decltype(SaveGameField::write) write,
                                        decltype(SaveGameField::read) read) {
+        for (const SaveGameField& field : entry_->saveGameFields.fields) {
+            if (field.name == name) {
+                throw std::invalid_argument("Duplicate save-game field: " + entry_->name + "." + name);
+            }
+        }
         entry_->saveGameFields.fields.push_back(SaveGameField{std::move(name), std::move(write), std::move(read)});
         if (!entry_->saveGameFields.applyGuard) {
             // Apply to a copy and assign it back only when every field read cleanly.

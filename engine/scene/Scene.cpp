@@ -162,6 +162,22 @@ Entity Scene::CreateDirectionalLight(const std::string& name) {
     return entity;
 }
 
+Entity Scene::CreatePointLight(const std::string& name) {
+    const Entity entity = CreateEntity(name);
+    Get<TransformComponent>(entity).transform = Placement({0.0f, 2.0f, 0.0f}, {0.0f, 0.0f, 0.0f});
+    Emplace<PointLightComponent>(entity, PointLightComponent{});
+    MarkAllTransformsChanged();
+    return entity;
+}
+
+Entity Scene::CreateSpotLight(const std::string& name) {
+    const Entity entity = CreateEntity(name);
+    Get<TransformComponent>(entity).transform = Placement({0.0f, 3.0f, 3.0f}, {-35.0f, 180.0f, 0.0f});
+    Emplace<SpotLightComponent>(entity, SpotLightComponent{});
+    MarkAllTransformsChanged();
+    return entity;
+}
+
 // --- Hierarchy -----------------------------------------------------------------------------
 
 void Scene::SetParent(Entity child, Entity parent) {

@@ -94,6 +94,8 @@ public:
     Entity CreateCamera(const std::string& name, bool primary);
     Entity CreatePrimaryCamera(const std::string& name);
     Entity CreateDirectionalLight(const std::string& name);
+    Entity CreatePointLight(const std::string& name);
+    Entity CreateSpotLight(const std::string& name);
 
     // --- Hierarchy ---------------------------------------------------------------------
 

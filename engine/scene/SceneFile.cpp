@@ -3,11 +3,14 @@
 #include "engine/assets/AssetManager.h"
 #include "engine/assets/AssetReference.h"
 #include "engine/assets/AssetRegistry.h"
+#include "engine/assets/cooked/CookedContainer.h"
+#include "engine/assets/cooked/CookedManifest.h"
 #include "engine/platform/Files.h"
 #include "engine/platform/Paths.h"
 #include "engine/reflection/ReflectionRegistry.h"
 #include "engine/reflection/SchemaRecordText.h"
 #include "engine/scene/ComponentLoad.h"
+#include "engine/scene/CookedScene.h"
 #include "engine/scene/Scene.h"
 #include "engine/scene/SceneTextParser.h"
 #include "engine/scene/components/CoreComponents.h"
@@ -22,8 +25,6 @@ namespace Brelk::Scene {
 namespace {
 
 using Reflection::SchemaRecord;
-
-constexpr char kCookedMagic[4] = {'B', 'C', 'K', 'D'};
 
 // A load failure whose message is complete; every other exception of a load gets the
 // general prefix.
@@ -96,13 +97,33 @@ bool StartsWithCookedMagic(const std::filesystem::path& path, bool& opened) {
     std::ifstream file(path, std::ios::binary);
     opened = static_cast<bool>(file);
     if (!opened) return false;
-    char magic[4] = {};
-    file.read(magic, sizeof magic);
-    return file.gcount() == sizeof magic && std::equal(magic, magic + 4, kCookedMagic);
+    std::uint8_t magic[4] = {};
+    file.read(reinterpret_cast<char*>(magic), sizeof magic);
+    return file.gcount() == sizeof magic && Assets::IsCookedFile(magic);
 }
+
 
 void SetError(std::string* error, std::string message) {
     if (error) *error = std::move(message);
+}
+
+bool RequiresCookedScenesAt(const Assets::AssetRegistry& registry) {
+    return Assets::RequiresCookedScenes(registry.ContentRoot());
+}
+
+bool ReadCookedDocument(const std::filesystem::path& path, SceneDocument& document, std::string* error) {
+    std::string message;
+    const std::optional<std::vector<std::uint8_t>> bytes = Platform::ReadFileBytes(path, &message);
+    std::optional<std::span<const std::uint8_t>> payload;
+    if (bytes) {
+        payload = Assets::OpenCookedContainer(*bytes, Assets::kCookedKindScene, kCookedSceneFormatVersion,
+                                              Platform::PathToUtf8(path), &message);
+    }
+    if (!payload) {
+        SetError(error, "Failed to read cooked scene: " + message);
+        return false;
+    }
+    return DecodeCookedScenePayload(*payload, document, path, error);
 }
 
 // The entities of a document, loaded into a new scene aside from the caller's.
@@ -259,22 +280,25 @@ bool LoadScene(const std::filesystem::path& path, Scene& scene, const Assets::As
     if (error) error->clear();
     const Assets::AssetRegistry& registry = assetManager.GetRegistry();
     bool opened = false;
-    if (StartsWithCookedMagic(path, opened)) {
-        SetError(error, "Failed to read cooked scene: this build reads scene text only.");
-        return false;
-    }
-    if (!opened) {
-        SetError(error, "Failed to open scene file for reading.");
-        return false;
-    }
-    std::ifstream file(path);
-    if (!file) {
-        SetError(error, "Failed to open scene file for reading.");
-        return false;
-    }
     SceneDocument document;
-    if (!ParseSceneText(file, document, path, error)) return false;
-    file.close();
+    if (StartsWithCookedMagic(path, opened)) {
+        if (!ReadCookedDocument(path, document, error)) return false;
+    } else if (!opened) {
+        SetError(error, "Failed to open scene file for reading.");
+        return false;
+    } else if (registry.Mode() == Assets::AssetSourceMode::ReadOnly && RequiresCookedScenesAt(registry)) {
+        SetError(error, "Scene \"" + Platform::PathToUtf8(path) +
+                            "\" is not cooked. This package loads only cooked scenes; cook the project with "
+                            "brelk-cook or the packager.");
+        return false;
+    } else {
+        std::ifstream file(path);
+        if (!file) {
+            SetError(error, "Failed to open scene file for reading.");
+            return false;
+        }
+        if (!ParseSceneText(file, document, path, error)) return false;
+    }
 
     try {
         const Reflection::SchemaCodecContext codec = MakeSceneCodecContext(registry);

@@ -1,12 +1,43 @@
 #pragma once
 
+#include "engine/core/Guid.h"
+#include "engine/scene/Entity.h"
 #include "engine/scene/components/ComponentEnums.h"
 
 #include <glm/vec3.hpp>
 
+#include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace Brelk::Scene {
+
+// A simulated body. `inertiaTensor` is the diagonal of the local inertia, used as given.
+struct RigidBodyComponent {
+    BodyType bodyType = BodyType::Dynamic;
+    float mass = 1.0f;
+    float linearDamping = 0.05f;
+    float angularDamping = 0.05f;
+    float gravityScale = 1.0f;
+    bool enabled = true;
+    bool useGravity = true;
+    bool allowSleep = true;
+    glm::vec3 inertiaTensor{1.0f, 1.0f, 1.0f};
+    bool lockPositionX = false;
+    bool lockPositionY = false;
+    bool lockPositionZ = false;
+    bool lockRotationX = false;
+    bool lockRotationY = false;
+    bool lockRotationZ = false;
+
+    // Run-time state of the simulation: never in a scene file, carried by save games.
+    // A new body starts awake, so that it settles under gravity before it may sleep.
+    glm::vec3 linearVelocity{0.0f, 0.0f, 0.0f};
+    glm::vec3 angularVelocity{0.0f, 0.0f, 0.0f};
+    bool isAwake = true;
+
+    friend bool operator==(const RigidBodyComponent&, const RigidBodyComponent&) = default;
+};
 
 struct PhysicsMaterial {
     float staticFriction = 0.6f;
@@ -47,6 +78,70 @@ struct ColliderComponent {
     bool debugDraw = true;
 
     friend bool operator==(const ColliderComponent&, const ColliderComponent&) = default;
+};
+
+// Joins this body to the body of `connectedEntity`. The handle is saved as the target's
+// Guid in `connectedEntityGuid`; each anchor is in its own body's local space.
+struct ConstraintComponent {
+    bool enabled = true;
+    Entity connectedEntity = kNullEntity;
+    glm::vec3 localAnchor{0.0f, 0.0f, 0.0f};
+    glm::vec3 connectedAnchor{0.0f, 0.0f, 0.0f};
+    float linearStiffness = 0.85f;
+    Core::Guid connectedEntityGuid;
+    bool debugDraw = false;
+
+    friend bool operator==(const ConstraintComponent&, const ConstraintComponent&) = default;
+};
+
+// One sample point of a custom buoyancy hull, in the body's local space.
+struct BuoyancyPoint {
+    glm::vec3 localPosition{0.0f, 0.0f, 0.0f};
+    float immersionDepth = 1.0f;
+    float liftWeight = 1.0f;
+    bool enabled = true;
+
+    friend bool operator==(const BuoyancyPoint&, const BuoyancyPoint&) = default;
+};
+
+inline constexpr std::size_t kMaxBuoyancyCustomPoints = 32;
+
+// Floats a dynamic rigid body on the water of `waterBody`, an entity with an OceanComponent
+// (saved as its Guid in `waterBodyGuid`). `customPoints` replace the hull-bounds samples
+// when `samplingMode` is CustomPoints; at most kMaxBuoyancyCustomPoints of them.
+struct BuoyancyComponent {
+    bool enabled = true;
+    bool simulateInEditMode = false;
+    BuoyancySamplingMode samplingMode = BuoyancySamplingMode::HullBounds;
+    bool autoFitCollider = true;
+    Entity waterBody = kNullEntity;
+    Core::Guid waterBodyGuid;
+    glm::vec3 localCenter{0.0f, 0.0f, 0.0f};
+    glm::vec3 localHalfExtents{0.5f, 0.5f, 0.5f};
+    std::uint32_t samplePointCount = 8;
+    BuoyancyForceModel forceModel = BuoyancyForceModel::AutoTrim;
+    float fluidDensity = 1025.0f;
+    float buoyancyScale = 1.0f;
+    float targetSubmersion = 0.45f;
+    float hullVolumeScale = 0.65f;
+    float maxSubmersionDepth = 1.0f;
+    float linearDrag = 1.5f;
+    float angularDrag = 0.8f;
+    float surfaceAlignment = 0.18f;
+    bool canFlip = false;
+    float uprightStiffness = 1.0f;
+    float uprightDamping = 0.65f;
+    bool generateWake = false;
+    float wakeStrength = 0.18f;
+    float wakeWidth = 1.2f;
+    float wakeLifetime = 4.0f;
+    float wakeSpacing = 0.65f;
+    float wakeMinimumSpeed = 0.6f;
+    std::uint32_t maximumWakePoints = 24;
+    bool debugDraw = false;
+    std::vector<BuoyancyPoint> customPoints;
+
+    friend bool operator==(const BuoyancyComponent&, const BuoyancyComponent&) = default;
 };
 
 } // namespace Brelk::Scene

@@ -4,12 +4,17 @@
 #include "engine/scene/components/ClothComponent.h"
 #include "engine/scene/components/ClothRecords.h"
 #include "engine/scene/components/ComponentRegistrars.h"
+#include "engine/scene/components/OceanComponent.h"
 #include "engine/scene/components/PhysicsComponents.h"
+#include "engine/scene/components/RecordEdits.h"
+
+#include <stdexcept>
 
 namespace Brelk::Scene {
 namespace {
 
 using Detail::AssetField;
+using Detail::EntityField;
 using Detail::EnumField;
 using Detail::LabelCase;
 using Detail::Labelled;
@@ -61,6 +66,13 @@ void RegisterCollisionTypes() {
     Labelled(ReflectedTypeBuilder<CollisionFilter>("CollisionFilter", "Collision Filter", "Physics"))
         .Field("layer", &CollisionFilter::layer)
         .Field("mask", &CollisionFilter::mask);
+
+    using P = BuoyancyPoint;
+    Labelled(ReflectedTypeBuilder<P>("BuoyancyPoint", "Buoyancy Point", "Physics"))
+        .Field("localPosition", &P::localPosition)
+        .Field("immersionDepth", &P::immersionDepth)
+        .Field("liftWeight", &P::liftWeight)
+        .Field("enabled", &P::enabled);
 }
 
 void RegisterClothTypes() {
@@ -108,6 +120,44 @@ void RegisterClothTypes() {
         .Field("values", &Physics::ClothPinWeightChunk::values);
 }
 
+// Version 1 saved the body's velocities and sleep state, which are run-time state now and
+// travel in save games only.
+void MigrateRigidBody(Reflection::SchemaRecord& record, std::uint32_t fromVersion) {
+    if (fromVersion < 2) {
+        RemoveRecordFields(record, {"linearVelocity", "angularVelocity", "isAwake"});
+    }
+}
+
+void RegisterRigidBody() {
+    using R = RigidBodyComponent;
+    Labelled(RegisterComponent<R>("RigidBodyComponent", "Rigid Body", "Physics", kUserFlags)
+                 .Description("Adds physical body mass, velocity, damping, and sleep settings.")
+                 .Version(2)
+                 .Migrate(MigrateRigidBody))
+        .Field("bodyType", &R::bodyType, EnumField("BodyType"))
+        .Field("mass", &R::mass, FieldAttr().Range(0.0f, 1000000.0f))
+        .Field("linearDamping", &R::linearDamping, FieldAttr().Range(0.0f, 1000.0f))
+        .Field("angularDamping", &R::angularDamping, FieldAttr().Range(0.0f, 1000.0f))
+        .Field("gravityScale", &R::gravityScale, FieldAttr().Range(-100.0f, 100.0f))
+        .Field("enabled", &R::enabled)
+        .Field("useGravity", &R::useGravity)
+        .Field("allowSleep", &R::allowSleep)
+        .Field("inertiaTensor", &R::inertiaTensor)
+        .Field("lockPositionX", &R::lockPositionX)
+        .Field("lockPositionY", &R::lockPositionY)
+        .Field("lockPositionZ", &R::lockPositionZ)
+        .Field("lockRotationX", &R::lockRotationX)
+        .Field("lockRotationY", &R::lockRotationY)
+        .Field("lockRotationZ", &R::lockRotationZ)
+        .Done()
+        .AddTransient(&R::linearVelocity)
+        .AddTransient(&R::angularVelocity)
+        .AddTransient(&R::isAwake)
+        .SaveGame("linearVelocity", &R::linearVelocity)
+        .SaveGame("angularVelocity", &R::angularVelocity)
+        .SaveGame("isAwake", &R::isAwake);
+}
+
 void RegisterCollider() {
     using C = ColliderComponent;
     Labelled(RegisterComponent<C>("ColliderComponent", "Collider", "Physics", kUserFlags)
@@ -129,6 +179,77 @@ void RegisterCollider() {
         .Field("enabled", &C::enabled)
         .Field("isTrigger", &C::isTrigger)
         .Field("debugDraw", &C::debugDraw);
+}
+
+void RegisterConstraint() {
+    using C = ConstraintComponent;
+    Labelled(RegisterComponent<C>("ConstraintComponent", "Constraint", "Physics", kUserFlags)
+                 .Description("Joins this rigid body to another entity's body."))
+        .Field("enabled", &C::enabled)
+        .Field("connectedEntity", &C::connectedEntity, EntityField().NotSaved())
+        .Field("localAnchor", &C::localAnchor)
+        .Field("connectedAnchor", &C::connectedAnchor)
+        .Field("linearStiffness", &C::linearStiffness, FieldAttr().Range(0.0f, 1000.0f))
+        .Field("connectedEntityGuid", &C::connectedEntityGuid, FieldAttr().Hidden())
+        .Field("debugDraw", &C::debugDraw)
+        .Done()
+        .EntityLink(&C::connectedEntity, &C::connectedEntityGuid);
+}
+
+// The solver keeps a fixed table of sample points, so a file may not ask for more.
+void CheckCustomPointLimit(const BuoyancyComponent& buoyancy) {
+    if (buoyancy.customPoints.size() > kMaxBuoyancyCustomPoints) {
+        throw std::runtime_error("Buoyancy component exceeds 32 custom points.");
+    }
+}
+
+void RegisterBuoyancy() {
+    using B = BuoyancyComponent;
+    Labelled(RegisterComponent<B>("BuoyancyComponent", "Buoyancy", "Physics", kUserFlags)
+                 .Description("Adds multi-point wave-aware buoyancy and water-relative drag to a dynamic rigid body."))
+        .Field("enabled", &B::enabled)
+        .Field("simulateInEditMode", &B::simulateInEditMode, FieldAttr("Simulate in Editor"))
+        .Field("samplingMode", &B::samplingMode, EnumField("BuoyancySamplingMode").Category("Sampling"))
+        .Field("autoFitCollider", &B::autoFitCollider, FieldAttr().Category("Sampling"))
+        .Field("waterBody", &B::waterBody, EntityField().Category("Sampling").NotSaved())
+        .Field("waterBodyGuid", &B::waterBodyGuid, FieldAttr().Category("Sampling").Hidden())
+        .Field("localCenter", &B::localCenter, FieldAttr().Category("Sampling"))
+        .Field("localHalfExtents", &B::localHalfExtents, FieldAttr().Category("Sampling"))
+        .Field("samplePointCount", &B::samplePointCount,
+               FieldAttr("Sample Points").Range(1.0f, 8.0f).Category("Sampling"))
+        .Field("forceModel", &B::forceModel, EnumField("BuoyancyForceModel").Category("Hydrodynamics"))
+        .Field("fluidDensity", &B::fluidDensity, FieldAttr().Range(1.0f, 4000.0f).Category("Forces"))
+        .Field("buoyancyScale", &B::buoyancyScale, FieldAttr().Range(0.0f, 8.0f).Category("Forces"))
+        .Field("targetSubmersion", &B::targetSubmersion, FieldAttr().Range(0.05f, 0.95f).Category("Hydrodynamics"))
+        .Field("hullVolumeScale", &B::hullVolumeScale, FieldAttr().Range(0.01f, 1.0f).Category("Hydrodynamics"))
+        .Field("maxSubmersionDepth", &B::maxSubmersionDepth, FieldAttr().Range(0.01f, 100.0f).Category("Forces"))
+        .Field("linearDrag", &B::linearDrag, FieldAttr().Range(0.0f, 20.0f).Category("Forces"))
+        .Field("angularDrag", &B::angularDrag, FieldAttr().Range(0.0f, 20.0f).Category("Forces"))
+        .Field("surfaceAlignment", &B::surfaceAlignment, FieldAttr().Range(0.0f, 2.0f).Category("Forces"))
+        .Field("canFlip", &B::canFlip, FieldAttr().Category("Stability"))
+        .Field("uprightStiffness", &B::uprightStiffness, FieldAttr().Range(0.0f, 20.0f).Category("Stability"))
+        .Field("uprightDamping", &B::uprightDamping, FieldAttr().Range(0.0f, 20.0f).Category("Stability"))
+        .Field("generateWake", &B::generateWake, FieldAttr().Category("Wake Trail"))
+        .Field("wakeStrength", &B::wakeStrength, FieldAttr("Strength").Range(0.0f, 4.0f).Category("Wake Trail"))
+        .Field("wakeWidth", &B::wakeWidth, FieldAttr("Width").Range(0.05f, 50.0f).Category("Wake Trail"))
+        .Field("wakeLifetime", &B::wakeLifetime, FieldAttr("Lifetime").Range(0.1f, 30.0f).Category("Wake Trail"))
+        .Field("wakeSpacing", &B::wakeSpacing, FieldAttr("Point Spacing").Range(0.05f, 20.0f).Category("Wake Trail"))
+        .Field("wakeMinimumSpeed", &B::wakeMinimumSpeed,
+               FieldAttr("Minimum Speed").Range(0.01f, 100.0f).Category("Wake Trail"))
+        .Field("maximumWakePoints", &B::maximumWakePoints,
+               FieldAttr("Maximum Points").Range(1.0f, 32.0f).Category("Wake Trail"))
+        .Field("debugDraw", &B::debugDraw, FieldAttr().Category("Debug"))
+        .Field("customPoints", &B::customPoints)
+        .Done()
+        .EntityLink(&B::waterBody, &B::waterBodyGuid)
+        .OnSave([](B& buoyancy, const ComponentSaveContext&) { CheckCustomPointLimit(buoyancy); })
+        .OnLoad([](B& buoyancy, const ComponentLoadContext&) { CheckCustomPointLimit(buoyancy); })
+        // Runs after the link has found its entity: only an ocean is water to float on.
+        .OnResolve([](B& buoyancy, const Registry& registry, Entity) {
+            if (!registry.IsAlive(buoyancy.waterBody) || !registry.Has<OceanComponent>(buoyancy.waterBody)) {
+                buoyancy.waterBody = kNullEntity;
+            }
+        });
 }
 
 void RegisterCloth() {
@@ -154,7 +275,9 @@ void RegisterCloth() {
         .AddCustom(&C::pinWeights)
         .AddTransient(&C::runtimeMesh)
         .Records<Physics::ClothRecordParts>(
-            {{Physics::kClothMainRecord, false}, {Physics::kClothCountRecord, false}, {Physics::kClothChunkRecord, true}},
+            {{Physics::kClothMainRecord, false},
+             {Physics::kClothCountRecord, false},
+             {Physics::kClothChunkRecord, true}},
             [](const C& cloth, std::vector<Reflection::SchemaRecord>& out, const ComponentSaveContext& context) {
                 Physics::WriteClothRecords(cloth, out, Detail::CodecOrEmpty(context.codec));
             },
@@ -171,16 +294,11 @@ void RegisterPhysicsComponents() {
     RegisterPhysicsEnums();
     RegisterCollisionTypes();
     RegisterClothTypes();
+    RegisterRigidBody();
     RegisterCollider();
+    RegisterConstraint();
+    RegisterBuoyancy();
     RegisterCloth();
-}
-
-void RegisterOceanComponents() {
-    RegisterCatalogueEnum<OceanPreset>("OceanPreset",
-                                       {{"Calm"}, {"Coastal"}, {"OpenSea", "Open Sea"}, {"Storm"}, {"Custom"}});
-    RegisterCatalogueEnum<OceanQuality>("OceanQuality", {{"Low"}, {"Medium"}, {"High"}, {"Ultra"}});
-    RegisterCatalogueEnum<OceanBodyMode>("OceanBodyMode",
-                                         {{"Bounded", "Bounded Water Body"}, {"Infinite", "Infinite Ocean"}});
 }
 
 } // namespace Brelk::Scene

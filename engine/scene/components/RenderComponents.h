@@ -1,5 +1,9 @@
 #pragma once
 
+#include "engine/scene/components/ComponentEnums.h"
+
+#include <glm/vec2.hpp>
+
 #include <cstdint>
 #include <vector>
 
@@ -23,6 +27,21 @@ struct MeshRendererComponent {
     float maxDrawDistance = 250.0f;
 
     friend bool operator==(const MeshRendererComponent&, const MeshRendererComponent&) = default;
+};
+
+// A camera-facing quad of `size` metres, pivoting about `pivot` in its own 0..1 space.
+struct BillboardComponent {
+    std::uint64_t material = 0;
+    glm::vec2 size{1.0f, 1.0f};
+    glm::vec2 pivot{0.5f, 0.5f};
+    BillboardFacingMode facingMode = BillboardFacingMode::ScreenAligned;
+    bool visible = true;
+    float rotationDegrees = 0.0f;
+    bool allowOcclusion = true;
+    float maxDrawDistance = 250.0f;
+    float sortBias = 0.0f;
+
+    friend bool operator==(const BillboardComponent&, const BillboardComponent&) = default;
 };
 
 struct CameraComponent {

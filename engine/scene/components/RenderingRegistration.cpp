@@ -2,14 +2,16 @@
 #include "engine/scene/components/CatalogueRegistration.h"
 #include "engine/scene/components/ClothComponent.h"
 #include "engine/scene/components/ComponentRegistrars.h"
-#include "engine/scene/components/LightComponents.h"
+#include "engine/scene/components/OceanComponent.h"
 #include "engine/scene/components/RenderComponents.h"
+#include "engine/scene/components/SplineComponents.h"
 #include "engine/scene/components/TerrainComponent.h"
 
 namespace Brelk::Scene {
 namespace {
 
 using Detail::AssetField;
+using Detail::EnumField;
 using Detail::Labelled;
 using Detail::RegisterCatalogueEnum;
 using Reflection::FieldAttr;
@@ -17,16 +19,19 @@ using Reflection::FieldAttr;
 constexpr ComponentFlags kUserFlags = ComponentFlags::UserAddable | ComponentFlags::Saved;
 
 // A mesh that a neighbour component built at run time is rebuilt on load, so the file
-// keeps no reference to it: none for a terrain's mesh, the authored source for a cloth's.
+// keeps no reference to it: none for a spline's, terrain's or ocean's mesh, the authored source for a cloth's.
 void ForgetGeneratedMesh(MeshRendererComponent& renderer, const ComponentSaveContext& context) {
     if (renderer.mesh == 0) {
         return;
     }
-    if (const auto* terrain = context.registry.TryGet<TerrainComponent>(context.entity)) {
-        if (terrain->generatedMesh != 0 && terrain->generatedMesh == renderer.mesh) {
-            renderer.mesh = 0;
-            return;
-        }
+    const auto generated = [&](const auto* neighbour) {
+        return neighbour != nullptr && neighbour->generatedMesh != 0 && neighbour->generatedMesh == renderer.mesh;
+    };
+    if (generated(context.registry.TryGet<SplineComponent>(context.entity)) ||
+        generated(context.registry.TryGet<TerrainComponent>(context.entity)) ||
+        generated(context.registry.TryGet<OceanComponent>(context.entity))) {
+        renderer.mesh = 0;
+        return;
     }
     if (const auto* cloth = context.registry.TryGet<Physics::ClothComponent>(context.entity)) {
         if (cloth->runtimeMesh != 0 && cloth->runtimeMesh == renderer.mesh) {
@@ -60,6 +65,19 @@ void RegisterRenderingComponents() {
         .Done()
         .OnSave(ForgetGeneratedMesh);
 
+    using B = BillboardComponent;
+    Labelled(RegisterComponent<B>("BillboardComponent", "Billboard", "Rendering", kUserFlags)
+                 .Description("Draws a camera-facing sprite or quad."))
+        .Field("material", &B::material, AssetField("Material"))
+        .Field("size", &B::size)
+        .Field("pivot", &B::pivot)
+        .Field("facingMode", &B::facingMode, EnumField("BillboardFacingMode"))
+        .Field("visible", &B::visible)
+        .Field("rotationDegrees", &B::rotationDegrees, FieldAttr("Rotation").Angle())
+        .Field("allowOcclusion", &B::allowOcclusion)
+        .Field("maxDrawDistance", &B::maxDrawDistance)
+        .Field("sortBias", &B::sortBias);
+
     using C = CameraComponent;
     Labelled(RegisterComponent<C>("CameraComponent", "Camera", "Rendering", kUserFlags)
                  .Description("Renders a scene view when marked primary or targeted by camera logic."))
@@ -67,80 +85,6 @@ void RegisterRenderingComponents() {
         .Field("nearClip", &C::nearClip, FieldAttr().Range(0.001f, 1000.0f))
         .Field("farClip", &C::farClip, FieldAttr().Range(0.01f, 100000.0f))
         .Field("primary", &C::primary);
-}
-
-void RegisterParticleComponents() {
-    RegisterCatalogueEnum<ParticleSimulationBackend>("ParticleSimulationBackend", {{"Cpu", "CPU"}, {"Gpu", "GPU"}});
-    RegisterCatalogueEnum<ParticleCollisionShape>("ParticleCollisionShape",
-                                                  {{"None"}, {"Plane"}, {"Sphere"}, {"SceneDepth", "Scene Depth"}});
-    RegisterCatalogueEnum<CurveInterpolation>("CurveInterpolation", {{"Smooth"}, {"Linear"}, {"Constant"}});
-    RegisterCatalogueEnum<ParticleRenderMode>(
-        "ParticleRenderMode",
-        {{"Billboard"}, {"Ribbon"}, {"Stretched"}, {"AxisLocked", "Axis Locked"}, {"Mesh"}, {"Beam"}});
-    RegisterCatalogueEnum<ParticleFlipbookPlayback>(
-        "ParticleFlipbookPlayback", {{"OverLifetime", "Over Lifetime"}, {"Loop"}, {"PingPong", "Ping Pong"}});
-    RegisterCatalogueEnum<ParticleEmitterShape>("ParticleEmitterShape", {{"Point"},
-                                                                         {"Sphere"},
-                                                                         {"Box"},
-                                                                         {"Cone"},
-                                                                         {"Circle"},
-                                                                         {"Line"},
-                                                                         {"Cylinder"},
-                                                                         {"MeshSurface", "Mesh Surface"},
-                                                                         {"MeshVolume", "Mesh Volume"}});
-    RegisterCatalogueEnum<ParticleSimulationSpace>("ParticleSimulationSpace", {{"Local"}, {"World"}});
-}
-
-void RegisterLightingComponents() {
-    using D = DirectionalLightComponent;
-    Labelled(RegisterComponent<D>("DirectionalLightComponent", "Directional Light", "Lighting", kUserFlags)
-                 .Description("Global sun/moon-style light with optional cascaded shadows."))
-        .Field("color", &D::color, FieldAttr().Color())
-        .Field("intensity", &D::intensity, FieldAttr().Range(0.0f, 1000.0f))
-        .Field("enabled", &D::enabled)
-        .Field("castsShadows", &D::castsShadows)
-        .Field("shadowResolution", &D::shadowResolution)
-        .Field("shadowMaxDistance", &D::shadowMaxDistance, FieldAttr().Range(0.0f, 10000.0f))
-        .Field("shadowBias", &D::shadowBias)
-        .Field("shadowNormalBias", &D::shadowNormalBias, FieldAttr().Category("Shadows"))
-        .Field("shadowSlopeBias", &D::shadowSlopeBias, FieldAttr().Category("Shadows"))
-        .Field("shadowStrength", &D::shadowStrength, FieldAttr().Category("Shadows"))
-        .Field("shadowPcfRadius", &D::shadowPcfRadius, FieldAttr().Category("Shadows"))
-        .Field("shadowCascadeCount", &D::shadowCascadeCount, FieldAttr().Category("Shadows"))
-        .Field("shadowCascadeLambda", &D::shadowCascadeLambda, FieldAttr().Category("Shadows"))
-        .Field("showCascadeDebug", &D::showCascadeDebug, FieldAttr().Category("Shadows"));
-}
-
-void RegisterVfxComponents() {
-    RegisterCatalogueEnum<VfxParameterType>("VfxParameterType",
-                                            {{"Float"}, {"Color"}, {"Vector3", "Vector 3"}, {"Bool"}});
-    RegisterCatalogueEnum<VfxParameterTarget>("VfxParameterTarget", {{"EmissionRate", "Emission Rate"},
-                                                                     {"StartSize", "Start Size"},
-                                                                     {"StartSpeed", "Start Speed"},
-                                                                     {"Lifetime"},
-                                                                     {"SimulationSpeed", "Simulation Speed"},
-                                                                     {"Color"},
-                                                                     {"LightIntensity", "Light Intensity"},
-                                                                     {"Gravity"},
-                                                                     {"Wind"},
-                                                                     {"BeamEnd", "Beam End"},
-                                                                     {"Enabled"},
-                                                                     {"Turbulence"}});
-    RegisterCatalogueEnum<VfxBindingMode>("VfxBindingMode", {{"Multiply"}, {"Override"}});
-    RegisterCatalogueEnum<VfxEventTrigger>(
-        "VfxEventTrigger", {{"OnSpawn", "On Spawn"}, {"OnDeath", "On Death"}, {"OnCollision", "On Collision"}});
-    RegisterCatalogueEnum<VfxEventAction>("VfxEventAction", {{"SpawnEffect", "Spawn Effect"},
-                                                             {"SpawnParticles", "Spawn Particles"},
-                                                             {"NotifyScript", "Notify Script"}});
-}
-
-void RegisterAudioComponents() {
-    RegisterCatalogueEnum<AudioAttenuationModel>("AudioAttenuationModel",
-                                                 {{"Smooth"}, {"Linear"}, {"Inverse"}, {"Custom"}});
-}
-
-void RegisterUiComponents() {
-    RegisterCatalogueEnum<UICanvasSpace>("UICanvasSpace", {{"Screen"}, {"WorldBillboard", "World Billboard"}});
 }
 
 } // namespace Brelk::Scene

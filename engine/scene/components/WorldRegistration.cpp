@@ -88,15 +88,6 @@ void MigrateWorldChunk(Reflection::SchemaRecord& record, std::uint32_t fromVersi
 
 } // namespace
 
-void RegisterSplineComponents() {
-    RegisterCatalogueEnum<SplineCurveType>("SplineCurveType", {{"CatmullRom", "Catmull-Rom"}, {"Hermite"}});
-    RegisterCatalogueEnum<SplineMeshType>("SplineMeshType", {{"Tube"}, {"Ribbon", "Ribbon/Road"}});
-    RegisterCatalogueEnum<SplineUvMode>("SplineUvMode", {{"WholeLength", "Whole Length"},
-                                                         {"PerSegment", "Per Segment"},
-                                                         {"DistanceTiled", "Distance Tiled"},
-                                                         {"StretchToMesh", "Stretch To Mesh"}});
-}
-
 void RegisterTerrainComponents() {
     RegisterCatalogueEnum<TerrainBrushMode>(
         "TerrainBrushMode", {{"RaiseLower", "Raise/Lower"}, {"Smooth"}, {"Flatten"}, {"PaintLayer", "Paint Layer"}});

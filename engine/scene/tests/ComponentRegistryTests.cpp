@@ -232,13 +232,16 @@ TEST(ComponentBuilderTest, RefusesBrokenDeclarationsWithTheirMessages) {
 
     ReplicationSettings settings;
     settings.mode = 1;
-    first.Replicated("value", settings).Replicated("value");
-    EXPECT_EQ(ThrownMessage([&] { first.Validate(); }), "Field replicated twice: FirstComponent.value");
+    first.Replicated("value", settings);
+    EXPECT_EQ(ThrownMessage([&] { first.Replicated("value"); }), "Field replicated twice: FirstComponent.value");
+    ASSERT_EQ(first.Entry().replicatedFields.size(), 1u);
     EXPECT_EQ(first.Entry().replicatedFields[0].settings.mode, 1u);
 
     ComponentBuilder<SecondComponent> second = Add<SecondComponent>(registry, "SecondComponent", "Second", "Test", F::Saved);
-    second.AddSaveGameField("value", {}, {}).AddSaveGameField("value", {}, {});
-    EXPECT_EQ(ThrownMessage([&] { second.Validate(); }), "Duplicate save-game field: SecondComponent.value");
+    second.AddSaveGameField("value", {}, {});
+    EXPECT_EQ(ThrownMessage([&] { second.AddSaveGameField("value", {}, {}); }),
+              "Duplicate save-game field: SecondComponent.value");
+    EXPECT_EQ(second.Entry().saveGameFields.fields.size(), 1u);
 }
 
 TEST(ComponentLoadTableTest, ListsRecordComponentsAndMapsRecordNamesAndAliases) {

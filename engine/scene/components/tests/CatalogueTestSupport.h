@@ -3,11 +3,17 @@
 #include "engine/reflection/ReflectionRegistry.h"
 #include "engine/reflection/SchemaCodec.h"
 #include "engine/reflection/SchemaRecordText.h"
+#include "engine/scene/ComponentLoad.h"
+#include "engine/scene/ComponentRegistry.h"
 #include "engine/scene/InstallComponents.h"
+#include "engine/scene/Registry.h"
 
 #include <charconv>
 #include <cstdint>
+#include <stdexcept>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace Brelk::Scene::Testing {
 
@@ -46,6 +52,46 @@ Reflection::SchemaRecord EncodeDefault() {
 template <class T>
 std::string DefaultRecordText() {
     return Reflection::FormatSchemaRecord(EncodeDefault<T>());
+}
+
+inline const ComponentTypeEntry& EntryOf(const std::string& name) {
+    InstallComponents();
+    const ComponentTypeEntry* entry = ComponentRegistry::Instance().Find(name);
+    if (entry == nullptr) throw std::runtime_error("no component " + name);
+    return *entry;
+}
+
+inline Reflection::SchemaRecord ReadRecordText(const std::string& text) {
+    Reflection::SchemaLineCursor lines(text);
+    std::string_view header;
+    if (!lines.NextLine(header)) throw std::runtime_error("empty record text");
+    return Reflection::ReadSchemaRecord(header.substr(std::string_view("component_schema").size()), lines);
+}
+
+// Loads the records onto a new entity of `registry` as a scene load does, links resolved.
+inline Entity LoadEntity(Registry& registry, std::vector<Reflection::SchemaRecord> records) {
+    InstallComponents();
+    const Entity entity = registry.CreateEntity();
+    const ComponentLoadTable table;
+    const ComponentLoadContext context{&TestCodec()};
+    ComponentLoadSession session(table, context);
+    for (Reflection::SchemaRecord& record : records) session.ReadRecord(std::move(record), 1000);
+    session.Finish(false);
+    session.Apply(registry, entity);
+    ResolveEntityComponents(table, registry, entity);
+    return entity;
+}
+
+template <class T>
+const T& LoadOne(Registry& registry, std::vector<Reflection::SchemaRecord> records) {
+    return registry.Get<T>(LoadEntity(registry, std::move(records)));
+}
+
+inline std::vector<Reflection::SchemaRecord> SaveOne(const Registry& registry, Entity entity, const std::string& name) {
+    const ComponentTypeEntry& entry = EntryOf(name);
+    std::vector<Reflection::SchemaRecord> records;
+    entry.save(entry.getConst(registry, entity), ComponentSaveContext{registry, entity, &TestCodec()}, records);
+    return records;
 }
 
 } // namespace Brelk::Scene::Testing

@@ -27,14 +27,12 @@ namespace Brelk::Scene {
 namespace {
 
 using Testing::DefaultRecordText;
+using Testing::EntryOf;
 using Testing::InstalledReflection;
+using Testing::LoadOne;
+using Testing::ReadRecordText;
+using Testing::SaveOne;
 
-const ComponentTypeEntry& EntryOf(const std::string& name) {
-    InstallComponents();
-    const ComponentTypeEntry* entry = ComponentRegistry::Instance().Find(name);
-    if (entry == nullptr) throw std::runtime_error("no component " + name);
-    return *entry;
-}
 
 const Reflection::TypeInfo& TypeOf(const std::string& name) {
     const Reflection::TypeInfo* type = InstalledReflection().FindType(name);
@@ -257,33 +255,6 @@ TEST(CatalogueTests, EnumFieldsStoreTheStableNameNeverTheDisplayName) {
                   Reflection::DecodeObject(record, Reflection::MakeView(chunk), InstalledReflection(), Testing::TestCodec());
               }),
               "TerrainSampleChunk.kind: Unknown enum name or rejected accessor: Layer Weights");
-}
-
-Reflection::SchemaRecord ReadRecordText(const std::string& text) {
-    Reflection::SchemaLineCursor lines(text);
-    std::string_view header;
-    if (!lines.NextLine(header)) throw std::runtime_error("empty record text");
-    return Reflection::ReadSchemaRecord(header.substr(std::string_view("component_schema").size()), lines);
-}
-
-template <class T>
-const T& LoadOne(Registry& registry, std::vector<Reflection::SchemaRecord> records) {
-    InstallComponents();
-    const Entity entity = registry.CreateEntity();
-    const ComponentLoadTable table;
-    const ComponentLoadContext context{&Testing::TestCodec()};
-    ComponentLoadSession session(table, context);
-    for (Reflection::SchemaRecord& record : records) session.ReadRecord(std::move(record), 1000);
-    session.Finish(false);
-    session.Apply(registry, entity);
-    return registry.Get<T>(entity);
-}
-
-std::vector<Reflection::SchemaRecord> SaveOne(Registry& registry, Entity entity, const std::string& name) {
-    const ComponentTypeEntry& entry = EntryOf(name);
-    std::vector<Reflection::SchemaRecord> records;
-    entry.save(entry.getConst(registry, entity), ComponentSaveContext{registry, entity, &Testing::TestCodec()}, records);
-    return records;
 }
 
 TEST(CatalogueTests, AnOldTransformRecordLoadsAsTheTransformComponent) {

@@ -1,0 +1,153 @@
+#include "engine/assets/cooked/CookedManifest.h"
+
+#include "engine/assets/tests/AssetTestSupport.h"
+#include "engine/platform/Files.h"
+
+#include <gtest/gtest.h>
+
+namespace Brelk::Assets {
+namespace {
+
+using Testing::ScratchFolder;
+using Testing::WriteText;
+
+CookedAssetManifest SampleManifest() {
+    CookedAssetManifest manifest;
+    manifest.platform = "linux";
+    manifest.cookerVersion = 7;
+    manifest.contentRoot = "C:/Game/Content";
+    manifest.outputRoot = "Out dir";
+    manifest.requireCookedScenes = true;
+    CookedAssetEntry entry;
+    entry.guid = Core::Guid::FromName("rock");
+    entry.type = AssetType::Material;
+    entry.name = "Rock \"wet\"";
+    entry.sourcePath = "Materials/Rock.bmat";
+    entry.cookedPath = "Cooked\\Rock.bmat";
+    entry.label = "a\\b";
+    entry.valueA = 18446744073709551615ull;
+    entry.flag = true;
+    entry.hashA = 0xabc;
+    entry.hashC = 1;
+    entry.textD = "d";
+    entry.valueC = 4294967295u;
+    entry.dependencies = {{"Textures/Rock.png", 0x0123456789abcdefull}};
+    manifest.assets = {entry, CookedAssetEntry{}};
+    return manifest;
+}
+
+TEST(CookedManifestTest, WritesVersionThreeAndReadsItBack) {
+    ScratchFolder folder;
+    const CookedAssetManifest written = SampleManifest();
+    ASSERT_TRUE(WriteCookedManifest(written, folder / "m.bmanifest", nullptr));
+    const std::string text = Testing::ReadText(folder / "m.bmanifest");
+    EXPECT_EQ(text.substr(0, text.find("asset ")),
+              "brelk_cooked_manifest 3\nplatform \"linux\"\ncooker_version 7\ncontent_root \"C:/Game/Content\"\n"
+              "output_root \"Out dir\"\nrequire_cooked_scenes 1\n");
+    EXPECT_NE(text.find(" Material \"Rock \\\"wet\\\"\" \"Materials/Rock.bmat\" \"Cooked\\\\Rock.bmat\" \"\" \"a\\\\b\" "
+                        "18446744073709551615 0 1 0000000000000abc 0000000000000000 \"\" 0000000000000001 \"d\" "
+                        "4294967295 1\ndependency \"Textures/Rock.png\" 0123456789abcdef\n"),
+              std::string::npos)
+        << text;
+
+    CookedAssetManifest read;
+    std::string error;
+    ASSERT_TRUE(ReadCookedManifest(folder / "m.bmanifest", read, &error)) << error;
+    ASSERT_EQ(read.assets.size(), 2u);
+    const CookedAssetEntry& entry = read.assets[0];
+    EXPECT_EQ(read.platform, "linux");
+    EXPECT_EQ(read.cookerVersion, 7u);
+    EXPECT_TRUE(read.requireCookedScenes);
+    EXPECT_EQ(entry.guid, written.assets[0].guid);
+    EXPECT_EQ(entry.name, "Rock \"wet\"");
+    EXPECT_EQ(entry.label, "a\\b");
+    EXPECT_EQ(entry.valueA, written.assets[0].valueA);
+    EXPECT_EQ(entry.valueC, 4294967295u);
+    ASSERT_EQ(entry.dependencies.size(), 1u);
+    EXPECT_EQ(entry.dependencies[0].hash, 0x0123456789abcdefull);
+    EXPECT_EQ(read.assets[1].type, AssetType::Unknown);
+    EXPECT_FALSE(read.assets[1].guid.IsValid());
+}
+
+TEST(CookedManifestTest, ReadsOlderVersionsAndTheirDefaults) {
+    ScratchFolder folder;
+    WriteText(folder / "v1", "brelk_cooked_manifest 1\nasset 42 Texture \"T\" \"s\" \"c\" \"t\" \"l\" 1 2 0\nunknown_key 5\n");
+    WriteText(folder / "v2", "\nbrelk_cooked_manifest 2\n\nasset not-a-guid Nonsense \"T\" \"s\" \"c\" \"t\" \"l\" 1 2 1\n"
+                             "require_cooked_scenes 2\n");
+    CookedAssetManifest manifest;
+    ASSERT_TRUE(ReadCookedManifest(folder / "v1", manifest, nullptr));
+    EXPECT_EQ(manifest.version, 1u);
+    EXPECT_EQ(manifest.platform, "windows");
+    ASSERT_EQ(manifest.assets.size(), 1u);
+    EXPECT_EQ(manifest.assets[0].type, AssetType::Texture);
+    EXPECT_EQ(manifest.assets[0].valueB, 2u);
+    ASSERT_TRUE(ReadCookedManifest(folder / "v2", manifest, nullptr));
+    EXPECT_EQ(manifest.assets[0].type, AssetType::Unknown);
+    EXPECT_FALSE(manifest.assets[0].guid.IsValid());
+    EXPECT_TRUE(manifest.assets[0].flag);
+    EXPECT_TRUE(manifest.requireCookedScenes);
+}
+
+TEST(CookedManifestTest, BadTextGivesItsMessage) {
+    const std::string v3asset = "asset 00000000-0000-0000-0000-000000000001 Mesh \"n\" \"s\" \"c\" \"t\" \"l\" 1 2 0 ";
+    struct Row {
+        std::string text;
+        std::string message; // the path follows header and open messages
+    };
+    const Row rows[] = {
+        {"", "Invalid cooked asset manifest header: "},
+        {"brelk_cooked_manifest 4\n", "Invalid cooked asset manifest header: "},
+        {"cooked_manifest 3\n", "Invalid cooked asset manifest header: "},
+        {"brelk_cooked_manifest 3\n" + v3asset + "1 2 \"c\" 3 \"d\" 4\n",
+         "Malformed cooked asset manifest line: " + v3asset + "1 2 \"c\" 3 \"d\" 4"},
+        {"brelk_cooked_manifest 3\n" + v3asset + "12345678901234567 2 \"c\" 3 \"d\" 4 0\n",
+         "Malformed cooked asset manifest line: " + v3asset + "12345678901234567 2 \"c\" 3 \"d\" 4 0"},
+        {"brelk_cooked_manifest 3\ndependency \"a\" 0000000000000001\n",
+         "Malformed cooked asset manifest dependency: dependency \"a\" 0000000000000001"},
+        {"brelk_cooked_manifest 3\n" + v3asset + "1 2 \"c\" 3 \"d\" 4 9\ndependency \"a\" xyz\n",
+         "Malformed cooked asset manifest dependency: dependency \"a\" xyz"},
+    };
+    ScratchFolder folder;
+    for (const Row& row : rows) {
+        WriteText(folder / "m", row.text);
+        CookedAssetManifest manifest;
+        std::string error;
+        EXPECT_FALSE(ReadCookedManifest(folder / "m", manifest, &error)) << row.text;
+        const bool endsInPath = row.message.ends_with(": ");
+        EXPECT_EQ(error, endsInPath ? row.message + Platform::PathToUtf8(folder / "m") : row.message);
+    }
+    std::string error;
+    CookedAssetManifest manifest;
+    EXPECT_FALSE(ReadCookedManifest(folder / "none", manifest, &error));
+    EXPECT_EQ(error, "Failed to open cooked asset manifest: " + Platform::PathToUtf8(folder / "none"));
+}
+
+TEST(CookedManifestTest, RequiresCookedScenesReadsUpToTheFirstAssetAndFollowsChanges) {
+    ScratchFolder folder;
+    const std::filesystem::path manifest = folder / "CookedAssetManifest.bmanifest";
+    EXPECT_FALSE(RequiresCookedScenes(folder.Path()));
+    const std::pair<const char*, bool> rows[] = {
+        {"brelk_cooked_manifest 3\nrequire_cooked_scenes 1\n", true},
+        {"brelk_cooked_manifest 3\nrequire_cooked_scenes 0\n", false},
+        {"brelk_cooked_manifest 3\nrequire_cooked_scenes 2\n", true},
+        {"brelk_cooked_manifest 3\nasset x\nrequire_cooked_scenes 1\n", false},
+    };
+    for (std::size_t index = 0; index < std::size(rows); ++index) {
+        const auto& [text, expected] = rows[index];
+        WriteText(manifest, text);
+        // Each version gets a distinct time, as an edit on disk would.
+        Testing::AgeFile(manifest);
+        std::filesystem::last_write_time(manifest, std::filesystem::last_write_time(manifest) +
+                                                       std::chrono::seconds(index));
+        EXPECT_EQ(RequiresCookedScenes(folder.Path()), expected) << text;
+        // Both readers agree on the flag's value.
+        CookedAssetManifest read;
+        if (std::string_view(text).find("asset") == std::string_view::npos) {
+            ASSERT_TRUE(ReadCookedManifest(manifest, read, nullptr));
+            EXPECT_EQ(read.requireCookedScenes, expected);
+        }
+    }
+}
+
+} // namespace
+} // namespace Brelk::Assets

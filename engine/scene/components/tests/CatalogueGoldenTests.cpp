@@ -1,0 +1,262 @@
+#include "engine/core/NumberText.h"
+#include "engine/reflection/ReflectionRegistry.h"
+#include "engine/reflection/SchemaCodec.h"
+#include "engine/reflection/SchemaRecordText.h"
+#include "engine/scene/ComponentRegistry.h"
+#include "engine/scene/InstallComponents.h"
+#include "engine/scene/Registry.h"
+#include "engine/scene/components/AiComponents.h"
+#include "engine/scene/components/AnimationComponents.h"
+#include "engine/scene/components/ClothComponent.h"
+#include "engine/scene/components/CoreComponents.h"
+#include "engine/scene/components/EnvironmentSettings.h"
+#include "engine/scene/components/OceanComponent.h"
+#include "engine/scene/components/ParticleComponents.h"
+#include "engine/scene/components/PhysicsComponents.h"
+#include "engine/scene/components/ScriptComponents.h"
+#include "engine/scene/components/SplineComponents.h"
+#include "engine/scene/components/TerrainComponent.h"
+#include "engine/scene/components/VfxComponents.h"
+#include "engine/scene/components/tests/CatalogueTestSupport.h"
+#include "tests/support/TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+// Every type of a family as one text: the reflected header, one line per property with all
+// of its metadata, the component's table entries, and the records that a default value
+// saves. The expected texts are data files beside this test, one per family.
+namespace Brelk::Scene {
+namespace {
+
+using Testing::InstalledReflection;
+
+void AppendQuoted(std::string& out, std::string_view text) {
+    out += '"';
+    Reflection::AppendEscapedSchemaToken(out, text);
+    out += '"';
+}
+
+void AppendFloat(std::string& out, float value) {
+    char buffer[Core::kMaxNumberChars];
+    out.append(buffer, Core::FormatFloat9(buffer, value));
+}
+
+std::string FlagNames(std::uint32_t flags) {
+    static constexpr std::pair<std::uint32_t, const char*> kNames[] = {
+        {Reflection::PropertyFlags::Hidden, "Hidden"},
+        {Reflection::PropertyFlags::ReadOnly, "ReadOnly"},
+        {Reflection::PropertyFlags::Color, "Color"},
+        {Reflection::PropertyFlags::Angle, "Angle"},
+        {Reflection::PropertyFlags::NotSaved, "NotSaved"},
+        {Reflection::PropertyFlags::EntityReference, "EntityReference"},
+    };
+    std::string text;
+    for (const auto& [bit, name] : kNames) {
+        if ((flags & bit) == 0)
+            continue;
+        if (!text.empty())
+            text += ',';
+        text += name;
+        flags &= ~bit;
+    }
+    if (flags != 0)
+        text += (text.empty() ? "" : ",") + std::to_string(flags);
+    return text;
+}
+
+// `Float`, `Object[]` for a vector, `Object[32]` for a fixed array.
+std::string KindText(const Reflection::ValueSchema& schema) {
+    if (schema.shape != Reflection::SchemaShape::Collection)
+        return Reflection::PropertyKindName(schema.kind);
+    const std::string element = KindText(*schema.element);
+    return element + "[" + (schema.extent != 0 ? std::to_string(schema.extent) : "") + "]";
+}
+
+void DescribeProperty(std::string& out, const Reflection::PropertyInfo& property) {
+    const Reflection::PropertyAttributes& attributes = property.attributes;
+    out += "field ";
+    AppendQuoted(out, property.name);
+    out += ' ' + KindText(property.schema) + ' ';
+    AppendQuoted(out, attributes.displayName);
+    if (!attributes.category.empty()) {
+        out += " category ";
+        AppendQuoted(out, attributes.category);
+    }
+    if (attributes.hasRange) {
+        out += " range ";
+        AppendFloat(out, attributes.minimum);
+        out += ' ';
+        AppendFloat(out, attributes.maximum);
+    }
+    if (attributes.flags != 0)
+        out += " flags " + FlagNames(attributes.flags);
+    if (!attributes.enumName.empty())
+        out += " enum " + attributes.enumName;
+    if (!attributes.assetType.empty())
+        out += " asset " + attributes.assetType;
+    if (attributes.sinceVersion != 1 || attributes.untilVersion != 0) {
+        out += " versions " + std::to_string(attributes.sinceVersion) + " " + std::to_string(attributes.untilVersion);
+    }
+    if (!attributes.description.empty()) {
+        out += " description ";
+        AppendQuoted(out, attributes.description);
+    }
+    out += '\n';
+}
+
+void DescribeComponent(std::string& out, const ComponentTypeEntry& entry) {
+    out += "component " + std::to_string(entry.flags) + ' ';
+    AppendQuoted(out, entry.description);
+    out += '\n';
+    out += "records";
+    for (const ComponentRecordSpec& spec : entry.records)
+        out += ' ' + spec.name + (spec.repeatable ? "*" : "");
+    out += '\n';
+    if (!entry.saveGameFields.fields.empty()) {
+        out += "save_game";
+        for (const SaveGameField& field : entry.saveGameFields.fields)
+            out += ' ' + field.name;
+        out += '\n';
+    }
+    for (const ReplicatedField& field : entry.replicatedFields) {
+        const ReplicationSettings& settings = field.settings;
+        out += "replicated " + field.path + " mode " + std::to_string(settings.mode);
+        if (settings.hasTolerance) {
+            out += " tolerance ";
+            AppendFloat(out, settings.tolerance);
+        }
+        if (settings.hasRange) {
+            out += " range ";
+            AppendFloat(out, settings.minimum);
+            out += ' ';
+            AppendFloat(out, settings.maximum);
+        }
+        out += '\n';
+    }
+    if (entry.HasFlag(ComponentFlags::RuntimeOnly) || entry.HasFlag(ComponentFlags::EntityHeader))
+        return;
+    // The records a default entity holding the component saves.
+    Registry registry;
+    const Entity entity = registry.CreateEntity();
+    entry.addDefault(registry, entity);
+    std::vector<Reflection::SchemaRecord> records;
+    entry.save(entry.getConst(registry, entity), ComponentSaveContext{registry, entity, &Testing::TestCodec()},
+               records);
+    for (const Reflection::SchemaRecord& record : records)
+        Reflection::AppendSchemaRecord(out, record);
+}
+
+// The record of a default value of each value structure of the catalogue.
+std::string ValueStructureDefault(const std::string& name) {
+    using Testing::DefaultRecordText;
+    static const std::unordered_map<std::string, std::string (*)()> kDefaults = {
+        {"Transform", DefaultRecordText<Transform>},
+        {"PrefabOverride", DefaultRecordText<PrefabOverride>},
+        {"PrefabComponentChange", DefaultRecordText<PrefabComponentChange>},
+        {"PrefabInstanceRecord", DefaultRecordText<PrefabInstanceRecord>},
+        {"PostProcessSettings", DefaultRecordText<PostProcessSettings>},
+        {"EnvironmentSettings", DefaultRecordText<EnvironmentSettings>},
+        {"TerrainLayer", DefaultRecordText<TerrainLayer>},
+        {"TerrainSampleCounts", DefaultRecordText<TerrainSampleCounts>},
+        {"TerrainSampleChunk", DefaultRecordText<TerrainSampleChunk>},
+        {"PhysicsMaterial", DefaultRecordText<PhysicsMaterial>},
+        {"CollisionFilter", DefaultRecordText<CollisionFilter>},
+        {"BuoyancyPoint", DefaultRecordText<BuoyancyPoint>},
+        {"ClothSettings", DefaultRecordText<Physics::ClothSettings>},
+        {"ClothPinWeightCount", DefaultRecordText<Physics::ClothPinWeightCount>},
+        {"ClothPinWeightChunk", DefaultRecordText<Physics::ClothPinWeightChunk>},
+        {"OceanWaveSettings", DefaultRecordText<OceanWaveSettings>},
+        {"CurveKey", DefaultRecordText<CurveKey>},
+        {"GradientKey", DefaultRecordText<GradientKey>},
+        {"VfxParameterDefinition", DefaultRecordText<VfxParameterDefinition>},
+        {"VfxParameterBinding", DefaultRecordText<VfxParameterBinding>},
+        {"VfxEventDefinition", DefaultRecordText<VfxEventDefinition>},
+        {"VfxGraphNodeLayout", DefaultRecordText<VfxGraphNodeLayout>},
+        {"VfxParameterValue", DefaultRecordText<VfxParameterValue>},
+        {"ScriptFieldRecord", DefaultRecordText<ScriptFieldRecord>},
+        {"ScriptAttachmentRecord", DefaultRecordText<ScriptAttachmentRecord>},
+        {"ScriptComponentRecord", DefaultRecordText<ScriptComponentRecord>},
+        {"BonePose", DefaultRecordText<BonePose>},
+        {"AnimatorParameterValue", DefaultRecordText<AnimatorParameterValue>},
+        {"AnimatorBoneMaskRule", DefaultRecordText<AnimatorBoneMaskRule>},
+        {"AnimatorLayer", DefaultRecordText<AnimatorLayer>},
+        {"AnimatorIkChain", DefaultRecordText<AnimatorIkChain>},
+        {"AnimatorLookAtChain", DefaultRecordText<AnimatorLookAtChain>},
+        {"RagdollBoneSettings", DefaultRecordText<RagdollBoneSettings>},
+        {"SplinePoint", DefaultRecordText<SplinePoint>},
+        {"SplineMeshSettings", DefaultRecordText<SplineMeshSettings>},
+        {"SplineCurveRecord", DefaultRecordText<SplineCurveRecord>},
+        {"SplineComponentRecord", DefaultRecordText<SplineComponentRecord>},
+        {"BlackboardValue", DefaultRecordText<BlackboardValue>},
+    };
+    const auto found = kDefaults.find(name);
+    return found != kDefaults.end() ? found->second() : "no default value of " + name + "\n";
+}
+
+std::string DescribeType(const std::string& name) {
+    const Reflection::TypeInfo* type = InstalledReflection().FindType(name);
+    if (type == nullptr)
+        return "missing type " + name + "\n";
+    std::string out = "type ";
+    AppendQuoted(out, type->name);
+    out += ' ';
+    AppendQuoted(out, type->displayName);
+    out += ' ';
+    AppendQuoted(out, type->group);
+    out += ' ' + std::to_string(type->version) + '\n';
+    for (const Reflection::PropertyInfo& property : type->properties)
+        DescribeProperty(out, property);
+    if (const ComponentTypeEntry* entry = ComponentRegistry::Instance().Find(name)) {
+        DescribeComponent(out, *entry);
+    } else {
+        out += ValueStructureDefault(name);
+    }
+    return out + '\n';
+}
+
+// The golden files list the types they describe; each block starts with its `type` line.
+std::vector<std::string> TypeNamesOf(const std::string& golden) {
+    std::vector<std::string> names;
+    Reflection::SchemaLineCursor lines(golden);
+    std::string_view line;
+    while (lines.NextLine(line)) {
+        if (line.rfind("type \"", 0) != 0)
+            continue;
+        const std::size_t end = line.find('"', 6);
+        names.emplace_back(line.substr(6, end - 6));
+    }
+    return names;
+}
+
+class CatalogueGoldenTests : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(CatalogueGoldenTests, EveryTypeOfTheFamilyMatchesItsGolden) {
+    const std::filesystem::path path = std::filesystem::path(BRELK_TEST_DATA_DIR) / GetParam();
+    const std::string expected = Brelk::Testing::ReadText(path);
+    ASSERT_FALSE(expected.empty()) << path;
+    std::string actual;
+    for (const std::string& name : TypeNamesOf(expected))
+        actual += DescribeType(name);
+    if (actual != expected) {
+        const std::filesystem::path written = std::filesystem::path(::testing::TempDir()) / GetParam();
+        Brelk::Testing::WriteText(written, actual);
+        ADD_FAILURE() << "the catalogue differs from " << path << "; its text is in " << written;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Families, CatalogueGoldenTests,
+                         ::testing::Values("CoreAndWorld.golden", "PhysicsAndWater.golden",
+                                           "RenderingEffectsAudioUi.golden", "AnimationGameplayNavigationAi.golden"),
+                         [](const ::testing::TestParamInfo<const char*>& info) {
+                             const std::string_view name = info.param;
+                             return std::string(name.substr(0, name.find('.')));
+                         });
+
+} // namespace
+} // namespace Brelk::Scene
