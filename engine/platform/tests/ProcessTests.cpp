@@ -1,6 +1,6 @@
 #include "engine/platform/Process.h"
 
-#include "engine/core/tests/Deadline.h"
+#include "tests/support/Deadline.h"
 #include "tests/support/TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -13,8 +13,8 @@ namespace Brelk::Platform {
 namespace {
 
 namespace fs = std::filesystem;
-using Core::Testing::kDeadline;
-using Core::Testing::RunWithDeadline;
+using Testing::kDeadline;
+using Testing::RunWithDeadline;
 using Testing::ScratchFolder;
 using Testing::WriteText;
 

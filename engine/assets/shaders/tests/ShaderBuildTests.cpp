@@ -3,7 +3,7 @@
 #include "engine/assets/shaders/ShaderStamps.h"
 
 #include "engine/core/Hash.h"
-#include "engine/core/tests/Deadline.h"
+#include "tests/support/Deadline.h"
 #include "tests/support/TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -58,7 +58,7 @@ protected:
 
     bool Build(std::vector<MaterialDiagnostic>& diagnostics) {
         bool built = false;
-        Core::Testing::RunWithDeadline(Core::Testing::kDeadline, [&] {
+        Testing::RunWithDeadline(Testing::kDeadline, [&] {
             built = BuildShaderFiles(files_, vertex_, fragment_.text, fragment_.lines, {}, options_, diagnostics);
         });
         return built;
