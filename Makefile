@@ -2,7 +2,7 @@
 # fresh Debian machine as root.
 BUILD ?= build
 JOBS ?= $(shell nproc)
-PACKAGES := cmake g++ make pkg-config zlib1g-dev libxxhash-dev libglm-dev libgtest-dev libgmock-dev libbenchmark-dev
+PACKAGES := cmake g++ make pkg-config zlib1g-dev libxxhash-dev libglm-dev libgtest-dev libgmock-dev libbenchmark-dev libpng-dev
 
 .PHONY: deps configure build run test clean
 

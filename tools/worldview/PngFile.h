@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace Brelk::WorldView {
+
+// An 8-bit RGB image in PNG form, through libpng. Fixed compression settings and no time
+// stamp or other chunk that varies, so the same pixels always give the same bytes. False,
+// with libpng's reason, when it refuses the image; `rgb` must hold width * height * 3 bytes.
+[[nodiscard]] bool EncodePng(std::uint32_t width, std::uint32_t height, std::span<const std::uint8_t> rgb,
+                             std::vector<std::uint8_t>& png, std::string* error);
+
+// Encodes and replaces `path` atomically; after false an earlier file there is untouched.
+[[nodiscard]] bool WritePngFile(const std::filesystem::path& path, std::uint32_t width, std::uint32_t height,
+                                std::span<const std::uint8_t> rgb, std::string* error);
+
+} // namespace Brelk::WorldView
