@@ -3,6 +3,7 @@
 #include "engine/platform/Files.h"
 
 #include <png.h>
+#include <zlib.h>
 
 #include <csetjmp>
 #include <cstring>
@@ -50,7 +51,8 @@ bool EncodeRows(png_structp png, png_infop info, std::uint32_t width, std::uint3
     // One filter and a fast level: maps of large worlds are tens of megapixels, and the
     // adaptive filter search would cost more than reading the whole world.
     png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_UP);
-    png_set_compression_level(png, 6);
+    png_set_compression_level(png, 1);
+    png_set_compression_strategy(png, Z_RLE);
     png_write_info(png, info);
     const std::size_t stride = std::size_t{width} * 3;
     for (std::uint32_t row = 0; row < height; ++row) {

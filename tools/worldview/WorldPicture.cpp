@@ -91,25 +91,21 @@ std::string WholeNumber(double value) {
     return std::string(buffer, end);
 }
 
-// Bilinear height of a tile at a position in its own sample units; NaN outside it.
-float SampleTile(const TerrainTile& tile, double u, double v) noexcept {
+// Where a pixel centre falls between two samples of a tile: the lower sample and the
+// fraction towards the next; no sample when it lies outside the tile.
+struct SampleStep {
+    std::uint32_t index = 0;
+    float fraction = 0.0f;
+    bool inside = false;
+};
+
+SampleStep LocateSample(double at, std::uint32_t resolution) noexcept {
     constexpr double kSlack = 1e-3;
-    const double lastU = tile.resolutionX - 1.0;
-    const double lastV = tile.resolutionZ - 1.0;
-    if (u < -kSlack || v < -kSlack || u > lastU + kSlack || v > lastV + kSlack) {
-        return std::numeric_limits<float>::quiet_NaN();
-    }
-    u = std::clamp(u, 0.0, lastU);
-    v = std::clamp(v, 0.0, lastV);
-    const std::uint32_t i = std::min(static_cast<std::uint32_t>(u), tile.resolutionX - 2);
-    const std::uint32_t j = std::min(static_cast<std::uint32_t>(v), tile.resolutionZ - 2);
-    const float fu = static_cast<float>(u - i);
-    const float fv = static_cast<float>(v - j);
-    const float* row0 = tile.heights.data() + std::size_t{j} * tile.resolutionX + i;
-    const float* row1 = row0 + tile.resolutionX;
-    const float south = row0[0] + (row0[1] - row0[0]) * fu;
-    const float north = row1[0] + (row1[1] - row1[0]) * fu;
-    return south + (north - south) * fv;
+    const double last = resolution - 1.0;
+    if (!(at >= -kSlack && at <= last + kSlack)) return {};
+    at = std::clamp(at, 0.0, last);
+    const std::uint32_t index = std::min(static_cast<std::uint32_t>(at), resolution - 2);
+    return {index, static_cast<float>(at - index), true};
 }
 
 } // namespace
@@ -210,13 +206,26 @@ void WorldCanvas::DrawTerrain(PixelSpan columns, PixelSpan rows, const TerrainTi
     const double p = geometry_.pixelSize;
     const double uPerMetre = (tile.resolutionX - 1.0) / tile.width;
     const double vPerMetre = (tile.resolutionZ - 1.0) / tile.length;
+    std::vector<SampleStep> across(columns.end - columns.begin);
+    for (std::uint32_t c = columns.begin; c < columns.end; ++c) {
+        const double x = geometry_.minX + (c + 0.5) * p;
+        across[c - columns.begin] = LocateSample((x - tile.minX) * uPerMetre, tile.resolutionX);
+    }
     for (std::uint32_t b = rows.begin; b < rows.end; ++b) {
         const double z = geometry_.minZ + (b + 0.5) * p;
-        const double v = (z - tile.minZ) * vPerMetre;
+        const SampleStep along = LocateSample((z - tile.minZ) * vPerMetre, tile.resolutionZ);
+        if (!along.inside) continue;
+        const float* southRow = tile.heights.data() + std::size_t{along.index} * tile.resolutionX;
+        const float* northRow = southRow + tile.resolutionX;
         const std::size_t row = std::size_t{geometry_.height - 1 - b} * geometry_.width;
         for (std::uint32_t c = columns.begin; c < columns.end; ++c) {
-            const double x = geometry_.minX + (c + 0.5) * p;
-            const float height = SampleTile(tile, (x - tile.minX) * uPerMetre, v);
+            const SampleStep step = across[c - columns.begin];
+            if (!step.inside) continue;
+            const float* s = southRow + step.index;
+            const float* n = northRow + step.index;
+            const float south = s[0] + (s[1] - s[0]) * step.fraction;
+            const float north = n[0] + (n[1] - n[0]) * step.fraction;
+            const float height = south + (north - south) * along.fraction;
             if (!std::isfinite(height)) continue;
             heights_[row + c] = height;
             cover_[row + c] = Ground;
