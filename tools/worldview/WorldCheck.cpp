@@ -63,16 +63,12 @@ std::uint64_t CountTopLevel(const Scene::SceneDocument& document) {
     });
 }
 
-std::uint32_t CountTerrains(const Scene::SceneDocument& document) {
-    std::uint32_t count = 0;
-    for (const Scene::SceneEntityBlock& entity : document.entities) {
-        const bool terrain = std::any_of(entity.records.begin(), entity.records.end(),
-                                         [](const Scene::SceneComponentBlock& block) {
-                                             return block.record.name == "TerrainComponent";
-                                         });
-        count += terrain ? 1 : 0;
-    }
-    return count;
+bool HasTerrain(const Scene::SceneDocument& document) {
+    return std::any_of(document.entities.begin(), document.entities.end(), [](const Scene::SceneEntityBlock& entity) {
+        return std::any_of(entity.records.begin(), entity.records.end(), [](const Scene::SceneComponentBlock& block) {
+            return block.record.name == "TerrainComponent";
+        });
+    });
 }
 
 // Reads and parses one cell; false when nothing more can be said of it.
@@ -181,9 +177,10 @@ void CheckCellFile(const std::filesystem::path& path, const WorldGen::WorldCellE
         AddProblem(report, CellProblem(cell.coord, Disagreement<std::uint64_t>(topLevel, "top-level entities",
                                                                                cell.entityCount)));
     }
-    const std::uint32_t terrains = CountTerrains(document);
-    if ((terrains > 0) != (cell.terrainCount > 0)) {
-        AddProblem(report, CellProblem(cell.coord, Disagreement(terrains, "terrains", cell.terrainCount)));
+    const bool terrain = HasTerrain(document);
+    if (terrain != (cell.terrainCount > 0)) {
+        AddProblem(report, CellProblem(cell.coord, terrain ? "has a terrain that the world asset does not list"
+                                                           : "has no terrain though the world asset lists one"));
     }
     if (!visitor) return;
     try {
