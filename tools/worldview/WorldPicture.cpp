@@ -46,7 +46,7 @@ constexpr float kLightEast = -0.5f;
 constexpr float kLightNorth = 0.5f;
 constexpr float kLightUp = 0.707106781f;
 // Heights are stretched so that the gentle slopes of a cell still cast visible shade.
-constexpr float kReliefExaggeration = 3.0f;
+constexpr float kReliefExaggeration = 8.0f;
 // Light that even a slope turned away from the sun keeps.
 constexpr float kAmbient = 0.3f;
 
