@@ -6,7 +6,6 @@
 #include "engine/scene/ComponentLoad.h"
 #include "engine/scene/InstallComponents.h"
 #include "tools/worldview/CellDrawing.h"
-#include "tools/worldview/PngFile.h"
 #include "tools/worldview/ViewCommandLine.h"
 
 #include <exception>
@@ -100,9 +99,7 @@ int RunSteps(std::span<const std::string> args, std::ostream& out, std::ostream&
     // The picture is written even of a damaged world: it shows where the damage lies.
     bool failed = false;
     if (canvas) {
-        const std::vector<std::uint8_t> rgb = canvas->Render();
-        canvas.reset();
-        if (!WritePngFile(options.pngPath, geometry.width, geometry.height, rgb, &error)) {
+        if (!WriteWorldPicture(*canvas, options.pngPath, &error)) {
             WriteErrorLine(err, error);
             failed = true;
         }

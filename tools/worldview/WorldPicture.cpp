@@ -2,12 +2,14 @@
 
 #include "engine/core/NumberText.h"
 #include "engine/core/TaskSystem.h"
+#include "tools/worldview/PngFile.h"
 
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <charconv>
 #include <cmath>
+#include <deque>
 #include <limits>
 
 namespace Brelk::WorldView {
@@ -50,8 +52,7 @@ constexpr float kReliefExaggeration = 8.0f;
 // Light that even a slope turned away from the sun keeps.
 constexpr float kAmbient = 0.3f;
 
-Rgb RampColour(float t) noexcept {
-    t = std::clamp(t, 0.0f, 1.0f);
+Rgb RampAt(float t) noexcept {
     for (std::size_t i = 1; i < kRamp.size(); ++i) {
         if (t <= kRamp[i].at) {
             const RampStop& a = kRamp[i - 1];
@@ -62,6 +63,20 @@ Rgb RampColour(float t) noexcept {
         }
     }
     return kRamp.back().colour;
+}
+
+// The ramp in steps far finer than a channel's, looked up per pixel.
+constexpr std::size_t kRampSteps = 1024;
+
+const std::array<Rgb, kRampSteps>& RampTable() {
+    static const std::array<Rgb, kRampSteps> table = [] {
+        std::array<Rgb, kRampSteps> steps{};
+        for (std::size_t i = 0; i < kRampSteps; ++i) {
+            steps[i] = RampAt(static_cast<float>(i) / static_cast<float>(kRampSteps - 1));
+        }
+        return steps;
+    }();
+    return table;
 }
 
 // Heights out of a hostile file may overflow into infinities and NaN on the way here.
@@ -206,6 +221,8 @@ void WorldCanvas::DrawTerrain(PixelSpan columns, PixelSpan rows, const TerrainTi
     const double p = geometry_.pixelSize;
     const double uPerMetre = (tile.resolutionX - 1.0) / tile.width;
     const double vPerMetre = (tile.resolutionZ - 1.0) / tile.length;
+    float lowest = std::numeric_limits<float>::infinity();
+    float highest = -std::numeric_limits<float>::infinity();
     std::vector<SampleStep> across(columns.end - columns.begin);
     for (std::uint32_t c = columns.begin; c < columns.end; ++c) {
         const double x = geometry_.minX + (c + 0.5) * p;
@@ -229,8 +246,13 @@ void WorldCanvas::DrawTerrain(PixelSpan columns, PixelSpan rows, const TerrainTi
             if (!std::isfinite(height)) continue;
             heights_[row + c] = height;
             cover_[row + c] = Ground;
+            lowest = std::min(lowest, height);
+            highest = std::max(highest, height);
         }
     }
+    const std::lock_guard<std::mutex> lock(rangeMutex_);
+    lowest_ = std::min(lowest_, lowest);
+    highest_ = std::max(highest_, highest);
 }
 
 void WorldCanvas::DrawProp(const glm::vec3& position) {
@@ -258,66 +280,104 @@ void WorldCanvas::DrawProp(const glm::vec3& position) {
     }
 }
 
-void WorldCanvas::RenderRow(std::uint32_t row, float lowest, float highest, std::uint8_t* out) const {
+void WorldCanvas::RenderRow(std::uint32_t row, std::uint8_t* out) const {
     const std::size_t width = geometry_.width;
     const std::size_t start = std::size_t{row} * width;
-    const float span = highest - lowest;
-    const float pixel = static_cast<float>(geometry_.pixelSize);
-    const auto groundAt = [&](std::size_t index, float fallback) {
-        return cover_[index] == Ground ? heights_[index] : fallback;
-    };
+    const float lowest = lowest_;
+    const float span = highest_ - lowest_;
+    // Non-finite when the ground spans more than a float holds; then all of it takes the middle.
+    const float toStep = span > 0.0f ? static_cast<float>(kRampSteps - 1) / span : 0.0f;
+    const std::size_t flatStep = std::isfinite(toStep) && toStep > 0.0f ? 0 : kRampSteps / 2;
+    const std::array<Rgb, kRampSteps>& ramp = RampTable();
+    const float across = 1.0f / (2.0f * static_cast<float>(geometry_.pixelSize)) * kReliefExaggeration;
+    const std::uint8_t* cover = cover_.data() + start;
+    const float* heights = heights_.data() + start;
+    const float* above = row > 0 ? heights - width : heights;
+    const std::uint8_t* coverAbove = row > 0 ? cover - width : cover;
+    const float* below = row + 1 < geometry_.height ? heights + width : heights;
+    const std::uint8_t* coverBelow = row + 1 < geometry_.height ? cover + width : cover;
     for (std::size_t c = 0; c < width; ++c, out += 3) {
-        const std::size_t i = start + c;
-        if (props_[i] != 0) {
+        if (props_[start + c] != 0) {
             std::copy(kPropColour.begin(), kPropColour.end(), out);
             continue;
         }
-        switch (cover_[i]) {
-        case Outside:
-            Put(out, kOutsideColour);
+        if (cover[c] != Ground) {
+            Put(out, cover[c] == Bare ? kBareColour : cover[c] == Unreadable ? kUnreadableColour : kOutsideColour);
             continue;
-        case Bare:
-            Put(out, kBareColour);
-            continue;
-        case Unreadable:
-            Put(out, kUnreadableColour);
-            continue;
-        default:
-            break;
         }
         // Central differences where both neighbours are ground, one-sided at its edge.
-        const float h = heights_[i];
-        const float west = c > 0 ? groundAt(i - 1, h) : h;
-        const float east = c + 1 < width ? groundAt(i + 1, h) : h;
-        const float north = row > 0 ? groundAt(i - width, h) : h;
-        const float south = row + 1 < geometry_.height ? groundAt(i + width, h) : h;
-        const float eastward = (east - west) / (2.0f * pixel) * kReliefExaggeration;
-        const float northward = (north - south) / (2.0f * pixel) * kReliefExaggeration;
+        const float h = heights[c];
+        const float west = c > 0 && cover[c - 1] == Ground ? heights[c - 1] : h;
+        const float east = c + 1 < width && cover[c + 1] == Ground ? heights[c + 1] : h;
+        const float north = coverAbove[c] == Ground ? above[c] : h;
+        const float south = coverBelow[c] == Ground ? below[c] : h;
+        const float eastward = (east - west) * across;
+        const float northward = (north - south) * across;
         const float facing = (-eastward * kLightEast - northward * kLightNorth + kLightUp) /
                              std::sqrt(eastward * eastward + northward * northward + 1.0f);
         const float light = kAmbient + (1.0f - kAmbient) * std::max(0.0f, facing) / kLightUp;
-        const Rgb colour = RampColour(span > 0.0f ? (h - lowest) / span : 0.5f);
+        const float step = (h - lowest) * toStep;
+        const std::size_t index =
+            flatStep != 0 ? flatStep : step >= 0.0f ? std::min(kRampSteps - 1, static_cast<std::size_t>(step + 0.5f)) : 0;
+        const Rgb& colour = ramp[index];
         Put(out, {colour.r * light, colour.g * light, colour.b * light});
     }
 }
 
-std::vector<std::uint8_t> WorldCanvas::Render() const {
-    float lowest = std::numeric_limits<float>::infinity();
-    float highest = -std::numeric_limits<float>::infinity();
-    for (std::size_t i = 0; i < heights_.size(); ++i) {
-        if (cover_[i] != Ground) continue;
-        lowest = std::min(lowest, heights_[i]);
-        highest = std::max(highest, heights_[i]);
-    }
-    std::vector<std::uint8_t> rgb(heights_.size() * 3);
+void WorldCanvas::RenderRows(std::uint32_t begin, std::uint32_t end, std::uint8_t* out) const {
     const std::size_t stride = std::size_t{geometry_.width} * 3;
-    Core::Tasks::TaskSystem::Get().ParallelForRanges(
-        geometry_.height, 64, Core::Tasks::TaskPriority::Normal, [&](std::size_t begin, std::size_t end) {
-            for (std::size_t row = begin; row < end; ++row) {
-                RenderRow(static_cast<std::uint32_t>(row), lowest, highest, rgb.data() + row * stride);
+    for (std::uint32_t row = begin; row < end; ++row, out += stride) RenderRow(row, out);
+}
+
+bool WriteWorldPicture(const WorldCanvas& canvas, const std::filesystem::path& path, std::string* error) {
+    constexpr std::uint32_t kBandRows = 32;
+    Core::Tasks::TaskSystem& tasks = Core::Tasks::TaskSystem::Get();
+    const std::size_t window = 2 * (std::size_t{tasks.WorkerCount()} + 1);
+    const PictureGeometry& geometry = canvas.Geometry();
+    const std::size_t stride = std::size_t{geometry.width} * 3;
+
+    struct Band {
+        std::uint32_t begin = 0;
+        std::vector<std::uint8_t> rgb;
+        Core::Tasks::TaskCounter counter;
+    };
+    std::deque<std::shared_ptr<Band>> bands;
+    std::uint32_t nextBand = 0;
+    const auto submitUpTo = [&](std::size_t count) {
+        while (bands.size() < count && nextBand < geometry.height) {
+            auto band = std::make_shared<Band>();
+            band->begin = nextBand;
+            const std::uint32_t end = std::min(geometry.height, nextBand + kBandRows);
+            band->rgb.resize((end - nextBand) * stride);
+            band->counter = tasks.Submit(Core::Tasks::TaskPriority::Normal, [&canvas, band, end] {
+                canvas.RenderRows(band->begin, end, band->rgb.data());
+            });
+            bands.push_back(std::move(band));
+            nextBand = end;
+        }
+    };
+    const PngRowSource rows = [&](std::uint32_t row) -> const std::uint8_t* {
+        if (row - bands.front()->begin >= kBandRows) bands.pop_front();
+        submitUpTo(window);
+        tasks.Wait(bands.front()->counter);
+        return bands.front()->rgb.data() + (row - bands.front()->begin) * stride;
+    };
+    // However the encode ends, no band may still be reading the canvas afterwards.
+    struct Drain {
+        Core::Tasks::TaskSystem& tasks;
+        const std::deque<std::shared_ptr<Band>>& bands;
+        ~Drain() {
+            for (const std::shared_ptr<Band>& band : bands) {
+                try {
+                    tasks.Wait(band->counter);
+                } catch (...) {
+                    // The encode has failed already; its own failure is the one reported.
+                }
             }
-        });
-    return rgb;
+        }
+    } drain{tasks, bands};
+    submitUpTo(window);
+    return WritePngFile(path, geometry.width, geometry.height, rows, error);
 }
 
 } // namespace Brelk::WorldView

@@ -3,8 +3,12 @@
 #include "tools/worldgen/WorldAsset.h"
 #include "tools/worldview/CellDrawing.h"
 
+#include <filesystem>
+
 #include <cstdint>
+#include <limits>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -53,9 +57,10 @@ public:
     // A cell that could not be read shows in a colour of its own.
     void MarkUnreadable(WorldGen::CellCoord coord);
 
-    // The finished picture, 8-bit RGB rows from the top: shaded relief under a colour ramp
-    // from the lowest to the highest height drawn, lit from the north-west.
-    std::vector<std::uint8_t> Render() const;
+    // 8-bit RGB rows [begin, end) from the top, into `out`: shaded relief under a colour ramp
+    // from the lowest to the highest ground, lit from the north-west. Rows may be rendered
+    // from several threads at once.
+    void RenderRows(std::uint32_t begin, std::uint32_t end, std::uint8_t* out) const;
 
 private:
     enum Cover : std::uint8_t { Outside = 0, Bare = 1, Ground = 2, Unreadable = 3 };
@@ -69,7 +74,7 @@ private:
     void Fill(WorldGen::CellCoord coord, Cover cover);
     void DrawTerrain(PixelSpan columns, PixelSpan rows, const TerrainTile& tile);
     void DrawProp(const glm::vec3& position);
-    void RenderRow(std::uint32_t row, float lowest, float highest, std::uint8_t* out) const;
+    void RenderRow(std::uint32_t row, std::uint8_t* out) const;
 
     PictureGeometry geometry_;
     std::vector<float> heights_;
@@ -77,6 +82,15 @@ private:
     // Written through atomic references: a prop may fall into a neighbour's pixels.
     std::unique_ptr<std::uint8_t[]> props_;
     std::int32_t propRadius_ = 0;
+    // The lowest and highest ground drawn, which span the colour ramp.
+    std::mutex rangeMutex_;
+    float lowest_ = std::numeric_limits<float>::infinity();
+    float highest_ = -std::numeric_limits<float>::infinity();
 };
+
+// Renders the finished canvas in bands of rows on the task system's workers while the
+// calling thread compresses the bands before them, and writes the PNG atomically.
+[[nodiscard]] bool WriteWorldPicture(const WorldCanvas& canvas, const std::filesystem::path& path,
+                                     std::string* error);
 
 } // namespace Brelk::WorldView
