@@ -1,3 +1,4 @@
+#include "tools/worldview/tests/PngDecode.h"
 #include "tools/worldview/tests/ViewFixture.h"
 
 #include "engine/platform/Files.h"
@@ -6,39 +7,11 @@
 #include "tools/worldview/WorldPicture.h"
 
 #include <gmock/gmock.h>
-#include <png.h>
 
 #include <cmath>
 
 namespace Brelk::WorldView {
 namespace {
-
-struct DecodedPng {
-    std::uint32_t width = 0;
-    std::uint32_t height = 0;
-    std::vector<std::uint8_t> rgb;
-
-    const std::uint8_t* At(std::uint32_t column, std::uint32_t row) const {
-        return rgb.data() + (std::size_t{row} * width + column) * 3;
-    }
-};
-
-DecodedPng DecodeWithLibpng(const std::filesystem::path& path) {
-    const std::vector<std::uint8_t> bytes = Platform::ReadFileBytes(path).value();
-    png_image image{};
-    image.version = PNG_IMAGE_VERSION;
-    DecodedPng decoded;
-    if (!png_image_begin_read_from_memory(&image, bytes.data(), bytes.size())) {
-        ADD_FAILURE() << image.message;
-        return decoded;
-    }
-    image.format = PNG_FORMAT_RGB;
-    decoded.width = image.width;
-    decoded.height = image.height;
-    decoded.rgb.resize(PNG_IMAGE_SIZE(image));
-    if (!png_image_finish_read(&image, nullptr, decoded.rgb.data(), 0, nullptr)) ADD_FAILURE() << image.message;
-    return decoded;
-}
 
 std::vector<CellDrawing> DrawingsOf(const std::filesystem::path& world) {
     WorldGen::WorldAsset asset;
