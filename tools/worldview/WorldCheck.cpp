@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <charconv>
 #include <deque>
+#include <exception>
 #include <memory>
 #include <optional>
 #include <system_error>
@@ -81,8 +82,12 @@ bool LoadCell(const std::filesystem::path& path, const WorldGen::WorldCellEntry&
         return false;
     }
     if (!ec && size > kMaxCellFileBytes) {
-        AddProblem(report, CellProblem(cell.coord, Disagreement<std::uint64_t>(size, "bytes, too large for a cell;",
-                                                                               cell.fileBytes)));
+        std::string what;
+        Core::AppendInteger(what, size);
+        what += " bytes, more than a cell file may hold (";
+        Core::AppendInteger(what, kMaxCellFileBytes);
+        what += ")";
+        AddProblem(report, CellProblem(cell.coord, what));
         return false;
     }
     std::string error;
@@ -165,7 +170,14 @@ std::string CellProblem(WorldGen::CellCoord coord, std::string_view what) {
 void CheckCellFile(const std::filesystem::path& path, const WorldGen::WorldCellEntry& cell, const CellVisitor& visitor,
                    WorldCheckReport& report) {
     WorldGen::CellPayload payload;
-    if (!LoadCell(path, cell, payload, report)) {
+    bool loaded = false;
+    try {
+        loaded = LoadCell(path, cell, payload, report);
+    } catch (const std::exception& failure) {
+        // Out of memory on a hostile file, say: a problem of this cell, not the end of the check.
+        AddProblem(report, CellProblem(cell.coord, failure.what()));
+    }
+    if (!loaded) {
         if (visitor) visitor(cell, nullptr);
         return;
     }

@@ -82,6 +82,11 @@ const Damage kDamages[] = {
          return {"cell_0_-1 (0, -1): 2000 bytes, the world asset says " + ListedBytes(world, {0, -1}),
                  "cell_0_-1 (0, -1): Failed to parse scene file at line 57: Incomplete component schema header."};
      }},
+    {"TooLarge",
+     [](const std::filesystem::path& world) -> std::vector<std::string> {
+         std::filesystem::resize_file(WorldGen::CellFilePath(world, {-1, 0}), kMaxCellFileBytes + 1);
+         return {"cell_-1_0 (-1, 0): 268435457 bytes, more than a cell file may hold (268435456)"};
+     }},
     {"WrongEntityCount",
      [](const std::filesystem::path& world) -> std::vector<std::string> {
          Rewrite(world, "cell -1 0 3 ", "cell -1 0 4 ");
