@@ -1,5 +1,6 @@
 #pragma once
 
+#include "engine/core/tests/Deadline.h"
 #include "tools/worldgen/WorldGenerator.h"
 #include "tools/worldgen/tests/WorldFixture.h"
 #include "tools/worldview/ViewTool.h"
@@ -11,7 +12,7 @@
 namespace Brelk::WorldView {
 
 // A freshly generated world of 2 x 2 cells, two props and a 5 x 5 terrain each, and the
-// tool run over it.
+// tool run over it under a deadline.
 class ViewFixture : public WorldGen::WorldFixture {
 protected:
     void SetUp() override {
@@ -36,7 +37,9 @@ protected:
         std::ostringstream out;
         std::ostringstream err;
         Run run;
-        run.status = RunWorldViewTool(args, out, err);
+        // The tool waits on its workers: a deadlock there must fail the run, not hang it.
+        Core::Testing::RunWithDeadline(Core::Testing::kDeadline,
+                                       [&] { run.status = RunWorldViewTool(args, out, err); });
         run.out = out.str();
         run.err = err.str();
         return run;
