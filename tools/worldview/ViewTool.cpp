@@ -40,6 +40,41 @@ private:
     Core::Tasks::TaskSystem* previous_;
 };
 
+// Draws every cell that parsed and marks the others; a cell whose components do not load is
+// marked too, and its failure becomes the cell's problem.
+CellVisitor DrawInto(WorldCanvas& canvas, const Scene::ComponentLoadTable& table) {
+    return [&canvas, &table](const WorldGen::WorldCellEntry& cell, WorldGen::CellPayload* payload) {
+        if (payload == nullptr) {
+            canvas.MarkUnreadable(cell.coord);
+            return;
+        }
+        CellDrawing drawing;
+        try {
+            ExtractCellDrawing(*payload, table, drawing);
+        } catch (const std::exception&) {
+            canvas.MarkUnreadable(cell.coord);
+            throw;
+        }
+        canvas.DrawCell(cell.coord, drawing);
+    };
+}
+
+// One error line per kept problem, the count of the others and the total; true if any.
+bool ReportProblems(std::ostream& err, const std::filesystem::path& worldPath, const WorldCheckReport& report) {
+    for (const std::string& problem : report.problems) WriteErrorLine(err, problem);
+    if (report.problemCount > report.problems.size()) {
+        std::string more = "and ";
+        Core::AppendInteger(more, report.problemCount - report.problems.size());
+        WriteErrorLine(err, more + " more problems");
+    }
+    if (report.problemCount == 0) return false;
+    std::string line = "World " + Platform::PathToUtf8(worldPath) + ": ";
+    Core::AppendInteger(line, report.problemCount);
+    line += report.problemCount == 1 ? " problem." : " problems.";
+    WriteErrorLine(err, line);
+    return true;
+}
+
 int RunSteps(std::span<const std::string> args, std::ostream& out, std::ostream& err) {
     WorldViewOptions options;
     if (ParseViewCommandLine(args, options) == ViewCommandLineParse::Usage) {
@@ -75,23 +110,7 @@ int RunSteps(std::span<const std::string> args, std::ostream& out, std::ostream&
         }
         canvas = std::make_unique<WorldCanvas>(geometry);
     }
-    CellVisitor visitor;
-    if (canvas) {
-        visitor = [&canvas, &table](const WorldGen::WorldCellEntry& cell, WorldGen::CellPayload* payload) {
-            if (payload == nullptr) {
-                canvas->MarkUnreadable(cell.coord);
-                return;
-            }
-            CellDrawing cellDrawing;
-            try {
-                ExtractCellDrawing(*payload, table, cellDrawing);
-            } catch (const std::exception&) {
-                canvas->MarkUnreadable(cell.coord);
-                throw;
-            }
-            canvas->DrawCell(cell.coord, cellDrawing);
-        };
-    }
+    const CellVisitor visitor = canvas ? DrawInto(*canvas, table) : CellVisitor();
 
     WorldCheckReport report;
     CheckWorldCells(options.worldPath, world, visitor, report);
@@ -104,19 +123,7 @@ int RunSteps(std::span<const std::string> args, std::ostream& out, std::ostream&
             failed = true;
         }
     }
-    for (const std::string& problem : report.problems) WriteErrorLine(err, problem);
-    if (report.problemCount > report.problems.size()) {
-        std::string more;
-        Core::AppendInteger(more, report.problemCount - report.problems.size());
-        WriteErrorLine(err, "and " + more + " more problems");
-    }
-    if (report.problemCount > 0) {
-        std::string line = "World " + Platform::PathToUtf8(options.worldPath) + ": ";
-        Core::AppendInteger(line, report.problemCount);
-        line += report.problemCount == 1 ? " problem." : " problems.";
-        WriteErrorLine(err, line);
-        failed = true;
-    }
+    failed = ReportProblems(err, options.worldPath, report) || failed;
     err << std::flush;
     if (failed) return kViewExitError;
     out << FormatViewSummary(options.worldPath, report, options.pngPath, drawing ? &geometry : nullptr)

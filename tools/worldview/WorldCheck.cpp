@@ -216,6 +216,20 @@ void CheckWorldCells(const std::filesystem::path& worldPath, const WorldGen::Wor
         Merge(report, *inFlight.front().report);
         inFlight.pop_front();
     };
+    // On the way out by an exception no task may still use the visitor or the caller's state.
+    struct Drain {
+        Core::Tasks::TaskSystem& tasks;
+        std::deque<CellTask>& inFlight;
+        ~Drain() {
+            for (const CellTask& task : inFlight) {
+                try {
+                    tasks.Wait(task.counter);
+                } catch (...) {
+                    // The exception on its way out is the one reported.
+                }
+            }
+        }
+    } drain{tasks, inFlight};
     std::unordered_set<std::uint64_t> listed;
     listed.reserve(world.cells.size());
     for (const WorldGen::WorldCellEntry& cell : world.cells) {
