@@ -1,9 +1,12 @@
 #include "tools/worldview/ViewCommandLine.h"
 
+#include "tools/worldview/ViewTool.h"
+
 #include "tests/support/TestSupport.h"
 
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <vector>
 
 namespace Brelk::WorldView {
@@ -46,6 +49,16 @@ TEST(ViewCommandLine, ALaterOptionWins) {
     EXPECT_EQ(options.worldPath, "w.bworld");
     EXPECT_EQ(options.pngPath, "p.png");
     EXPECT_EQ(options.scale, 3u);
+}
+
+TEST(ViewTool, ABadCommandLineGivesTheUsageOrOneErrorLine) {
+    std::ostringstream out, err;
+    EXPECT_EQ(RunWorldViewTool(std::vector<std::string>{"--world", "w.bworld", "--bogus"}, out, err), kViewExitUsage);
+    EXPECT_EQ(err.str(), kViewUsageText);
+    err.str("");
+    EXPECT_EQ(RunWorldViewTool(std::vector<std::string>{"--world"}, out, err), kViewExitError);
+    EXPECT_EQ(err.str(), "brelk-worldview: missing value for --world\n");
+    EXPECT_EQ(out.str(), "");
 }
 
 } // namespace
