@@ -2,6 +2,8 @@
 
 #include "engine/assets/AssetHandle.h"
 #include "engine/assets/materials/MaterialAsset.h"
+#include "engine/assets/shaders/MaterialShaderTypes.h"
+#include "engine/assets/shaders/ShaderSource.h"
 
 #include <array>
 #include <cstdint>
@@ -17,19 +19,6 @@ struct MaterialCompileInput {
     AssetHandle handle = kNullAssetHandle;
     std::string shaderStem;
     std::filesystem::path outputFolder;
-};
-
-enum MaterialSeverity : std::uint8_t {
-    kMaterialWarning = 0,
-    kMaterialError = 1,
-};
-
-struct MaterialDiagnostic {
-    std::uint8_t severity = kMaterialWarning;
-    std::uint64_t node = 0; // 0 for none
-    std::string message;
-
-    bool operator==(const MaterialDiagnostic&) const = default;
 };
 
 // The value of one output pin.
@@ -53,20 +42,6 @@ struct MaterialParameter {
     bool operator==(const MaterialParameter&) const = default;
 };
 
-struct MaterialStatement {
-    std::uint64_t node = 0;
-    std::string type;
-    std::string name;
-    std::string value;
-
-    bool operator==(const MaterialStatement&) const = default;
-};
-
-// A CustomCode node's GLSL function.
-struct MaterialHelperFunction {
-    std::uint64_t node = 0;
-    std::string text;
-};
 
 // Texture slots shared by every Texture2D and ParameterTexture2D node, parameter vectors and
 // rounds of function inlining: the numbers of the material descriptor layout.
@@ -103,7 +78,7 @@ struct MaterialCompiledState {
     std::vector<bool> textureIsSrgb;
     std::vector<MaterialDiagnostic> diagnostics;
     std::vector<MaterialStatement> statements;
-    std::vector<MaterialHelperFunction> helpers;
+    std::vector<ShaderHelperFunction> helpers; // CustomCode nodes' GLSL functions
     std::uint32_t statementCount = 0;
     std::uint32_t foldedNodes = 0;
     std::uint32_t removedRepeats = 0;

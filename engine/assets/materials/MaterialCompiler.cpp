@@ -1,7 +1,9 @@
 #include "engine/assets/materials/MaterialCompiler.h"
 
 #include "engine/assets/materials/MaterialEmit.h"
-#include "engine/assets/materials/MaterialShaderSource.h"
+#include "engine/assets/shaders/MaterialTemplates.h"
+#include "engine/assets/shaders/ShaderSource.h"
+#include "engine/assets/shaders/ShaderStamps.h"
 #include "engine/core/Hash.h"
 #include "engine/core/NumberText.h"
 

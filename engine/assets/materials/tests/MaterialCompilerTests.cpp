@@ -2,7 +2,7 @@
 
 #include "engine/assets/materials/MaterialDefaults.h"
 #include "engine/assets/materials/MaterialExpression.h"
-#include "engine/assets/materials/MaterialShaderSource.h"
+#include "engine/assets/shaders/MaterialTemplates.h"
 #include "engine/assets/materials/tests/MaterialTestGraphs.h"
 #include "engine/core/Hash.h"
 
