@@ -2,9 +2,9 @@
 # fresh Debian machine as root.
 BUILD ?= build
 JOBS ?= $(shell nproc)
-PACKAGES := cmake g++ make pkg-config zlib1g-dev libxxhash-dev libglm-dev libgtest-dev libgmock-dev libbenchmark-dev
+PACKAGES := cmake g++ make pkg-config zlib1g-dev libxxhash-dev libglm-dev libgtest-dev libgmock-dev libbenchmark-dev glslc libpng-dev
 
-.PHONY: deps configure build run test clean
+.PHONY: deps configure build run preview test clean
 
 deps:
 	@missing=""; \
@@ -23,6 +23,12 @@ build: configure
 run: configure
 	cmake --build $(BUILD) -j $(JOBS) --target brelk-worldgen
 	./$(BUILD)/tools/worldgen/brelk-worldgen --content Content
+
+# The README's picture: the default world as brelk-worldview draws it, one pixel per sample.
+preview: configure
+	cmake --build $(BUILD) -j $(JOBS) --target brelk-worldgen brelk-worldview
+	./$(BUILD)/tools/worldgen/brelk-worldgen --content Content
+	./$(BUILD)/tools/worldview/brelk-worldview --world Content/Worlds/Procedural.bworld --png docs/worldview.png --scale 1
 
 test: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)

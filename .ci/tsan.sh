@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The core tests (logger, profiler, task system) under ThreadSanitizer, in a build folder
-# of their own.
+# The core tests (logger, profiler, task system) and the asset tests (with the asset loader's
+# thread stress test) under ThreadSanitizer, in a build folder of their own.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -17,8 +17,8 @@ export TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1 ${TSAN_OPTIONS:-}"
 
 cmake -S . -B build-tsan \
   -DBRELK_SANITIZE=thread \
-  -DBRELK_TEST_FILTER=brelk_core_tests \
+  -DBRELK_TEST_FILTER='brelk_(core|assets)_tests' \
   -DBRELK_BUILD_BENCH=OFF \
   -DCMAKE_BUILD_TYPE=RelWithDebInfo
-"${norandom[@]}" cmake --build build-tsan -j "$(nproc)" --target brelk_core_tests
+"${norandom[@]}" cmake --build build-tsan -j "$(nproc)" --target brelk_core_tests brelk_assets_tests
 (cd build-tsan && "${norandom[@]}" ctest --output-on-failure)

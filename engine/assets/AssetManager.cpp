@@ -24,9 +24,15 @@ void CreateFolder(const fs::path& path) {
 
 } // namespace
 
-AssetManager::AssetManager() : ownerThread_(std::this_thread::get_id()) {}
+AssetManager::AssetManager()
+    : ownerThread_(std::this_thread::get_id()), loader_(std::make_unique<AssetLoader>(kLoaderConfig)) {
+    RegisterLoadHandlers();
+}
 
-AssetManager::~AssetManager() = default;
+AssetManager::~AssetManager() {
+    // The jobs and handlers refer to the tables below; they must be gone first.
+    loader_->Reset();
+}
 
 void AssetManager::Initialize(const fs::path& contentRoot, AssetSourceMode mode) {
     const Core::ProfilerZone zone("Assets", "AssetManager::Initialize");
@@ -39,6 +45,7 @@ void AssetManager::Initialize(const fs::path& contentRoot, AssetSourceMode mode)
         }
     }
     mode_ = mode;
+    ClearLoadedTables();
     ++contentRevision_;
     builtins_ = BuiltinAssetHandles{};
     registry_ = AssetRegistry();
@@ -59,6 +66,11 @@ void AssetManager::Initialize(const fs::path& contentRoot, AssetSourceMode mode)
 
     // After the scan, so that a scan's removal of file records never meets them.
     RegisterBuiltins();
+    for (const AssetFamilyRow& family : families_) {
+        if (family.addBuiltins) family.addBuiltins();
+    }
+    LoadFamiliesFromRegistry();
+    PruneLoadedTables();
 
     Core::Logger::Get().Log(Core::LogCategory::Assets, Core::LogLevel::Info,
                             "Asset manager initialized: " + Platform::PathToUtf8(canonicalRoot));

@@ -1,23 +1,54 @@
 #pragma once
 
+#include "engine/assets/AssetFamily.h"
 #include "engine/assets/AssetHandle.h"
 #include "engine/assets/AssetRegistry.h"
 #include "engine/assets/AssetSourceMode.h"
 #include "engine/assets/BuiltinAssets.h"
+#include "engine/assets/loader/AssetLoader.h"
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
 namespace Brelk::Assets {
 
+// What the loaded copy of a file was read from. Two stamps are equal when all three agree.
+struct SourceFileStamp {
+    std::int64_t lastWriteTime = 0;
+    std::uint64_t size = 0;
+    bool exists = false;
+
+    friend bool operator==(const SourceFileStamp&, const SourceFileStamp&) = default;
+};
+
+// The file's present stamp; a file that cannot be queried does not exist.
+SourceFileStamp ReadSourceFileStamp(const std::filesystem::path& path);
+
 // The front of the asset system and the one object the rest of the engine holds. It owns
-// the AssetRegistry and the built-in records. The manager belongs to the thread that
-// constructed it; the registry locks itself and may be read from any thread.
+// the AssetRegistry, the built-in records, the AssetLoader and the tables of loaded assets.
+// The manager belongs to the thread that constructed it; the registry locks itself and may
+// be read from any thread.
+//
+// Each asset family plugs into the manager with one AssetFamilyRow (AssetFamily.h): its
+// table of loaded assets, its loader handler, and its steps of Initialize and Refresh.
+// RegisterLoadHandlers lists the engine's families; the manager's own steps (emptying and
+// pruning the tables, requests, touches, reloads, refresh) run over whatever rows exist.
 class AssetManager {
 public:
+    // Upload budget, concurrent loads and sweep interval of the manager's loader.
+    static constexpr AssetLoaderConfig kLoaderConfig{33554432, 8, 120};
+
+    // Builds the loader and registers the families' rows.
     AssetManager();
+    // Resets the loader before anything else goes, so that no job outlives the tables.
     ~AssetManager();
     AssetManager(const AssetManager&) = delete;
     AssetManager& operator=(const AssetManager&) = delete;
@@ -30,6 +61,52 @@ public:
     // <path>" for a missing ReadOnly folder and std::filesystem::filesystem_error when a
     // folder cannot be created or resolved.
     void Initialize(const std::filesystem::path& contentRoot, AssetSourceMode mode);
+
+    // Adds the row of `row.type`, or replaces it, and gives its handler to the loader.
+    void RegisterAssetFamily(AssetFamilyRow row);
+
+    // A lease on the load of a mesh, material or texture; empty for an unknown handle and for
+    // any other type.
+    AssetLoadLease RequestLoad(AssetHandle handle, AssetLoadPriority priority);
+    AssetLoadGroup RequestLoads(std::span<const AssetHandle> handles, AssetLoadPriority priority);
+    // True if loaded; else asks for it in the background (priority 1) and pins it, and is
+    // false only once the load has failed. False for a handle of another type.
+    bool TouchMesh(AssetHandle handle);
+    bool TouchTexture(AssetHandle handle);
+    // True if loaded; else loads it now (priority 3, pinned) and blocks until it settles;
+    // true if it ended Ready. False at once for a handle of another type.
+    bool EnsureMeshLoaded(AssetHandle handle);
+    bool EnsureTextureLoaded(AssetHandle handle);
+    // One loader frame; the number of assets it published.
+    std::uint32_t UpdateAsyncLoads();
+    // Loads a material, texture or mesh again from its file. False for an unknown handle,
+    // another type, or a texture or mesh that is neither loaded nor in the loader.
+    bool ReloadAsset(AssetHandle handle);
+    // Rescans the content folder, loads the families' files again where they changed,
+    // prunes the tables and lets failed loads try again at their next request.
+    void Refresh();
+
+    // Whether a family should read `record`'s file: yes if it is not loaded yet or its file
+    // changed since it was read, unless the loaded copy has unsaved edits; then the handle is
+    // noted in ChangedWhileEdited, a warning is logged and the answer is no.
+    bool ShouldLoadFromDisk(const AssetRecord& record, bool alreadyLoaded);
+    // Notes what a family's loaded copy of `handle` was read from.
+    void RememberSourceStamp(AssetHandle handle, const std::filesystem::path& path);
+    // Installed by an editor; without it, files always win.
+    void SetUnsavedEditsCheck(std::function<bool(AssetHandle)> hasUnsavedEdits);
+    const std::vector<AssetHandle>& ChangedWhileEdited() const noexcept { return changedWhileEdited_; }
+
+    // Throws std::runtime_error "<operation> is unavailable with read-only asset sources."
+    // in ReadOnly mode. Every operation that writes into the content folder calls it first.
+    void RequireWritableSources(std::string_view operation) const;
+    // The path for a new asset file of `extension` (".bmat") named after `requestedName`:
+    // the name cleaned (CleanAssetName), `emptyNameFallback` if nothing is left, made unique
+    // with _1, _2, ...; in `folder`, the content root if empty or the base of a relative one.
+    // Creates the folder; throws std::filesystem::filesystem_error "create_directories".
+    std::filesystem::path NewAssetPath(const std::filesystem::path& folder, std::string_view requestedName,
+                                       std::string_view extension, std::string_view emptyNameFallback = {}) const;
+
+    AssetLoader& GetLoader() noexcept { return *loader_; }
 
     AssetRegistry& GetRegistry() noexcept { return registry_; }
     const AssetRegistry& GetRegistry() const noexcept { return registry_; }
@@ -60,7 +137,20 @@ public:
     const BuiltinAssetHandles& GetBuiltinHandles() const noexcept { return builtins_; }
 
 private:
+    // The engine's families, one row each (AssetLoadHandlers.cpp).
+    void RegisterLoadHandlers();
     void RegisterBuiltins();
+    // Initialize step 3: the loader and every loaded table emptied.
+    void ClearLoadedTables();
+    // Drops every table entry whose handle has no record, or one of another type.
+    void PruneLoadedTables();
+    void LoadFamiliesFromRegistry();
+    const AssetFamilyRow* FindFamily(AssetType type) const;
+    // The record's type if the handle is known and of `type`.
+    bool IsOfType(AssetHandle handle, AssetType type) const;
+    bool IsLoaded(AssetHandle handle, AssetType type) const;
+    bool Touch(AssetHandle handle, AssetType type);
+    bool Ensure(AssetHandle handle, AssetType type);
 
     std::vector<std::uint32_t> toleratedMissingTypes_;
     AssetSourceMode mode_ = AssetSourceMode::Authoring;
@@ -68,6 +158,13 @@ private:
     std::thread::id ownerThread_;
     std::uint64_t contentRevision_ = 0;
     BuiltinAssetHandles builtins_;
+
+    std::map<AssetHandle, SourceFileStamp> fileStamps_;
+    std::function<bool(AssetHandle)> hasUnsavedEdits_;
+    std::vector<AssetHandle> changedWhileEdited_;
+    std::unique_ptr<AssetLoader> loader_;
+    // In the order of RegisterLoadHandlers: also the order of the families' loads.
+    std::vector<AssetFamilyRow> families_;
 };
 
 } // namespace Brelk::Assets

@@ -1,6 +1,6 @@
 #include "engine/platform/Files.h"
 
-#include "engine/core/Guid.h"
+#include "engine/platform/SecureRandom.h"
 #include "engine/platform/Paths.h"
 
 #include <cerrno>
@@ -80,7 +80,7 @@ bool WriteFileAtomic(const std::filesystem::path& path, std::span<const std::uin
     }
 
     std::filesystem::path temporary = path;
-    temporary += ".cook-" + Core::Guid::New().ToString() + ".tmp";
+    temporary += ".cook-" + RandomGuidText() + ".tmp";
 
     FileDescriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
     if (file.Get() < 0) {

@@ -1,6 +1,6 @@
 #include "engine/core/Logger.h"
 
-#include "engine/core/tests/Deadline.h"
+#include "tests/support/Deadline.h"
 #include "engine/platform/Thread.h"
 #include "tests/support/TestSupport.h"
 

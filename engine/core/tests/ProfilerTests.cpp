@@ -1,7 +1,7 @@
 #include "engine/core/Profiler.h"
 
 #include "engine/core/Logger.h"
-#include "engine/core/tests/Deadline.h"
+#include "tests/support/Deadline.h"
 #include "engine/platform/Thread.h"
 #include "engine/platform/Time.h"
 #include "tests/support/TestSupport.h"

@@ -1,7 +1,7 @@
 #include "engine/core/TaskSystem.h"
 
 #include "engine/core/Logger.h"
-#include "engine/core/tests/Deadline.h"
+#include "tests/support/Deadline.h"
 #include "engine/platform/Thread.h"
 #include "tests/support/TestSupport.h"
 

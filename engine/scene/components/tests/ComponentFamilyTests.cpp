@@ -1,6 +1,7 @@
 #include "engine/assets/ByteStream.h"
 #include "engine/reflection/SchemaRecordText.h"
 #include "engine/scene/ComponentRegistry.h"
+#include "engine/scene/CookedScene.h"
 #include "engine/scene/Scene.h"
 #include "engine/scene/components/AnimationComponents.h"
 #include "engine/scene/components/CoreComponents.h"
@@ -99,7 +100,7 @@ TEST(ComponentFamilyTests, SavedFilesOrderRecordsByTheFixedRegistrationOrder) {
 }
 
 // A default entity with `T`, saved, read back as text and loaded, saves the same text again.
-TEST(ComponentFamilyTests, EveryComponentRoundTripsThroughItsRecordText) {
+TEST(ComponentFamilyTests, EveryComponentRoundTripsThroughItsRecordTextAndTheCookedCodec) {
     InstallComponents();
     std::vector<const ComponentTypeEntry*> entries;
     ComponentRegistry::Instance().EntriesInRegistrationOrder(entries);
@@ -121,6 +122,20 @@ TEST(ComponentFamilyTests, EveryComponentRoundTripsThroughItsRecordText) {
             read.push_back(
                 Reflection::ReadSchemaRecord(header.substr(std::string_view("component_schema").size()), lines));
         }
+        // The cooked form carries the same records, bit for bit.
+        SceneDocument document;
+        document.version = SceneFormatVersion;
+        SceneEntityBlock& block = document.entities.emplace_back();
+        block.guid = Core::Guid::FromName(entry->name);
+        for (const SchemaRecord& record : saved)
+            block.records.push_back({record});
+        SceneDocument cooked;
+        ASSERT_TRUE(DecodeCookedScene(EncodeCookedScene(document), cooked, "c.bscene", nullptr));
+        ASSERT_EQ(cooked.entities.size(), 1u);
+        ASSERT_EQ(cooked.entities[0].records.size(), saved.size());
+        for (std::size_t i = 0; i < saved.size(); ++i)
+            EXPECT_EQ(cooked.entities[0].records[i].record, saved[i]);
+
         const Entity loaded = Testing::LoadEntity(registry, std::move(read));
         std::string again;
         for (const SchemaRecord& record : SaveOne(registry, loaded, entry->name))

@@ -8,7 +8,7 @@
 #include <future>
 #include <thread>
 
-namespace Brelk::Core::Testing {
+namespace Brelk::Testing {
 
 // Runs `body` on a thread of its own and gives it `limit` to finish. A deadlock must fail the
 // run rather than hang it, and a hung thread cannot be joined, so an overrun ends the
@@ -29,4 +29,4 @@ inline void RunWithDeadline(std::chrono::milliseconds limit, const std::function
 
 inline constexpr std::chrono::milliseconds kDeadline{20000};
 
-} // namespace Brelk::Core::Testing
+} // namespace Brelk::Testing

@@ -1,0 +1,205 @@
+#include "engine/assets/BuiltinAssets.h"
+#include "engine/assets/meshes/BuiltinMeshes.h"
+#include "engine/assets/meshes/MeshFinishing.h"
+#include "engine/assets/meshes/NativeMeshFile.h"
+#include "engine/platform/Files.h"
+#include "tests/support/TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace Brelk::Assets {
+namespace {
+
+using Brelk::Testing::ScratchFolder;
+using Brelk::Testing::ThrownMessage;
+
+AssetHandle HandleOf(std::string_view name) {
+    if (name == kBuiltinCubeLod1) return 501;
+    if (name == kBuiltinCubeLod2) return 502;
+    return 0;
+}
+
+TEST(BuiltinMeshes, HaveTheirCountsAndLodRows) {
+    struct Case {
+        std::string_view name;
+        std::size_t vertices;
+        std::size_t indices;
+    };
+    const Case cases[] = {
+        {kBuiltinCube, 24, 36},      {kBuiltinCubeLod1, 6, 24},  {kBuiltinCubeLod2, 4, 12},
+        {kBuiltinQuad, 4, 6},        {kBuiltinPlane, 4, 6},      {kBuiltinSphere, 561, 3072},
+        {kBuiltinMaterialPreviewSphere, 561, 3072},              {kBuiltinTorus, 429, 2304},
+        {kBuiltinCylinder, 196, 384}, {kBuiltinCone, 130, 192},  {kBuiltinDiamond, 24, 24},
+    };
+    for (const Case& c : cases) {
+        const std::optional<MeshAsset> mesh = MakeBuiltinMesh(c.name, 100, HandleOf);
+        ASSERT_TRUE(mesh.has_value()) << c.name;
+        EXPECT_EQ(mesh->vertices.size(), c.vertices) << c.name;
+        EXPECT_EQ(mesh->indices.size(), c.indices) << c.name;
+        ASSERT_EQ(mesh->submeshes.size(), 1u);
+        EXPECT_EQ(mesh->submeshes[0].name, "Default");
+        EXPECT_EQ(mesh->submeshes[0].indexCount, c.indices);
+        EXPECT_GT(mesh->radius, 0.0f);
+        if (c.name == kBuiltinCube) {
+            ASSERT_EQ(mesh->lods.size(), 3u);
+            EXPECT_EQ(mesh->lods[0].mesh, 100u);
+            EXPECT_EQ(mesh->lods[0].distance, 10.0f);
+            EXPECT_EQ(mesh->lods[1].mesh, 501u);
+            EXPECT_EQ(mesh->lods[1].distance, 22.0f);
+            EXPECT_EQ(mesh->lods[2].mesh, 502u);
+            EXPECT_EQ(mesh->lods[2].distance, 1000000.0f);
+        } else {
+            ASSERT_EQ(mesh->lods.size(), 1u) << c.name;
+            EXPECT_EQ(mesh->lods[0].mesh, 100u);
+            EXPECT_EQ(mesh->lods[0].distance, 1000000.0f);
+        }
+    }
+    EXPECT_FALSE(BuiltinMeshContent("Builtin/White").has_value());
+}
+
+TEST(BuiltinMeshes, EveryTriangleFacesOutward) {
+    for (const std::string_view name : {kBuiltinCube, kBuiltinCubeLod1, kBuiltinCubeLod2, kBuiltinSphere,
+                                        kBuiltinCylinder, kBuiltinCone, kBuiltinTorus, kBuiltinDiamond}) {
+        const MeshAsset mesh = *BuiltinMeshContent(name);
+        for (std::size_t i = 0; i < mesh.indices.size(); i += 3) {
+            const glm::vec3 a = mesh.vertices[mesh.indices[i]].position;
+            const glm::vec3 b = mesh.vertices[mesh.indices[i + 1]].position;
+            const glm::vec3 c = mesh.vertices[mesh.indices[i + 2]].position;
+            const glm::vec3 face = glm::cross(b - a, c - a);
+            if (glm::length(face) < 1e-6f) continue; // the sphere's poles
+            glm::vec3 centre = (a + b + c) / 3.0f;
+            if (name == kBuiltinTorus) {
+                // Outward from the tube, not from the origin.
+                centre -= glm::normalize(glm::vec3(centre.x, 0, centre.z)) * 0.34f;
+            }
+            EXPECT_GT(glm::dot(face, centre), 0.0f) << name << " triangle " << i / 3;
+        }
+    }
+}
+
+TEST(MeshFinishing, GivesTangentsAlongUBoundsAndNewRevisions) {
+    MeshAsset cube = *BuiltinMeshContent(kBuiltinCube);
+    FinishMesh(cube, 7);
+    EXPECT_EQ(cube.vertices[0].tangent, glm::vec4(1, 0, 0, 1));  // +Z face
+    EXPECT_EQ(cube.vertices[4].tangent, glm::vec4(-1, 0, 0, 1)); // -Z face
+    EXPECT_EQ(cube.boundsMin, glm::vec3(-0.5f));
+    EXPECT_EQ(cube.boundsMax, glm::vec3(0.5f));
+    EXPECT_FLOAT_EQ(cube.radius, std::sqrt(0.75f));
+
+    // Mirrored UVs flip the handedness; a triangle without UV area leaves its tangent alone.
+    MeshAsset mirrored = *BuiltinMeshContent(kBuiltinQuad);
+    for (MeshVertex& v : mirrored.vertices) v.uv.x = 1.0f - v.uv.x;
+    mirrored.vertices.push_back(mirrored.vertices[0]);
+    mirrored.vertices.push_back(mirrored.vertices[0]);
+    mirrored.vertices.push_back(mirrored.vertices[0]);
+    mirrored.vertices.back().tangent = glm::vec4(0, 1, 0, 1);
+    mirrored.indices.insert(mirrored.indices.end(), {4, 5, 6});
+    mirrored.radius = 3.0f;
+    FinishMesh(mirrored, 8);
+    EXPECT_EQ(mirrored.vertices[0].tangent, glm::vec4(-1, 0, 0, -1));
+    EXPECT_EQ(mirrored.vertices[6].tangent, glm::vec4(0, 1, 0, 1));
+    EXPECT_EQ(mirrored.radius, 3.0f);
+    EXPECT_GT(mirrored.revision, cube.revision);
+}
+
+MeshAsset SampleMesh() {
+    MeshAsset mesh = *BuiltinMeshContent(kBuiltinCubeLod2);
+    FinishMesh(mesh, 42);
+    mesh.submeshes.push_back({3, 6, 2, "Trim"});
+    mesh.lods.push_back({77, 30.0f});
+    mesh.vertices[1].boneIndices = glm::uvec4(1, 2, 3, 4);
+    mesh.vertices[1].boneWeights = glm::vec4(0.5f, 0.25f, 0.25f, 0.0f);
+    mesh.skinFlags = 3;
+    mesh.skinBoneCount = 5;
+    mesh.skinBindMatrix[3] = glm::vec4(1, 2, 3, 1);
+    mesh.skinInverseBindMatrices = {glm::mat4(2.0f), glm::mat4(1.0f)};
+    mesh.skinBoneMap = {9, 8, 7};
+    return mesh;
+}
+
+void ExpectSameContent(const MeshAsset& a, const MeshAsset& b) {
+    EXPECT_EQ(std::memcmp(a.vertices.data(), b.vertices.data(), a.vertices.size() * sizeof(MeshVertex)), 0);
+    EXPECT_EQ(a.vertices.size(), b.vertices.size());
+    EXPECT_EQ(a.indices, b.indices);
+    EXPECT_EQ(a.boundsMin, b.boundsMin);
+    EXPECT_EQ(a.boundsMax, b.boundsMax);
+    EXPECT_EQ(a.radius, b.radius);
+    ASSERT_EQ(a.submeshes.size(), b.submeshes.size());
+    EXPECT_EQ(a.submeshes[1].name, b.submeshes[1].name);
+    EXPECT_EQ(a.submeshes[1].materialSlot, b.submeshes[1].materialSlot);
+    ASSERT_EQ(a.lods.size(), b.lods.size());
+    EXPECT_EQ(a.lods[1].mesh, b.lods[1].mesh);
+    EXPECT_EQ(a.lods[1].distance, b.lods[1].distance);
+    EXPECT_EQ(a.skinFlags, b.skinFlags);
+    EXPECT_EQ(a.skinBoneCount, b.skinBoneCount);
+    EXPECT_EQ(a.skinBindMatrix, b.skinBindMatrix);
+    EXPECT_EQ(a.skinInverseBindMatrices, b.skinInverseBindMatrices);
+    EXPECT_EQ(a.skinBoneMap, b.skinBoneMap);
+}
+
+TEST(NativeMeshFile, RoundTripsEveryItemWithTheTrailersGuid) {
+    const MeshAsset mesh = SampleMesh();
+    const Core::Guid guid{0x1122334455667788ull, 0x99aabbccddeeff00ull};
+    const std::vector<std::uint8_t> bytes = EncodeNativeMesh(mesh, guid);
+    const MeshAsset read = DecodeNativeMesh(bytes);
+    ExpectSameContent(mesh, read);
+    EXPECT_EQ(read.handle, 0u);
+    EXPECT_TRUE(read.hasFileGuid);
+    EXPECT_EQ(read.fileGuid, guid);
+    EXPECT_EQ(EncodeNativeMesh(read, guid), bytes);
+
+    ScratchFolder folder;
+    ASSERT_TRUE(WriteNativeMeshFile(folder / "m.bmesh", mesh, guid));
+    EXPECT_EQ(*Platform::ReadFileBytes(folder / "m.bmesh"), bytes);
+}
+
+TEST(NativeMeshFile, WritesTheHandleAndTheSpareLodBytesAsZeros) {
+    const MeshAsset mesh = SampleMesh();
+    ByteWriter writer;
+    WriteMeshPayload(writer, mesh);
+    const std::vector<std::uint8_t>& bytes = writer.Bytes();
+    EXPECT_EQ(std::vector<std::uint8_t>(bytes.begin(), bytes.begin() + 8), std::vector<std::uint8_t>(8, 0));
+    // The LOD rows sit behind the submeshes: 8 + 28 + 4 + 4 * 96 + 4 + 12 * 4 + 4 + (16 + 7) + (16 + 4) + 4.
+    const std::size_t lods = 8 + 28 + 4 + 4 * 96 + 4 + 12 * 4 + 4 + 23 + 20 + 4;
+    for (std::size_t row = 0; row < 2; ++row) {
+        for (std::size_t i = 12; i < 16; ++i) EXPECT_EQ(bytes[lods + row * 16 + i], 0) << row;
+    }
+    std::uint64_t second = 0;
+    std::memcpy(&second, &bytes[lods + 16], 8);
+    EXPECT_EQ(second, 77u);
+}
+
+TEST(NativeMeshFile, AMissingOrForeignTrailerIsNoFailure) {
+    const MeshAsset mesh = SampleMesh();
+    ByteWriter writer;
+    WriteMeshPayload(writer, mesh);
+    const std::vector<std::uint8_t> payload = writer.Bytes();
+    std::vector<std::uint8_t> foreign = payload;
+    foreign.insert(foreign.end(), {'X', 'Y', 'Z', 'W', 1, 0, 0, 0});
+    foreign.resize(foreign.size() + 16, 1);
+    std::vector<std::uint8_t> versionZero = EncodeNativeMesh(mesh, Core::Guid{1, 2});
+    versionZero[payload.size() + 4] = 0;
+    std::vector<std::uint8_t> cut = EncodeNativeMesh(mesh, Core::Guid{1, 2});
+    cut.pop_back();
+    for (const std::vector<std::uint8_t>& bytes : {payload, foreign, versionZero, cut}) {
+        const MeshAsset read = DecodeNativeMesh(bytes);
+        EXPECT_FALSE(read.hasFileGuid);
+        EXPECT_EQ(read.indices, mesh.indices);
+    }
+}
+
+TEST(NativeMeshFile, AShortPayloadFailsAtTheFirstShortRead) {
+    const std::vector<std::uint8_t> bytes = EncodeNativeMesh(SampleMesh(), Core::Guid{});
+    EXPECT_EQ(ThrownMessage([&] { (void)DecodeNativeMesh(std::span(bytes).first(30)); }), "Cooked data ends early.");
+    std::vector<std::uint8_t> hugeCount(bytes.begin(), bytes.begin() + 40);
+    hugeCount[36] = 0xFF;
+    hugeCount[37] = 0xFF;
+    EXPECT_EQ(ThrownMessage([&] { (void)DecodeNativeMesh(hugeCount); }), "Cooked item count exceeds the data.");
+}
+
+} // namespace
+} // namespace Brelk::Assets

@@ -1,0 +1,61 @@
+#include "engine/assets/textures/TextureClassification.h"
+#include "engine/assets/textures/tests/TextureTestImages.h"
+
+#include <gtest/gtest.h>
+
+namespace Brelk::Assets {
+namespace {
+
+TEST(ClassifyTextureEncoding, NamesDecideBeforePixelsExceptForNormalMaps) {
+    const TextureAsset plain = Testing::SmoothImage(16, 16);
+    const TextureAsset normals = Testing::NormalMapImage(100, 100);
+    struct Case {
+        const char* path;
+        const TextureAsset* image;
+        TextureEncoding expected;
+    };
+    const Case cases[] = {
+        {"Content/wall_normal.png", &plain, TextureEncoding::Normal},
+        {"Content/Rock-Normals.tga", &plain, TextureEncoding::Normal},
+        {"Content/wall.png", &normals, TextureEncoding::Normal},
+        {"Content/rock_rough.png", &normals, TextureEncoding::Normal},
+        {"Content/Rock_Roughness.png", &plain, TextureEncoding::LinearData},
+        {"Content/brick ORM.png", &plain, TextureEncoding::LinearData},
+        {"Content/ao.png", &plain, TextureEncoding::LinearData},
+        {"Content/normalized.png", &plain, TextureEncoding::Color},
+        {"Content/roughly.png", &plain, TextureEncoding::Color},
+        {"Content/mask.dir/wall.png", &plain, TextureEncoding::Color},
+        {"Content/wall.png", &plain, TextureEncoding::Color},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(ClassifyTextureEncoding(c.path, *c.image), c.expected) << c.path;
+    }
+}
+
+TEST(LooksLikeNormalMap, WantsUnitVectorsAroundStraightUp) {
+    EXPECT_TRUE(LooksLikeNormalMap(Testing::NormalMapImage(100, 50)));
+    EXPECT_FALSE(LooksLikeNormalMap(Testing::SmoothImage(16, 16)));
+    // Right means, but vectors far from unit length.
+    EXPECT_FALSE(LooksLikeNormalMap(Testing::MakeImage(8, 8, [](std::uint32_t x, std::uint32_t, std::uint8_t* out) {
+        out[0] = 128;
+        out[1] = 128;
+        out[2] = x % 2 == 0 ? 255 : 180;
+    })));
+    TextureAsset floats = Testing::NormalMapImage(4, 4);
+    floats.format = 1;
+    EXPECT_FALSE(LooksLikeNormalMap(floats));
+}
+
+TEST(IsCompressibleTextureSource, TakesCommonImagesOutsideUiFolders) {
+    EXPECT_TRUE(IsCompressibleTextureSource("Content/rock.PNG"));
+    EXPECT_TRUE(IsCompressibleTextureSource("Content/rock.jpeg"));
+    EXPECT_TRUE(IsCompressibleTextureSource("Content/rock.tga"));
+    EXPECT_FALSE(IsCompressibleTextureSource("Content/ui/button.png"));
+    EXPECT_FALSE(IsCompressibleTextureSource("Content/UI/button.png"));
+    EXPECT_TRUE(IsCompressibleTextureSource("Content/build/button.png"));
+    EXPECT_FALSE(IsCompressibleTextureSource("Content/sky.hdr"));
+    EXPECT_FALSE(IsCompressibleTextureSource("Content/sky.exr"));
+}
+
+} // namespace
+} // namespace Brelk::Assets

@@ -1,0 +1,198 @@
+#include "engine/platform/Process.h"
+
+#include "tests/support/Deadline.h"
+#include "tests/support/TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <signal.h>
+#include <sys/stat.h>
+#include <thread>
+
+namespace Brelk::Platform {
+namespace {
+
+namespace fs = std::filesystem;
+using Testing::kDeadline;
+using Testing::RunWithDeadline;
+using Testing::ScratchFolder;
+using Testing::WriteText;
+
+const fs::path kShell = "/bin/sh";
+
+ProcessCommand Shell(std::string script, std::vector<ProcessArgument> more = {}) {
+    ProcessCommand command{kShell, {"-c", std::move(script), "sh"}, {}};
+    for (ProcessArgument& argument : more) command.arguments.push_back(std::move(argument));
+    return command;
+}
+
+ProcessResult RunToEnd(ProcessCommand command) {
+    ProcessResult result;
+    RunWithDeadline(kDeadline, [&] { result = RunCapturedProcess(std::move(command)); });
+    return result;
+}
+
+TEST(ProcessCommandLine, QuotesOnlyWhatNeedsItAndSplitsBackToTheSameArguments) {
+    struct Row {
+        std::string text;
+        std::string quoted;
+    };
+    const std::vector<Row> rows = {
+        {"", "\"\""},
+        {"plain", "plain"},
+        {"a\\b\\", "a\\b\\"},
+        {"a b", "\"a b\""},
+        {"a b\\\"c\\", "\"a b\\\\\\\"c\\\\\""},
+        {"\"", "\"\\\"\""},
+        {"tab\there", "\"tab\there\""},
+        {"line\nfeed\v", "\"line\nfeed\v\""},
+        {"x\\\\ y", "\"x\\\\ y\""},
+    };
+    ProcessCommand command{"/opt/my tools/glslc", {}, {}};
+    std::vector<std::string> expected = {"/opt/my tools/glslc"};
+    for (const Row& row : rows) {
+        EXPECT_EQ(QuoteProcessArgument(row.text), row.quoted) << row.text;
+        command.arguments.emplace_back(row.text);
+        expected.push_back(row.text);
+    }
+    EXPECT_EQ(SplitProcessCommandLine(FormatProcessCommandLine(command)), expected);
+    EXPECT_EQ(FormatProcessCommandLine({"/bin/x", {"-o", fs::path("a b.spv")}, {}}), "/bin/x -o \"a b.spv\"");
+    EXPECT_EQ(SplitProcessCommandLine("  a\t\"b \"\"c\" d\\\\\"e f\"  "),
+              (std::vector<std::string>{"a", "b \"c", "d\\e f"}));
+}
+
+TEST(ValidateProcessCommand, ReportsEachFailureInItsOrderWithItsStatus) {
+    ScratchFolder folder;
+    WriteText(folder / "file", "x");
+    const std::string longName(300, 'n');
+    struct Row {
+        ProcessCommand command;
+        PlatformStatus status;
+        std::string message;
+    };
+    const std::vector<Row> rows = {
+        {{"", {}, folder / "missing"}, PlatformStatus::InvalidArgument, "Executable path is empty."},
+        {{folder / longName, {}, {}}, PlatformStatus::SystemError,
+         "Failed to inspect executable '" + (folder / longName).string() + "': File name too long"},
+        {{folder / "file/below", {}, {}}, PlatformStatus::SystemError,
+         "Failed to inspect executable '" + (folder / "file/below").string() + "': Not a directory"},
+        {{folder / "missing", {}, {}}, PlatformStatus::NotFound, "Executable does not exist: " + (folder / "missing").string()},
+        {{folder.Path(), {}, {}}, PlatformStatus::InvalidArgument,
+         "Executable path does not identify a regular file: " + folder.Path().string()},
+        {{kShell, {}, folder / longName}, PlatformStatus::SystemError,
+         "Failed to inspect process working directory: File name too long"},
+        {{kShell, {}, folder / "missing"}, PlatformStatus::NotFound,
+         "Process working directory does not exist: " + (folder / "missing").string()},
+        {{kShell, {}, folder / "file"}, PlatformStatus::InvalidArgument,
+         "Process working directory is not a directory: " + (folder / "file").string()},
+    };
+    for (Row row : rows) {
+        const PlatformResult result = ValidateProcessCommand(row.command);
+        EXPECT_EQ(result.status, row.status) << row.message;
+        EXPECT_EQ(result.message, row.message);
+        ProcessResult run = RunCapturedProcess(row.command);
+        EXPECT_EQ(std::make_tuple(run.status, run.message, run.exitCode, run.output),
+                  std::make_tuple(row.status, row.message, -1, std::string()));
+    }
+}
+
+TEST(ValidateProcessCommand, MakesPathsAbsoluteAndDefaultsTheFolderToTheExecutables) {
+    ScratchFolder folder;
+    WriteText(folder / "tools" / "tool", "x");
+    fs::create_directories(folder / "work");
+    const fs::path previous = fs::current_path();
+    fs::current_path(folder.Path());
+    ProcessCommand relative{"tools/tool", {}, {}};
+    ProcessCommand withFolder{"tools/tool", {}, "work"};
+    const bool ok = ValidateProcessCommand(relative).Ok() && ValidateProcessCommand(withFolder).Ok();
+    fs::current_path(previous);
+    ASSERT_TRUE(ok);
+    EXPECT_EQ(relative.executable, folder / "tools/tool");
+    EXPECT_EQ(relative.workingDirectory, folder / "tools");
+    EXPECT_EQ(withFolder.workingDirectory, folder / "work");
+}
+
+TEST(RunCapturedProcess, GathersBothStreamsTheExitCodeAndTheArgumentsAsGiven) {
+    ScratchFolder folder;
+    const ProcessResult run =
+        RunToEnd(Shell("printf out; printf err >&2; for a in \"$@\"; do printf '[%s]' \"$a\"; done; pwd; exit 3",
+                  {"", "a b\\\"c\\", fs::path("p q")}));
+    EXPECT_EQ(run.status, PlatformStatus::Ok) << run.message;
+    EXPECT_EQ(run.exitCode, 3);
+    EXPECT_EQ(run.output, "outerr[][a b\\\"c\\][p q]" + fs::canonical("/bin").string() + "\n");
+
+    ProcessCommand inFolder = Shell("pwd -P");
+    inFolder.workingDirectory = folder.Path();
+    EXPECT_EQ(RunToEnd(inFolder).output, folder.Path().string() + "\n");
+    EXPECT_EQ(RunToEnd(Shell("kill -9 $$")).exitCode, 128 + SIGKILL);
+    // Its own process group: the group's id is the child's own pid.
+    const ProcessResult group = RunToEnd(Shell("echo $$ $(cut -d' ' -f5 /proc/$$/stat)"));
+    const std::size_t blank = group.output.find(' ');
+    EXPECT_EQ(group.output.substr(0, blank) + "\n", group.output.substr(blank + 1));
+}
+
+TEST(RunCapturedProcess, ReportsALaunchFailureWithTheHostsText) {
+    ScratchFolder folder;
+    WriteText(folder / "not-executable", "#!/bin/sh\n");
+    const ProcessResult run = RunToEnd({folder / "not-executable", {}, {}});
+    EXPECT_EQ(std::make_tuple(run.status, run.message, run.exitCode),
+              std::make_tuple(PlatformStatus::SystemError, std::string("Failed to launch process: Permission denied"), -1));
+    const ProcessResult zero = RunToEnd(Shell("true", {std::string("a\0b", 3)}));
+    EXPECT_EQ(zero.message, "Failed to launch process: Invalid argument");
+}
+
+TEST(CapturedProcess, HandsOverLongOutputInBoundedPollsAndReportsTheEndOnlyAfterIt) {
+    RunWithDeadline(kDeadline, [] {
+        std::unique_ptr<CapturedProcess> process;
+        ASSERT_TRUE(StartCapturedProcess(Shell("head -c 200000 /dev/zero; exit 5"), process).Ok());
+        // Time for the child to fill the pipe, so that the first poll meets the limit.
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        std::string output;
+        ProcessPollResult poll;
+        std::size_t fullPolls = 0;
+        do {
+            poll = process->Poll();
+            ASSERT_EQ(poll.errorStatus, PlatformStatus::Ok) << poll.message;
+            ASSERT_LE(poll.output.size(), kMaxPollOutputBytes);
+            if (poll.output.size() == kMaxPollOutputBytes) {
+                ++fullPolls;
+                EXPECT_EQ(poll.state, 1);
+            }
+            output += poll.output;
+            if (poll.state == 1 && poll.output.empty()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        } while (poll.state == 1);
+        EXPECT_EQ(output, std::string(200000, '\0'));
+        EXPECT_GE(fullPolls, 1u);
+        EXPECT_EQ(poll.exitCode, 5);
+        EXPECT_EQ(process->Poll().state, 0);
+    });
+}
+
+bool ProcessExists(pid_t pid) { return ::kill(pid, 0) == 0; }
+
+TEST(CapturedProcess, EndsAndReapsAChildThatOutlivesItsHandle) {
+    RunWithDeadline(kDeadline, [] {
+        std::unique_ptr<CapturedProcess> process;
+        ASSERT_TRUE(StartCapturedProcess(Shell("echo $$; exec sleep 60"), process).Ok());
+        std::string output;
+        while (output.find('\n') == std::string::npos) output += process->Poll().output;
+        const pid_t pid = static_cast<pid_t>(std::stol(output));
+        EXPECT_TRUE(ProcessExists(pid));
+        process.reset();
+        EXPECT_FALSE(ProcessExists(pid));
+    });
+}
+
+TEST(LaunchProcess, StartsAChildThatGoesOnAloneAndRefusesWhatValidationRefuses) {
+    ScratchFolder folder;
+    RunWithDeadline(kDeadline, [&] {
+        ProcessCommand command = Shell("printf done > launched.txt");
+        command.workingDirectory = folder.Path();
+        ASSERT_TRUE(LaunchProcess(command).Ok());
+        while (Testing::ReadText(folder / "launched.txt") != "done") std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    });
+    EXPECT_EQ(LaunchProcess({folder / "missing", {}, {}}).message, "Executable does not exist: " + (folder / "missing").string());
+}
+
+} // namespace
+} // namespace Brelk::Platform
