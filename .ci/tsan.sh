@@ -19,6 +19,7 @@ cmake -S . -B build-tsan \
   -DBRELK_SANITIZE=thread \
   -DBRELK_TEST_FILTER='brelk_(core|assets)_tests' \
   -DBRELK_BUILD_BENCH=OFF \
-  -DCMAKE_BUILD_TYPE=RelWithDebInfo
+  -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+  -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g1 -DNDEBUG"
 "${norandom[@]}" cmake --build build-tsan -j "$(nproc)" --target brelk_core_tests brelk_assets_tests
 (cd build-tsan && "${norandom[@]}" ctest --output-on-failure)
