@@ -28,19 +28,6 @@ void WriteErrorLine(std::ostream& err, std::string_view message) {
     err << line << std::flush;
 }
 
-// Makes a task system current for its lifetime and puts the previous one back after.
-class TaskSystemInstallation {
-public:
-    explicit TaskSystemInstallation(Core::Tasks::TaskSystem& system)
-        : previous_(Core::Tasks::TaskSystem::Install(&system)) {}
-    ~TaskSystemInstallation() { Core::Tasks::TaskSystem::Install(previous_); }
-    TaskSystemInstallation(const TaskSystemInstallation&) = delete;
-    TaskSystemInstallation& operator=(const TaskSystemInstallation&) = delete;
-
-private:
-    Core::Tasks::TaskSystem* previous_;
-};
-
 constexpr std::uint32_t kMaxWorkerThreads = 256;
 
 int RunSteps(std::span<const std::string> args, std::ostream& out, std::ostream& err, bool showProgress) {
@@ -57,8 +44,7 @@ int RunSteps(std::span<const std::string> args, std::ostream& out, std::ostream&
     Core::Tasks::TaskSystemConfig config;
     config.ioThreadCount = 1;
     config.workerCount = WorkerThreadsFromEnvironment();
-    Core::Tasks::TaskSystem tasks(config);
-    const TaskSystemInstallation installation(tasks);
+    const Core::Tasks::ScopedTaskSystem tasks(config);
     Scene::InstallComponents();
     Assets::AssetManager assetManager;
     assetManager.Initialize(options.contentPath, Assets::AssetSourceMode::Authoring);

@@ -24,19 +24,6 @@ std::map<std::string, std::string> Snapshot(const fs::path& root) {
     return files;
 }
 
-// A task system of `workers` threads, current while it lives.
-class Workers {
-public:
-    explicit Workers(std::uint32_t workers)
-        : system_(Core::Tasks::TaskSystemConfig{workers, 1, std::nullopt}),
-          previous_(Core::Tasks::TaskSystem::Install(&system_)) {}
-    ~Workers() { Core::Tasks::TaskSystem::Install(previous_); }
-
-private:
-    Core::Tasks::TaskSystem system_;
-    Core::Tasks::TaskSystem* previous_;
-};
-
 constexpr std::uint32_t kWorkerCounts[] = {0, 1, 2, 8};
 
 class ParallelCellsTest : public WorldFixture {
@@ -54,7 +41,7 @@ TEST_F(ParallelCellsTest, AnyNumberOfWorkersWritesTheSameBytesAndFigures) {
     WorldGenerationResult expectedResult;
     for (const std::uint32_t workers : kWorkerCounts) {
         Testing::RunWithDeadline(Testing::kDeadline, [&] {
-            const Workers pool(workers);
+            const Core::Tasks::ScopedTaskSystem pool(Core::Tasks::TaskSystemConfig{workers, 1, std::nullopt});
             WorldGenerationResult result;
             std::string error;
             ASSERT_TRUE(GenerateProceduralWorld(assets, WorldPath(), Uneven(), &result, &error)) << error;
@@ -91,7 +78,7 @@ TEST_F(ParallelCellsTest, TheFirstFailingCellInGridOrderIsReportedAndNoTemporary
     std::string firstError;
     for (const std::uint32_t workers : kWorkerCounts) {
         Testing::RunWithDeadline(Testing::kDeadline, [&] {
-            const Workers pool(workers);
+            const Core::Tasks::ScopedTaskSystem pool(Core::Tasks::TaskSystemConfig{workers, 1, std::nullopt});
             const CellRunOutcome outcome = RunCells(plan, {});
             ASSERT_FALSE(outcome.Succeeded());
             if (firstError.empty()) firstError = outcome.error;
@@ -114,7 +101,7 @@ TEST_F(ParallelCellsTest, AFailedRunLeavesThePreviousWorldAsItWas) {
     };
     for (const std::uint32_t workers : {0u, 2u}) {
         Testing::RunWithDeadline(Testing::kDeadline, [&] {
-            const Workers pool(workers);
+            const Core::Tasks::ScopedTaskSystem pool(Core::Tasks::TaskSystemConfig{workers, 1, std::nullopt});
             EXPECT_THROW((void)GenerateProceduralWorld(assets, WorldPath(), Grid(6), nullptr, &error, failing),
                          std::runtime_error);
         });
