@@ -2,6 +2,7 @@
 
 #include "engine/assets/AssetManager.h"
 #include "engine/assets/AssetRegistry.h"
+#include "engine/platform/ErrorText.h"
 #include "engine/platform/Files.h"
 #include "engine/scene/InstallComponents.h"
 #include "tools/worldgen/CellRun.h"
@@ -14,10 +15,6 @@ namespace Brelk::WorldGen {
 namespace {
 
 namespace fs = std::filesystem;
-
-void SetError(std::string* error, std::string message) {
-    if (error != nullptr) *error = std::move(message);
-}
 
 fs::path Sibling(const fs::path& folder, std::string_view suffix) {
     fs::path sibling = folder;

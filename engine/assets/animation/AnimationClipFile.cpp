@@ -5,6 +5,7 @@
 #include "engine/assets/ByteStream.h"
 #include "engine/assets/cooked/CookedContainer.h"
 #include "engine/core/Logger.h"
+#include "engine/platform/ErrorText.h"
 #include "engine/platform/Files.h"
 
 #include <algorithm>
@@ -25,10 +26,6 @@ constexpr std::uint64_t kRotationKeyBytes = 20;
 constexpr std::uint64_t kMinimumTrackBytes = 4 + 4 + 3 * 4;
 // An event of version 1 or 2: time, empty name, value, flag.
 constexpr std::uint64_t kMinimumEventBytes = 4 + 4 + 4 + 1;
-
-void SetError(std::string* error, std::string_view message) {
-    if (error) error->assign(message);
-}
 
 void WriteEvent(ByteWriter& writer, const AnimationEvent& event) {
     writer.WriteF32(event.time);

@@ -1,15 +1,13 @@
 #include "engine/assets/image/ImageDocument.h"
 
+#include "engine/platform/ErrorText.h"
+
 #include <algorithm>
 #include <cmath>
 #include <unordered_set>
 
 namespace Brelk::Assets {
 namespace {
-
-void SetError(std::string* error, std::string_view message) {
-    if (error) error->assign(message);
-}
 
 bool InRange(float value, float low, float high) { return std::isfinite(value) && value >= low && value <= high; }
 

@@ -1,6 +1,7 @@
 #include "engine/assets/image/ImageDocumentFile.h"
 
 #include "engine/assets/ByteStream.h"
+#include "engine/platform/ErrorText.h"
 #include "engine/platform/Files.h"
 
 #include <stdexcept>
@@ -11,10 +12,6 @@ namespace {
 constexpr std::uint64_t kNameLimit = 256;
 // Identity, the settings with an empty name, and the mask flag.
 constexpr std::uint64_t kMinimumLayerBytes = 16 + 4 + 1 + 1 + 4 + 4 + 12 + 1;
-
-void SetError(std::string* error, std::string_view message) {
-    if (error) error->assign(message);
-}
 
 void WriteGuid(ByteWriter& writer, const Core::Guid& guid) {
     writer.WriteU64(guid.high);

@@ -10,6 +10,7 @@
 #include "engine/assets/materials/MaterialText.h"
 #include "engine/core/Logger.h"
 #include "engine/core/NumberText.h"
+#include "engine/platform/ErrorText.h"
 #include "engine/platform/Files.h"
 #include "engine/platform/Folders.h"
 
@@ -24,10 +25,6 @@ namespace {
 
 constexpr const char* kKindWords[] = {"Surface", "Function", "PostProcess"};
 constexpr const char* kDepthWords[] = {"TestAndWrite", "TestOnly", "Always"};
-
-void SetError(std::string* error, std::string_view message) {
-    if (error) *error = message;
-}
 
 void Warn(std::string message) {
     Core::Logger::Get().Log(Core::LogCategory::Assets, Core::LogLevel::Warning, message);

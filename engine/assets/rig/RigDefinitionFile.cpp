@@ -2,6 +2,7 @@
 
 #include "engine/assets/text/LineTokens.h"
 #include "engine/core/Logger.h"
+#include "engine/platform/ErrorText.h"
 #include "engine/platform/Files.h"
 
 #include <algorithm>
@@ -18,10 +19,6 @@ constexpr std::array<std::string_view, kRigBoneRoleCount> kRoleNames = {
     "RightHand",    "LeftUpperLeg",  "LeftLowerLeg",  "LeftFoot",     "RightUpperLeg", "RightLowerLeg", "RightFoot",
 };
 constexpr std::array<std::string_view, 3> kShapeNames = {"Capsule", "Box", "Sphere"};
-
-void SetError(std::string* error, std::string_view message) {
-    if (error) error->assign(message);
-}
 
 struct LineFailure {
     std::string what;

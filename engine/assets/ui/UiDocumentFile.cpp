@@ -5,6 +5,7 @@
 #include "engine/assets/text/LineTokens.h"
 #include "engine/core/Logger.h"
 #include "engine/core/NumberText.h"
+#include "engine/platform/ErrorText.h"
 #include "engine/platform/Files.h"
 
 #include <array>
@@ -13,10 +14,6 @@
 
 namespace Brelk::Assets {
 namespace {
-
-void SetError(std::string* error, std::string_view message) {
-    if (error) error->assign(message);
-}
 
 void LogWarning(std::string message) {
     Core::Logger::Get().Log(Core::LogCategory::Assets, Core::LogLevel::Warning, message);

@@ -2,6 +2,7 @@
 
 #include "engine/assets/ByteStream.h"
 #include "engine/core/Logger.h"
+#include "engine/platform/ErrorText.h"
 #include "engine/platform/Files.h"
 
 #include <bit>
@@ -16,10 +17,6 @@ static_assert(std::endian::native == std::endian::little, "vector field values a
 static_assert(sizeof(glm::vec4) == 16);
 
 constexpr std::uint32_t kMagic = 0x31465642;  // "BVF1"
-
-void SetError(std::string* error, std::string_view message) {
-    if (error) error->assign(message);
-}
 
 bool SizeInRange(std::uint32_t size) { return size >= kVectorFieldMinSize && size <= kVectorFieldMaxSize; }
 
