@@ -3,6 +3,8 @@
 #include "engine/assets/cooked/CookedContainer.h"
 #include "engine/assets/cooked/CookedMaterial.h"
 #include "engine/assets/materials/MaterialDefaults.h"
+#include "engine/assets/materials/MaterialFile.h"
+#include "engine/assets/materials/MaterialNodeCatalogue.h"
 #include "engine/assets/tests/AssetTestSupport.h"
 #include "engine/core/TaskSystem.h"
 #include "tests/support/Deadline.h"
@@ -151,6 +153,46 @@ TEST_F(AssetManagerMaterialsTest, AFailingCompilerFailsTheMaterialWithItsOutput)
     ASSERT_FALSE(entry->compiled.diagnostics.empty());
     EXPECT_EQ(entry->compiled.diagnostics.back().message, "something broke\n");
     EXPECT_EQ(ListFiles(Shaders()).size(), 2u);
+}
+
+TEST_F(AssetManagerMaterialsTest, ACompilerErrorOnAGeneratedLineNamesTheNodeThatWroteIt) {
+    // The fragment's first assignment is the first statement of the material's code.
+    // Only shell builtins: the search path holds nothing but the script.
+    InstallCompiler("case \"$src\" in *.frag) n=0; while IFS= read -r line; do n=$((n+1)); "
+                    "case \"$line\" in *' = '*) break;; esac; done < \"$src\"; "
+                    "echo \"$src:$n: error: 'x' : undeclared identifier\" >&2; exit 1;; esac; : > \"$out\"");
+    // A texture sample into the base colour: a statement of its own.
+    MaterialAsset rock;
+    rock.graph = MakeDefaultSurfaceGraph();
+    const auto pin = [](const MaterialGraphNode& node, std::string_view name) {
+        for (const auto* pins : {&node.inputs, &node.outputs}) {
+            for (const MaterialGraphPin& candidate : *pins) {
+                if (candidate.name == name) return candidate.id;
+            }
+        }
+        return std::uint64_t{0};
+    };
+    std::uint64_t baseColor = 0;
+    for (const MaterialGraphNode& node : rock.graph.nodes) {
+        if (node.type == kNodeMaterialOutput) baseColor = pin(node, "Base Color");
+    }
+    const MaterialGraphNode texture = *AddMaterialNode(rock.graph, kNodeTexture2D, 0, 0);
+    const MaterialGraphNode sample = *AddMaterialNode(rock.graph, kNodeTextureSample2D, 0, 0);
+    rock.graph.links.push_back({rock.graph.nextId++, pin(texture, "Texture"), pin(sample, "Texture")});
+    rock.graph.links.push_back({rock.graph.nextId++, pin(sample, "Color"), baseColor});
+    ASSERT_TRUE(WriteMaterialAsset(Content("Rock.bmat"), rock, nullptr));
+    AssetManager manager;
+    Initialize(manager);
+    const MaterialCompiledState& compiled = manager.GetMaterial(Handle(manager, "Rock.bmat"))->compiled;
+    EXPECT_FALSE(compiled.succeeded);
+    // Behind the compile's own warnings: the mapped error, then the compiler's whole output.
+    ASSERT_GE(compiled.diagnostics.size(), 2u);
+    ASSERT_FALSE(compiled.statements.empty());
+    EXPECT_EQ(compiled.diagnostics[compiled.diagnostics.size() - 2],
+              (MaterialDiagnostic{kMaterialError, compiled.statements.front().node,
+                                  "Shader error in node " + std::to_string(compiled.statements.front().node) +
+                                      ": 'x' : undeclared identifier"}));
+    EXPECT_EQ(compiled.diagnostics.back().node, 0u);
 }
 
 TEST_F(AssetManagerMaterialsTest, RequestMaterialCompileBuildsInTheBackgroundUntilUpdateCollectsIt) {
