@@ -6,10 +6,12 @@
 #include "engine/assets/AssetSourceMode.h"
 #include "engine/assets/BuiltinAssets.h"
 #include "engine/assets/loader/AssetLoader.h"
+#include "engine/assets/materials/MaterialLoading.h"
 
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <future>
 #include <map>
 #include <memory>
 #include <span>
@@ -41,7 +43,7 @@ SourceFileStamp ReadSourceFileStamp(const std::filesystem::path& path);
 // table of loaded assets, its loader handler, and its steps of Initialize and Refresh.
 // RegisterLoadHandlers lists the engine's families; the manager's own steps (emptying and
 // pruning the tables, requests, touches, reloads, refresh) run over whatever rows exist.
-class AssetManager {
+class AssetManager : public MaterialGraphResolver {
 public:
     // Upload budget, concurrent loads and sweep interval of the manager's loader.
     static constexpr AssetLoaderConfig kLoaderConfig{33554432, 8, 120};
@@ -49,7 +51,7 @@ public:
     // Builds the loader and registers the families' rows.
     AssetManager();
     // Resets the loader before anything else goes, so that no job outlives the tables.
-    ~AssetManager();
+    ~AssetManager() override;
     AssetManager(const AssetManager&) = delete;
     AssetManager& operator=(const AssetManager&) = delete;
 
@@ -77,7 +79,8 @@ public:
     // true if it ended Ready. False at once for a handle of another type.
     bool EnsureMeshLoaded(AssetHandle handle);
     bool EnsureTextureLoaded(AssetHandle handle);
-    // One loader frame; the number of assets it published.
+    // One loader frame, and the shader builds of RequestMaterialCompile that finished are
+    // stored; the number of assets the loader published.
     std::uint32_t UpdateAsyncLoads();
     // Loads a material, texture or mesh again from its file. False for an unknown handle,
     // another type, or a texture or mesh that is neither loaded nor in the loader.
@@ -107,6 +110,33 @@ public:
                                        std::string_view extension, std::string_view emptyNameFallback = {}) const;
 
     AssetLoader& GetLoader() noexcept { return *loader_; }
+
+    // The loaded material of a handle, with its compile result; null if none is loaded.
+    const MaterialEntry* GetMaterial(AssetHandle handle) const;
+    // The graph compiler's view of the material table.
+    const MaterialAsset* ResolveMaterial(AssetHandle handle) const override;
+    // Compiles a loaded material now, shader files included, unless `force` is off and its
+    // result is current; an instance takes its base's result. The result's `succeeded`;
+    // false for a handle that has no loaded material.
+    bool EnsureMaterialCompiled(AssetHandle handle, bool force = false);
+    // Compiles a loaded material on this thread and builds its shader files in the
+    // background; UpdateAsyncLoads stores the outcome. An instance is resolved at once.
+    // False if the handle has no loaded material or a build of it is still in flight.
+    bool RequestMaterialCompile(AssetHandle handle);
+    bool IsMaterialCompilePending(AssetHandle handle) const { return pendingCompiles_.contains(handle); }
+    // A new material file in `folder` (the content root if empty) named after `name`
+    // ("Material" if nothing of it is left): `.bmatinst` for an instance of `base`, else
+    // `.bmatfunc` for domain 1, `.bmatpp` for domain 2 and `.bmat` for the rest, with the
+    // starting graph of its domain. Registered and loaded, compiled at its first request;
+    // its handle. Throws std::runtime_error "CreateMaterialAsset: <message>" when the file
+    // cannot be written.
+    AssetHandle CreateMaterialAsset(const std::filesystem::path& folder, std::string_view name, std::uint32_t domain,
+                                    bool isInstance, AssetHandle base);
+    // Writes a loaded material back to its file. False with the writer's message, or for a
+    // handle without a loaded material or a file.
+    bool SaveMaterialAsset(AssetHandle handle, std::string* error = nullptr);
+    // The compiled shaders of the cooked packages loaded so far, by file name.
+    const PackagedShaderFiles& PackagedShaders() const noexcept { return packagedShaders_; }
 
     AssetRegistry& GetRegistry() noexcept { return registry_; }
     const AssetRegistry& GetRegistry() const noexcept { return registry_; }
@@ -151,6 +181,12 @@ private:
     bool IsLoaded(AssetHandle handle, AssetType type) const;
     bool Touch(AssetHandle handle, AssetType type);
     bool Ensure(AssetHandle handle, AssetType type);
+    // The material family (AssetManagerMaterials.cpp).
+    AssetFamilyRow MaterialFamilyRow();
+    void LoadMaterialsFromRegistry();
+    bool ReloadMaterial(const AssetRecord& record);
+    void CollectMaterialCompiles();
+    std::filesystem::path MaterialOutputFolder() const;
 
     std::vector<std::uint32_t> toleratedMissingTypes_;
     AssetSourceMode mode_ = AssetSourceMode::Authoring;
@@ -159,9 +195,12 @@ private:
     std::uint64_t contentRevision_ = 0;
     BuiltinAssetHandles builtins_;
 
+    std::map<AssetHandle, std::shared_future<MaterialCompiledState>> pendingCompiles_;
+    PackagedShaderFiles packagedShaders_;
     std::map<AssetHandle, SourceFileStamp> fileStamps_;
     std::function<bool(AssetHandle)> hasUnsavedEdits_;
     std::vector<AssetHandle> changedWhileEdited_;
+    MaterialTable materials_;
     std::unique_ptr<AssetLoader> loader_;
     // In the order of RegisterLoadHandlers: also the order of the families' loads.
     std::vector<AssetFamilyRow> families_;

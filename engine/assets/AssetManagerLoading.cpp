@@ -135,6 +135,7 @@ bool AssetManager::EnsureTextureLoaded(AssetHandle handle) {
 
 std::uint32_t AssetManager::UpdateAsyncLoads() {
     loader_->Update();
+    CollectMaterialCompiles();
     return loader_->Stats().publishedThisFrame;
 }
 

@@ -69,6 +69,7 @@ struct MaterialCompiledState {
     std::filesystem::path shadowFragmentSpirvPath; // alpha-masked surfaces only
     std::string vertexSource;
     std::string fragmentSource;
+    ShaderLineTable fragmentLines; // which node wrote which line, for the compiler's errors
     std::uint32_t templateIndex = 0;
     std::uint32_t variant = 0;
     std::uint64_t templateStamp = 0;

@@ -383,8 +383,10 @@ MaterialCompiledState CompileMaterialGraph(const MaterialGraph& graph, const Mat
 
     state.templateStamp = TemplateStamp();
     state.permutationStamp = PermutationStamp(state.templateStamp, state.templateIndex, state.variant);
-    state.fragmentSource =
-        BuildFragmentSource(state.templateIndex, state.variant, state.helpers, state.statements, tail).text;
+    GeneratedFragmentSource fragment =
+        BuildFragmentSource(state.templateIndex, state.variant, state.helpers, state.statements, tail);
+    state.fragmentSource = std::move(fragment.text);
+    state.fragmentLines = std::move(fragment.lines);
     state.vertexSource = BuildVertexSource(state.templateIndex, state.variant);
 
     std::string head = "brelk_material_shader_c03|";

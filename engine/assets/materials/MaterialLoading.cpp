@@ -1,11 +1,14 @@
 #include "engine/assets/materials/MaterialLoading.h"
 
 #include "engine/assets/AssetRegistry.h"
+#include "engine/assets/cooked/CookedContainer.h"
 #include "engine/assets/cooked/CookedMaterial.h"
 #include "engine/assets/materials/MaterialCompiler.h"
 #include "engine/assets/materials/MaterialFile.h"
 #include "engine/assets/materials/MaterialNodeCatalogue.h"
 #include "engine/core/Logger.h"
+#include "engine/core/TaskSystem.h"
+#include "engine/platform/Files.h"
 
 #include <algorithm>
 #include <charconv>
@@ -28,20 +31,30 @@ bool IsLoadable(const AssetRecord& record) {
 } // namespace
 
 bool LoadMaterialAssetFile(const AssetRecord& record, const AssetRegistry& registry, MaterialAsset& material,
-                           std::string* error, CookedMaterial* cooked) {
+                           std::string* error, std::optional<CookedMaterial>* cooked) {
+    const std::optional<std::vector<std::uint8_t>> bytes = Platform::ReadFileBytes(record.path);
+    if (!bytes) {
+        if (error) *error = "Failed to open material asset file.";
+        return false;
+    }
     MaterialAsset read;
+    CookedMaterial cookedRead;
     try {
-        if (!ReadMaterialAsset(record.path, read, &registry, error, cooked)) return false;
+        if (!ReadMaterialAssetBytes(*bytes, record.path, read, &registry, error, &cookedRead)) return false;
     } catch (const std::exception& failure) {
         if (error) *error = failure.what();
         return false;
     }
     read.handle = record.handle;
     material = std::move(read);
+    if (cooked) {
+        cooked->reset();
+        if (IsCookedFile(*bytes)) *cooked = std::move(cookedRead);
+    }
     return true;
 }
 
-std::uint32_t TakeCookedShaders(const CookedMaterial& cooked, PackagedShaderTable& packagedShaders,
+std::uint32_t TakeCookedShaders(const CookedMaterial& cooked, PackagedShaderFiles& packagedShaders,
                                 std::vector<MaterialDiagnostic>& diagnostics) {
     const std::pair<const char*, const std::vector<std::uint8_t>*> stages[] = {
         {".vert.spv", &cooked.vertexSpirv},
@@ -88,6 +101,17 @@ MaterialCompiledState CompileMaterialForAsset(const AssetRecord& record, const M
     }
 }
 
+bool CompileMaterialEntry(const AssetRecord& record, MaterialEntry& entry, const MaterialGraphResolver* resolver,
+                          const fs::path& outputFolder, const MaterialShaderBuild* build, bool force) {
+    if (!force && !entry.dirty && entry.compiled.valid && entry.compiled.revision == entry.material.graph.revision) {
+        return false;
+    }
+    entry.compiled = CompileMaterialForAsset(record, entry.material, resolver, outputFolder);
+    if (build && HasShaderText(entry.compiled, entry.material.graph.domain)) BuildMaterialShaders(entry.compiled, *build);
+    entry.dirty = false;
+    return true;
+}
+
 void ReportMaterialCompile(std::string_view name, const MaterialCompiledState& state) {
     if (const MaterialDiagnostic* error = state.FirstError()) {
         Log(Core::LogLevel::Error, "Failed to compile material asset '" + std::string(name) + "': " + error->message);
@@ -124,7 +148,8 @@ std::vector<AssetHandle> MaterialTextureDependencies(const MaterialAsset& materi
 }
 
 bool ResolveMaterialInstance(AssetHandle handle, const AssetRegistry& registry, MaterialTable& materials,
-                             const MaterialGraphResolver& resolver, const fs::path& outputFolder) {
+                             const MaterialGraphResolver& resolver, const fs::path& outputFolder,
+                             const MaterialShaderBuild* build) {
     // Instances may stand on instances; a chain that loops back has no base to give.
     std::vector<AssetHandle> chain{handle};
     AssetHandle base = materials.at(handle).material.parentMaterial;
@@ -144,12 +169,10 @@ bool ResolveMaterialInstance(AssetHandle handle, const AssetRegistry& registry, 
         base = found->second.material.parentMaterial;
     }
     MaterialEntry& baseEntry = materials.at(base);
-    if (!baseEntry.compiled.valid || baseEntry.dirty) {
-        const std::optional<AssetRecord> record = registry.Copy(base);
-        AssetRecord named = record ? *record : AssetRecord{};
-        named.handle = base;
-        baseEntry.compiled = CompileMaterialForAsset(named, baseEntry.material, &resolver, outputFolder);
-        baseEntry.dirty = false;
+    const std::optional<AssetRecord> record = registry.Copy(base);
+    AssetRecord named = record ? *record : AssetRecord{};
+    named.handle = base;
+    if (CompileMaterialEntry(named, baseEntry, &resolver, outputFolder, build, false)) {
         ReportMaterialCompile(named.name, baseEntry.compiled);
     }
     MaterialEntry& entry = materials.at(handle);
@@ -161,19 +184,27 @@ bool ResolveMaterialInstance(AssetHandle handle, const AssetRegistry& registry, 
 
 MaterialLoadResult LoadMaterialAssetsFromRegistry(const AssetRegistry& registry, MaterialTable& materials,
                                                   const MaterialGraphResolver& resolver, const fs::path& outputFolder,
-                                                  const ShouldLoadMaterial& shouldLoad) {
+                                                  const MaterialLoadOptions& options) {
     MaterialLoadResult result;
     const std::vector<AssetRecord> records = registry.RecordsOfType(AssetType::Material);
     bool functionChanged = false;
     for (const AssetRecord& record : records) {
         if (!IsLoadable(record)) continue;
         const bool alreadyLoaded = materials.contains(record.handle);
-        if (shouldLoad && !shouldLoad(record, alreadyLoaded)) continue;
+        if (options.shouldLoad && !options.shouldLoad(record, alreadyLoaded)) continue;
         MaterialAsset material;
+        std::optional<CookedMaterial> cooked;
         std::string error;
-        if (!LoadMaterialAssetFile(record, registry, material, &error)) {
+        if (!LoadMaterialAssetFile(record, registry, material, &error, &cooked)) {
             Log(Core::LogLevel::Warning, "Failed to load material asset '" + record.name + "': " + error);
             continue;
+        }
+        if (cooked && options.packagedShaders) {
+            std::vector<MaterialDiagnostic> diagnostics;
+            (void)TakeCookedShaders(*cooked, *options.packagedShaders, diagnostics);
+            for (const MaterialDiagnostic& diagnostic : diagnostics) {
+                Log(Core::LogLevel::Warning, "Material '" + record.name + "': " + diagnostic.message);
+            }
         }
         functionChanged = functionChanged || material.graph.domain == kDomainFunction;
         MaterialEntry& entry = materials[record.handle];
@@ -181,6 +212,7 @@ MaterialLoadResult LoadMaterialAssetsFromRegistry(const AssetRegistry& registry,
         entry.material = std::move(material);
         entry.dirty = true;
         result.loaded.push_back(record.handle);
+        if (options.onLoaded) options.onLoaded(record);
     }
 
     std::vector<AssetHandle> listed = result.loaded;
@@ -195,21 +227,40 @@ MaterialLoadResult LoadMaterialAssetsFromRegistry(const AssetRegistry& registry,
         }
     }
 
+    std::vector<std::pair<AssetHandle, std::string>> reports;
+    std::vector<AssetHandle> jobs;
     for (const AssetHandle handle : listed) {
         MaterialEntry& entry = materials.at(handle);
-        if (entry.isInstance || (!entry.dirty && entry.compiled.valid)) continue;
+        if (entry.isInstance) continue;
         const std::optional<AssetRecord> record = registry.Copy(handle);
         if (!record) continue;
-        entry.compiled = CompileMaterialForAsset(*record, entry.material, &resolver, outputFolder);
-        entry.dirty = false;
-        ReportMaterialCompile(record->name, entry.compiled);
+        if (!CompileMaterialEntry(*record, entry, &resolver, outputFolder, nullptr, false)) continue;
+        if (options.build && HasShaderText(entry.compiled, entry.material.graph.domain) &&
+            ShaderFilesMissing(entry.compiled)) {
+            jobs.push_back(handle);
+        }
+        reports.emplace_back(handle, record->name);
         result.compiled.push_back(handle);
     }
+
+    if (!jobs.empty()) {
+        // The builds work on copies: a task touches no table, and the table may rehash.
+        std::vector<MaterialCompiledState> states;
+        states.reserve(jobs.size());
+        for (const AssetHandle handle : jobs) states.push_back(materials.at(handle).compiled);
+        const MaterialShaderBuild& build = *options.build;
+        Core::Tasks::TaskSystem::Get().ParallelFor(states.size(), 1, Core::Tasks::TaskPriority::Normal,
+                                                   [&](std::size_t index) { BuildMaterialShaders(states[index], build); });
+        for (std::size_t index = 0; index < jobs.size(); ++index) {
+            materials.at(jobs[index]).compiled = std::move(states[index]);
+        }
+    }
+    for (const auto& [handle, name] : reports) ReportMaterialCompile(name, materials.at(handle).compiled);
 
     for (const AssetRecord& record : records) {
         const auto found = materials.find(record.handle);
         if (found == materials.end() || !found->second.isInstance) continue;
-        if (!ResolveMaterialInstance(record.handle, registry, materials, resolver, outputFolder)) {
+        if (!ResolveMaterialInstance(record.handle, registry, materials, resolver, outputFolder, options.build)) {
             ReportMaterialCompile(record.name, found->second.compiled);
         }
     }

@@ -85,8 +85,10 @@ TEST_F(MaterialLoadingTest, LoadsCompilesAndResolvesInstancesLoggingWhatFails) {
     EXPECT_TRUE(materials_.at(registry_.HandleOfPath(Content("Broken.bmat"))).compiled.succeeded);
 
     // Nothing changed on disk and the manager says so: nothing is read or compiled again.
-    const MaterialLoadResult again = LoadMaterialAssetsFromRegistry(
-        registry_, materials_, resolver_, root_ / "Shaders", [](const AssetRecord&, bool loaded) { return !loaded; });
+    MaterialLoadOptions unchanged;
+    unchanged.shouldLoad = [](const AssetRecord&, bool loaded) { return !loaded; };
+    const MaterialLoadResult again =
+        LoadMaterialAssetsFromRegistry(registry_, materials_, resolver_, root_ / "Shaders", unchanged);
     EXPECT_TRUE(again.loaded.empty());
     EXPECT_TRUE(again.compiled.empty());
 }
@@ -113,9 +115,10 @@ TEST_F(MaterialLoadingTest, AChangedFunctionRecompilesTheMaterialsThatMayCallIt)
 
     EXPECT_EQ(LoadMaterialAssetsFromRegistry(registry_, materials_, resolver_, root_ / "Shaders").compiled.size(), 2u);
     EXPECT_TRUE(materials_.at(rock).compiled.succeeded) << materials_.at(rock).compiled.diagnostics.size();
+    MaterialLoadOptions functionOnly;
+    functionOnly.shouldLoad = [&](const AssetRecord& record, bool) { return record.handle == function; };
     const MaterialLoadResult onlyFunction =
-        LoadMaterialAssetsFromRegistry(registry_, materials_, resolver_, root_ / "Shaders",
-                                       [&](const AssetRecord& record, bool) { return record.handle == function; });
+        LoadMaterialAssetsFromRegistry(registry_, materials_, resolver_, root_ / "Shaders", functionOnly);
     EXPECT_EQ(onlyFunction.loaded, std::vector<AssetHandle>{function});
     EXPECT_EQ(onlyFunction.compiled.size(), 2u);
 }
@@ -126,11 +129,11 @@ TEST(MaterialLoadingHelpersTest, TakesTheShadersOfCookedMaterialsAndRefusesAClai
     cooked.flags = 3;
     cooked.fragmentSpirv = {1, 2, 3, 4};
     cooked.shadowFragmentSpirv = {5, 6, 7, 8};
-    PackagedShaderTable shaders;
+    PackagedShaderFiles shaders;
     std::vector<MaterialDiagnostic> diagnostics;
     EXPECT_EQ(TakeCookedShaders(cooked, shaders, diagnostics), 1u);
     EXPECT_EQ(shaders,
-              (PackagedShaderTable{{"Rock_12.frag.spv", {1, 2, 3, 4}}, {"Rock_12.shadow.frag.spv", {5, 6, 7, 8}}}));
+              (PackagedShaderFiles{{"Rock_12.frag.spv", {1, 2, 3, 4}}, {"Rock_12.shadow.frag.spv", {5, 6, 7, 8}}}));
     EXPECT_EQ(diagnostics, (std::vector<MaterialDiagnostic>{{1, 0, "The cooked material carries no shaders."}}));
     cooked.vertexSpirv = {9, 9, 9, 9};
     diagnostics.clear();
