@@ -9,6 +9,9 @@ namespace Brelk::Assets {
 // materials, clips, controllers, UI documents, rig definitions: nothing of that start-up
 // depends on textures or meshes, which load on demand. A type without a row has no loader:
 // a request for it fails with the loader's "No asset loader is registered" message.
-void AssetManager::RegisterLoadHandlers() {}
+void AssetManager::RegisterLoadHandlers() {
+    RegisterAssetFamily(MeshFamilyRow());
+    RegisterAssetFamily(TextureFamilyRow());
+}
 
 } // namespace Brelk::Assets

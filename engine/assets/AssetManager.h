@@ -6,6 +6,8 @@
 #include "engine/assets/AssetSourceMode.h"
 #include "engine/assets/BuiltinAssets.h"
 #include "engine/assets/loader/AssetLoader.h"
+#include "engine/assets/meshes/MeshAsset.h"
+#include "engine/assets/textures/TextureAsset.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -108,6 +110,11 @@ public:
 
     AssetLoader& GetLoader() noexcept { return *loader_; }
 
+    // The loaded mesh or texture of a handle; null while it is not loaded. The pointer holds
+    // until the entry is replaced, unloaded or pruned.
+    const MeshAsset* GetMesh(AssetHandle handle) const;
+    const TextureAsset* GetTexture(AssetHandle handle) const;
+
     AssetRegistry& GetRegistry() noexcept { return registry_; }
     const AssetRegistry& GetRegistry() const noexcept { return registry_; }
 
@@ -151,6 +158,11 @@ private:
     bool IsLoaded(AssetHandle handle, AssetType type) const;
     bool Touch(AssetHandle handle, AssetType type);
     bool Ensure(AssetHandle handle, AssetType type);
+    // The mesh and texture families (AssetManagerMeshes.cpp, AssetManagerTextures.cpp).
+    AssetFamilyRow MeshFamilyRow();
+    AssetFamilyRow TextureFamilyRow();
+    AssetLoadRecipe PrepareMeshLoad(AssetHandle handle);
+    AssetLoadRecipe PrepareTextureLoad(AssetHandle handle);
 
     std::vector<std::uint32_t> toleratedMissingTypes_;
     AssetSourceMode mode_ = AssetSourceMode::Authoring;
@@ -162,6 +174,10 @@ private:
     std::map<AssetHandle, SourceFileStamp> fileStamps_;
     std::function<bool(AssetHandle)> hasUnsavedEdits_;
     std::vector<AssetHandle> changedWhileEdited_;
+    std::map<AssetHandle, MeshAsset> meshes_;
+    std::map<AssetHandle, TextureAsset> textures_;
+    // The file a mesh failed on, as it stood then: the same file fails again without a read.
+    std::map<AssetHandle, SourceFileStamp> failedMeshStamps_;
     std::unique_ptr<AssetLoader> loader_;
     // In the order of RegisterLoadHandlers: also the order of the families' loads.
     std::vector<AssetFamilyRow> families_;
