@@ -113,6 +113,14 @@ public:
     // The loaded mesh or texture of a handle; null while it is not loaded. The pointer holds
     // until the entry is replaced, unloaded or pruned.
     const MeshAsset* GetMesh(AssetHandle handle) const;
+    // Writes `mesh` as a new .bmesh in `folder` (the content root if empty, its base if
+    // relative), named after the cleaned `name` ("Mesh" if nothing is left) and made unique,
+    // registers it and keeps it loaded. The file's trailer names the Guid of the mesh's own
+    // handle, the null Guid for a mesh of no record. Throws std::runtime_error
+    // "CreateMeshAsset is unavailable with read-only asset sources.", "Failed to create
+    // native mesh asset: <path>" when the file appeared meanwhile and "Failed to write native
+    // mesh asset: <path>: <reason>".
+    AssetHandle CreateMeshAsset(const std::filesystem::path& folder, std::string_view name, const MeshAsset& mesh);
     const TextureAsset* GetTexture(AssetHandle handle) const;
 
     AssetRegistry& GetRegistry() noexcept { return registry_; }

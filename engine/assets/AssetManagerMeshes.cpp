@@ -44,6 +44,27 @@ const MeshAsset* AssetManager::GetMesh(AssetHandle handle) const {
     return found == meshes_.end() ? nullptr : &found->second;
 }
 
+AssetHandle AssetManager::CreateMeshAsset(const fs::path& folder, std::string_view name, const MeshAsset& mesh) {
+    RequireWritableSources("CreateMeshAsset");
+    const fs::path path = NewAssetPath(folder, name, ".bmesh", "Mesh");
+    std::error_code ignored;
+    // A new asset never takes over a file, not even one that appeared since the name was chosen.
+    if (fs::exists(path, ignored)) {
+        throw std::runtime_error("Failed to create native mesh asset: " + Platform::PathToUtf8(path));
+    }
+    const AssetRecord* own = registry_.Find(mesh.handle);
+    std::string error;
+    if (!WriteNativeMeshFile(path, mesh, own ? own->guid : Core::Guid{}, &error)) {
+        throw std::runtime_error("Failed to write native mesh asset: " + Platform::PathToUtf8(path) + ": " + error);
+    }
+    const AssetHandle handle = registry_.RegisterFile(AssetType::Mesh, path);
+    MeshAsset loaded = mesh;
+    FinishMesh(loaded, handle);
+    meshes_[handle] = std::move(loaded);
+    RememberSourceStamp(handle, path);
+    return handle;
+}
+
 AssetFamilyRow AssetManager::MeshFamilyRow() {
     AssetFamilyRow row;
     row.type = AssetType::Mesh;

@@ -284,5 +284,27 @@ TEST_F(AssetManagerMeshTextureTest, InitializeAgainPrunesWhatTheNewFolderLacks) 
     EXPECT_NE(manager.GetTexture(manager.GetBuiltinWhite()), nullptr);
 }
 
+TEST_F(AssetManagerMeshTextureTest, CreatedMeshIsWrittenRegisteredAndLoadsBackTheSame) {
+    AssetManager manager;
+    manager.Initialize(Content(), AssetSourceMode::Authoring);
+    const AssetHandle first = manager.CreateMeshAsset("Props", "my rock!", QuadMesh());
+    const AssetHandle second = manager.CreateMeshAsset("Props", "my rock!", QuadMesh());
+    EXPECT_EQ(manager.GetRegistry().Find(first)->name, "my_rock_.bmesh");
+    EXPECT_EQ(manager.GetRegistry().Find(second)->name, "my_rock__1.bmesh");
+    ASSERT_NE(manager.GetMesh(first), nullptr);
+    EXPECT_EQ(manager.GetMesh(first)->lods[0].mesh, first);
+    // A new mesh has no record yet, so its file names no Guid; loading gives the same mesh.
+    const std::optional<std::vector<std::uint8_t>> bytes = Platform::ReadFileBytes(Content("Props/my_rock_.bmesh"));
+    ASSERT_TRUE(bytes);
+    EXPECT_EQ(*bytes, EncodeNativeMesh(QuadMesh(), {}));
+    AssetManager reader;
+    reader.Initialize(Content(), AssetSourceMode::ReadOnly);
+    const AssetHandle again = HandleOf(reader, "Props/my_rock_.bmesh");
+    RunWithDeadline(kDeadline, [&] { EXPECT_TRUE(reader.EnsureMeshLoaded(again)); });
+    EXPECT_EQ(reader.GetMesh(again)->vertices.size(), 4u);
+    EXPECT_EQ(Testing::ThrownMessage([&] { reader.CreateMeshAsset({}, "Rock", QuadMesh()); }),
+              "CreateMeshAsset is unavailable with read-only asset sources.");
+}
+
 } // namespace
 } // namespace Brelk::Assets
