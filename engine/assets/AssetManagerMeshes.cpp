@@ -118,11 +118,16 @@ AssetLoadRecipe AssetManager::PrepareMeshLoad(AssetHandle handle) {
     };
 
     if (record->isBuiltin) {
-        recipe.decode = [this, handle, name = record->name](std::vector<std::uint8_t>) {
-            const auto handleOf = [this](std::string_view builtin) { return registry_.HandleOfBuiltin(builtin); };
-            std::optional<MeshAsset> mesh = MakeBuiltinMesh(name, handle, handleOf);
-            if (!mesh) throw std::runtime_error("Unknown mesh asset " + std::to_string(handle) + ".");
-            return MeshPayload(std::move(*mesh));
+        // Built here, on the owning thread, since its LOD rows look up other built-ins in the
+        // registry, which a worker must not reach while Initialize may replace it.
+        const auto handleOf = [this](std::string_view builtin) { return registry_.HandleOfBuiltin(builtin); };
+        std::optional<MeshAsset> mesh = MakeBuiltinMesh(record->name, handle, handleOf);
+        if (!mesh) {
+            recipe.error = "Unknown mesh asset " + std::to_string(handle) + ".";
+            return recipe;
+        }
+        recipe.decode = [mesh = std::make_shared<MeshAsset>(std::move(*mesh))](std::vector<std::uint8_t>) {
+            return MeshPayload(*mesh);
         };
         return recipe;
     }

@@ -263,12 +263,14 @@ TEST_F(AssetManagerMeshTextureTest, ReloadReplacesLoadedDataFromTheChangedFile) 
     });
     EXPECT_EQ(manager.GetTexture(sky)->pixels, (std::vector<std::uint8_t>{9, 8, 7, 255}));
     EXPECT_EQ(manager.GetMesh(hut)->indices.size(), 24u);
-    // A built-in reloads from its own content.
+    // Built-ins reload from their own content.
     EXPECT_TRUE(manager.ReloadAsset(manager.GetBuiltinBlack()));
+    EXPECT_TRUE(manager.ReloadAsset(manager.GetBuiltinCube()));
     RunWithDeadline(kDeadline, [&] {
-        while (manager.ContentRevision() < revision + 3) manager.UpdateAsyncLoads();
+        while (manager.ContentRevision() < revision + 4) manager.UpdateAsyncLoads();
     });
     EXPECT_EQ(manager.GetTexture(manager.GetBuiltinBlack())->pixels, (std::vector<std::uint8_t>{0, 0, 0, 255}));
+    EXPECT_EQ(manager.GetMesh(manager.GetBuiltinCube())->lods.size(), 3u);
 }
 
 TEST_F(AssetManagerMeshTextureTest, InitializeAgainPrunesWhatTheNewFolderLacks) {
