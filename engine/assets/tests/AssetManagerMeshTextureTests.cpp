@@ -158,6 +158,9 @@ TEST_F(AssetManagerMeshTextureTest, BrokenFilesFailWithTheirMessage) {
     WriteBytes(Content("Strange.exr"), std::vector<std::uint8_t>{1, 2, 3});
     WriteBytes(Content("Short.bmesh"), std::vector<std::uint8_t>{0, 0, 0, 0, 0, 0, 0, 0, 1, 2});
     WriteBytes(Content("Robot.obj"), std::vector<std::uint8_t>{'o'});
+    std::vector<std::uint8_t> contained = WriteCookedContainer(kCookedKindMesh, 1, EncodeNativeMesh(QuadMesh(), {}));
+    contained.back() ^= 0x01;
+    WriteBytes(Content("Damaged.bmesh"), contained);
     AssetManager manager;
     manager.Initialize(Content(), AssetSourceMode::Authoring);
     const std::string content = Platform::PathToUtf8(fs::weakly_canonical(Content())) + "/";
@@ -174,6 +177,9 @@ TEST_F(AssetManagerMeshTextureTest, BrokenFilesFailWithTheirMessage) {
              content + "Strange.exr"},
         {"Short.bmesh", AssetType::Mesh,
          "Failed to load native mesh asset: " + content + "Short.bmesh: Cooked data ends early."},
+        {"Damaged.bmesh", AssetType::Mesh,
+         "Failed to load native mesh asset: " + content + "Damaged.bmesh: Invalid cooked file " + content +
+             "Damaged.bmesh: checksum mismatch (corrupt file)."},
         {"Robot.obj", AssetType::Mesh,
          "No model importer is registered in this program (source importers are authoring-only): " + content +
              "Robot.obj"},
