@@ -4,7 +4,7 @@ BUILD ?= build
 JOBS ?= $(shell nproc)
 PACKAGES := cmake g++ make pkg-config zlib1g-dev libxxhash-dev libglm-dev libgtest-dev libgmock-dev libbenchmark-dev glslc libpng-dev
 
-.PHONY: deps configure build run preview test clean
+.PHONY: deps configure build run preview test bench clean
 
 deps:
 	@missing=""; \
@@ -14,8 +14,10 @@ deps:
 		apt-get update -qq && DEBIAN_FRONTEND=noninteractive apt-get install -y -qq $$missing; \
 	fi
 
+# The benchmarks have a build folder of their own (make bench), so that tests and the tool
+# build without them.
 configure: deps
-	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release -DBRELK_BUILD_BENCH=OFF
 
 build: configure
 	cmake --build $(BUILD) -j $(JOBS)
@@ -33,5 +35,9 @@ preview: configure
 test: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 
+bench: deps
+	cmake -S . -B $(BUILD)-bench -DCMAKE_BUILD_TYPE=Release -DBRELK_BUILD_BENCH=ON -DBRELK_BUILD_TESTS=OFF
+	cmake --build $(BUILD)-bench -j $(JOBS)
+
 clean:
-	rm -rf $(BUILD)
+	rm -rf $(BUILD) $(BUILD)-bench

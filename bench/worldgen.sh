@@ -2,12 +2,15 @@
 # Times the whole brelk-worldgen run, the way a developer meets it, against the cost of merely
 # copying what it wrote: `cp -r` of the cells folder, the world asset and the persistent scene
 # is taken as the floor of writing those bytes, so the ratio tool/floor shows how much the
-# generation itself costs on top of the disk. Then the peak resident memory of three grid sizes,
-# which should stay flat: the generator keeps one cell in memory at a time.
+# generation itself costs on top of the disk. Then the default world's wall time against the
+# number of worker threads (BRELK_WORKER_THREADS 1, 2 and the machine's cores), and the peak
+# resident memory of three grid sizes, which should stay flat: each thread keeps one cell in
+# memory at a time.
 #
 # Usage: bench/worldgen.sh [path/to/brelk-worldgen]
 # Environment: WORLDGEN_BENCH_RUNS (runs of the default world, 5),
 #              WORLDGEN_BENCH_RUNS_96 (runs of --cells 96, 3; 0 skips that case),
+#              WORLDGEN_BENCH_RUNS_WORKERS (runs per worker count, 3; 0 skips the table),
 #              TMPDIR (where the scratch folder goes).
 # Every run writes into a fresh content folder, so that no run finds sidecars or cells of the
 # one before it; the scratch folder is removed on every way out.
@@ -17,9 +20,10 @@ set -euo pipefail
 tool=${1:-build/tools/worldgen/brelk-worldgen}
 runs_default=${WORLDGEN_BENCH_RUNS:-5}
 runs_large=${WORLDGEN_BENCH_RUNS_96:-3}
+runs_workers=${WORLDGEN_BENCH_RUNS_WORKERS:-3}
 rss_cells=(8 32 96)
 
-for count in "$runs_default" "$runs_large"; do
+for count in "$runs_default" "$runs_large" "$runs_workers"; do
     if ! [[ $count =~ ^[0-9]+$ ]]; then
         echo "worldgen.sh: run counts must be whole numbers, got '$count'" >&2
         exit 2
@@ -36,19 +40,7 @@ scratch=$(mktemp -d "${TMPDIR:-/tmp}/worldgen-bench.XXXXXX")
 trap 'rm -rf "$scratch"' EXIT
 trap 'exit 130' INT TERM
 
-now_ns() { date +%s%N; }
-
-# Milliseconds with three decimals from two nanosecond stamps.
-elapsed_ms() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.3f", (b - a) / 1e6 }'; }
-
-min_of() { printf '%s\n' "$@" | sort -g | head -n 1; }
-
-median_of() {
-    printf '%s\n' "$@" | sort -g | awk '{ v[NR] = $1 }
-        END { if (NR % 2) printf "%.3f", v[(NR + 1) / 2]; else printf "%.3f", (v[NR / 2] + v[NR / 2 + 1]) / 2 }'
-}
-
-ratio_of() { awk -v a="$1" -v b="$2" 'BEGIN { if (b > 0) printf "%.2f", a / b; else print "-" }'; }
+source "$(dirname "${BASH_SOURCE[0]}")/timing.sh"
 
 # Runs the tool into a new content folder under the scratch folder; its output goes to a log
 # that is shown only when the tool fails.
@@ -145,6 +137,24 @@ if ((${#missing[@]} > 0)); then
     echo "note: the tool wrote no ${missing[*]}; the floor covers only what it wrote"
 fi
 echo
+
+if ((runs_workers > 0)); then
+    echo "default world against worker threads (median of $runs_workers runs, ms)"
+    printf '%-8s %11s\n' workers "tool median"
+    for workers in $(printf '%s\n' 1 2 "$(nproc)" | sort -nu); do
+        times=()
+        for ((i = 1; i <= runs_workers; i++)); do
+            content=$scratch/content-workers-$workers-$i
+            start=$(now_ns)
+            BRELK_WORKER_THREADS=$workers run_tool "$content"
+            end=$(now_ns)
+            times+=("$(elapsed_ms "$start" "$end")")
+        done
+        printf '%-8s %11s\n' "$workers" "$(median_of "${times[@]}")"
+        rm -rf "$scratch"/content-workers-"$workers"-*
+    done
+    echo
+fi
 
 if [[ ! -x /usr/bin/time ]]; then
     echo "peak resident memory skipped: /usr/bin/time is missing (install the package 'time', e.g. apt-get install time)"

@@ -152,4 +152,20 @@ private:
     std::mutex shutdownMutex_;
 };
 
+// A task system of its own, current while it lives; the one before is put back first, then
+// the system drains and stops.
+class ScopedTaskSystem {
+public:
+    explicit ScopedTaskSystem(TaskSystemConfig config = {}) : system_(config), previous_(TaskSystem::Install(&system_)) {}
+    ~ScopedTaskSystem() { TaskSystem::Install(previous_); }
+    ScopedTaskSystem(const ScopedTaskSystem&) = delete;
+    ScopedTaskSystem& operator=(const ScopedTaskSystem&) = delete;
+
+    TaskSystem& Get() noexcept { return system_; }
+
+private:
+    TaskSystem system_;
+    TaskSystem* previous_;
+};
+
 } // namespace Brelk::Core::Tasks

@@ -10,4 +10,7 @@ namespace Brelk::Platform {
 // empty value.
 std::optional<std::string> GetEnvironmentValue(std::string_view name);
 
+// Standard error is a terminal that a person reads (not a file, pipe or nothing).
+bool StandardErrorIsTerminal() noexcept;
+
 } // namespace Brelk::Platform

@@ -1,7 +1,8 @@
 #include "engine/platform/Files.h"
 
-#include "engine/core/Guid.h"
+#include "engine/platform/ErrorText.h"
 #include "engine/platform/Paths.h"
+#include "engine/platform/SecureRandom.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -12,10 +13,6 @@
 namespace Brelk::Platform {
 
 namespace {
-
-void SetError(std::string* error, std::string message) {
-    if (error != nullptr) *error = std::move(message);
-}
 
 // Writes everything or reports false; a short write on a full disk is a failure, not a retry loop.
 bool WriteAll(int fd, const std::uint8_t* data, std::size_t size) {
@@ -80,7 +77,7 @@ bool WriteFileAtomic(const std::filesystem::path& path, std::span<const std::uin
     }
 
     std::filesystem::path temporary = path;
-    temporary += ".cook-" + Core::Guid::New().ToString() + ".tmp";
+    temporary += ".cook-" + RandomGuidText() + ".tmp";
 
     FileDescriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
     if (file.Get() < 0) {

@@ -1,6 +1,6 @@
 #include "engine/platform/Paths.h"
 
-#include "engine/core/Guid.h"
+#include "engine/platform/SecureRandom.h"
 #include "engine/platform/Files.h"
 
 #include <cerrno>
@@ -55,7 +55,7 @@ int MoveAcrossFileSystems(const fs::path& source, const fs::path& destination, b
         return EXDEV;
     }
     fs::path temporary = destination;
-    temporary += ".cook-" + Core::Guid::New().ToString() + ".tmp";
+    temporary += ".cook-" + RandomGuidText() + ".tmp";
     const int out = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, info.st_mode & 07777);
     if (out < 0) {
         const int code = errno;

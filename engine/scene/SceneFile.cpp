@@ -5,6 +5,7 @@
 #include "engine/assets/AssetRegistry.h"
 #include "engine/assets/cooked/CookedContainer.h"
 #include "engine/assets/cooked/CookedManifest.h"
+#include "engine/platform/ErrorText.h"
 #include "engine/platform/Files.h"
 #include "engine/platform/Paths.h"
 #include "engine/reflection/ReflectionRegistry.h"
@@ -100,11 +101,6 @@ bool StartsWithCookedMagic(const std::filesystem::path& path, bool& opened) {
     std::uint8_t magic[4] = {};
     file.read(reinterpret_cast<char*>(magic), sizeof magic);
     return file.gcount() == sizeof magic && Assets::IsCookedFile(magic);
-}
-
-
-void SetError(std::string* error, std::string message) {
-    if (error) *error = std::move(message);
 }
 
 bool RequiresCookedScenesAt(const Assets::AssetRegistry& registry) {

@@ -3,7 +3,7 @@
 // Helpers shared by the test suites of every engine folder: scratch folders on disk, whole
 // files as text, and the message of an expected exception.
 
-#include "engine/core/Guid.h"
+#include "engine/platform/SecureRandom.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -20,7 +20,7 @@ namespace Brelk::Testing {
 // path is canonical, as the engine's path identity makes every path it keeps.
 class ScratchFolder {
 public:
-    ScratchFolder() : path_(std::filesystem::temp_directory_path() / ("brelk-test-" + Core::Guid::New().ToString())) {
+    ScratchFolder() : path_(std::filesystem::temp_directory_path() / ("brelk-test-" + Platform::RandomGuidText())) {
         std::filesystem::create_directories(path_);
         path_ = std::filesystem::canonical(path_);
     }

@@ -3,11 +3,14 @@
 #include "engine/assets/AssetManager.h"
 #include "engine/core/NumberText.h"
 #include "engine/core/TaskSystem.h"
+#include "engine/platform/Environment.h"
 #include "engine/platform/Files.h"
 #include "engine/scene/InstallComponents.h"
 #include "tools/worldgen/PersistentScene.h"
+#include "tools/worldgen/ProgressLine.h"
 #include "tools/worldgen/WorldGenerator.h"
 
+#include <charconv>
 #include <exception>
 #include <ostream>
 
@@ -25,20 +28,9 @@ void WriteErrorLine(std::ostream& err, std::string_view message) {
     err << line << std::flush;
 }
 
-// Makes a task system current for its lifetime and puts the previous one back after.
-class TaskSystemInstallation {
-public:
-    explicit TaskSystemInstallation(Core::Tasks::TaskSystem& system)
-        : previous_(Core::Tasks::TaskSystem::Install(&system)) {}
-    ~TaskSystemInstallation() { Core::Tasks::TaskSystem::Install(previous_); }
-    TaskSystemInstallation(const TaskSystemInstallation&) = delete;
-    TaskSystemInstallation& operator=(const TaskSystemInstallation&) = delete;
+constexpr std::uint32_t kMaxWorkerThreads = 256;
 
-private:
-    Core::Tasks::TaskSystem* previous_;
-};
-
-int RunSteps(std::span<const std::string> args, std::ostream& out, std::ostream& err) {
+int RunSteps(std::span<const std::string> args, std::ostream& out, std::ostream& err, bool showProgress) {
     WorldGenOptions options;
     if (ParseCommandLine(args, options) == CommandLineParse::Usage) {
         err << kUsageText << std::flush;
@@ -51,15 +43,28 @@ int RunSteps(std::span<const std::string> args, std::ostream& out, std::ostream&
     // itself stops. Error lines of a false result are written before that shutdown.
     Core::Tasks::TaskSystemConfig config;
     config.ioThreadCount = 1;
-    Core::Tasks::TaskSystem tasks(config);
-    const TaskSystemInstallation installation(tasks);
+    config.workerCount = WorkerThreadsFromEnvironment();
+    const Core::Tasks::ScopedTaskSystem tasks(config);
     Scene::InstallComponents();
     Assets::AssetManager assetManager;
     assetManager.Initialize(options.contentPath, Assets::AssetSourceMode::Authoring);
 
     WorldGenerationResult result;
     std::string error;
-    if (!GenerateProceduralWorld(assetManager, options.worldPath, options.settings, &result, &error)) {
+    bool generated = false;
+    {
+        ProgressLine progress(err);
+        GenerationProgressFn report;
+        if (showProgress) report = [&progress](const GenerationProgress& now) { progress.Update(now); };
+        try {
+            generated = GenerateProceduralWorld(assetManager, options.worldPath, options.settings, &result, &error, report);
+        } catch (...) {
+            progress.Erase();
+            throw;
+        }
+        progress.Erase();
+    }
+    if (!generated) {
         WriteErrorLine(err, error);
         return kExitError;
     }
@@ -94,9 +99,19 @@ std::string FormatSummaryLine(const std::filesystem::path& worldPath, const Worl
     return line;
 }
 
-int RunWorldGenTool(std::span<const std::string> args, std::ostream& out, std::ostream& err) {
+std::optional<std::uint32_t> WorkerThreadsFromEnvironment() {
+    const std::optional<std::string> text = Platform::GetEnvironmentValue("BRELK_WORKER_THREADS");
+    if (!text) return std::nullopt;
+    std::uint32_t value = 0;
+    const char* end = text->data() + text->size();
+    const auto [stop, code] = std::from_chars(text->data(), end, value);
+    if (code != std::errc{} || stop != end || value > kMaxWorkerThreads) return std::nullopt;
+    return value;
+}
+
+int RunWorldGenTool(std::span<const std::string> args, std::ostream& out, std::ostream& err, bool showProgress) {
     try {
-        return RunSteps(args, out, err);
+        return RunSteps(args, out, err, showProgress);
     } catch (const std::exception& exception) {
         WriteErrorLine(err, exception.what());
         return kExitError;

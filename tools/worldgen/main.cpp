@@ -1,3 +1,4 @@
+#include "engine/platform/Environment.h"
 #include "tools/worldgen/Tool.h"
 
 #include <iostream>
@@ -6,5 +7,5 @@
 
 int main(int argc, char** argv) {
     const std::vector<std::string> args(argv + (argc > 0 ? 1 : 0), argv + argc);
-    return Brelk::WorldGen::RunWorldGenTool(args, std::cout, std::cerr);
+    return Brelk::WorldGen::RunWorldGenTool(args, std::cout, std::cerr, Brelk::Platform::StandardErrorIsTerminal());
 }

@@ -28,18 +28,6 @@ void WriteErrorLine(std::ostream& err, std::string_view message) {
     err << line;
 }
 
-class TaskSystemInstallation {
-public:
-    explicit TaskSystemInstallation(Core::Tasks::TaskSystem& system)
-        : previous_(Core::Tasks::TaskSystem::Install(&system)) {}
-    ~TaskSystemInstallation() { Core::Tasks::TaskSystem::Install(previous_); }
-    TaskSystemInstallation(const TaskSystemInstallation&) = delete;
-    TaskSystemInstallation& operator=(const TaskSystemInstallation&) = delete;
-
-private:
-    Core::Tasks::TaskSystem* previous_;
-};
-
 // Draws every cell that parsed and marks the others; a cell whose components do not load is
 // marked too, and its failure becomes the cell's problem.
 CellVisitor DrawInto(WorldCanvas& canvas, const Scene::ComponentLoadTable& table) {
@@ -85,8 +73,7 @@ int RunSteps(std::span<const std::string> args, std::ostream& out, std::ostream&
 
     Core::Tasks::TaskSystemConfig config;
     config.ioThreadCount = 1;
-    Core::Tasks::TaskSystem tasks(config);
-    const TaskSystemInstallation installation(tasks);
+    const Core::Tasks::ScopedTaskSystem tasks(config);
     Scene::InstallComponents();
 
     std::string error;

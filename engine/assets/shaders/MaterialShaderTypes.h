@@ -11,6 +11,8 @@ struct MaterialStatement {
     std::string type;
     std::string name;
     std::string value;
+
+    bool operator==(const MaterialStatement&) const = default;
 };
 
 // A finding about a material, optionally tied to the node an editor can show.
@@ -18,6 +20,8 @@ struct MaterialDiagnostic {
     std::uint8_t severity = 0; // 0 warning, 1 error
     std::uint64_t node = 0;
     std::string message;
+
+    bool operator==(const MaterialDiagnostic&) const = default;
 };
 
 inline constexpr std::uint8_t kMaterialWarning = 0;

@@ -56,7 +56,7 @@ const MaterialTemplate& FindMaterialTemplate(std::uint32_t id) {
 
 std::uint32_t NormalizeVariant(std::uint32_t templateId, std::uint32_t variant) {
     std::uint32_t allowed = FindMaterialTemplate(templateId).options;
-    if (templateId != kPostProcessTemplate) allowed |= kSkinningVariantBit;
+    if (templateId != kTemplatePostProcess) allowed |= kVariantSkinning;
     return variant & allowed;
 }
 

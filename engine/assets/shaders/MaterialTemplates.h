@@ -26,9 +26,20 @@ struct MaterialTemplateOption {
     std::string_view description;
 };
 
-inline constexpr std::uint32_t kPostProcessTemplate = 4;
+enum MaterialTemplateId : std::uint32_t {
+    kTemplateSurface = 0,
+    kTemplateDecal = 1,
+    kTemplateParticle = 2,
+    kTemplateUnlit = 3,
+    kTemplatePostProcess = 4,
+};
+
+// Option bits of a variant, as the option table lists them.
+inline constexpr std::uint32_t kVariantAlphaTest = 1;
+inline constexpr std::uint32_t kVariantObjectRows = 2;
+inline constexpr std::uint32_t kVariantDecal = 4;
 // Skinning is chosen in the vertex stage, so no fragment macro stands for it.
-inline constexpr std::uint32_t kSkinningVariantBit = 32;
+inline constexpr std::uint32_t kVariantSkinning = 32;
 
 // The five rows, by id.
 std::span<const MaterialTemplate> MaterialTemplates();

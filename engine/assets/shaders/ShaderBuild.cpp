@@ -2,6 +2,7 @@
 
 #include "engine/assets/shaders/ShaderErrors.h"
 #include "engine/core/Profiler.h"
+#include "engine/platform/ErrorText.h"
 #include "engine/platform/Files.h"
 #include "engine/platform/Folders.h"
 #include "engine/platform/Paths.h"
@@ -50,10 +51,6 @@ fs::path Absolute(const fs::path& path) {
     std::error_code ignored;
     fs::path absolute = fs::absolute(path, ignored);
     return absolute.empty() ? path : absolute;
-}
-
-void SetError(std::string* error, std::string message) {
-    if (error != nullptr) *error = std::move(message);
 }
 
 void AddDiagnostic(std::vector<MaterialDiagnostic>& diagnostics, std::uint8_t severity, std::string message) {

@@ -52,8 +52,8 @@ std::uint64_t ShaderLineTable::NodeAt(std::uint32_t line) const {
 std::string BuildVertexSource(std::uint32_t templateId, std::uint32_t variant) {
     const MaterialTemplate& row = FindMaterialTemplate(templateId);
     std::string text(kHeader);
-    if (templateId != kPostProcessTemplate) {
-        const bool skinned = (NormalizeVariant(templateId, variant) & kSkinningVariantBit) != 0;
+    if (templateId != kTemplatePostProcess) {
+        const bool skinned = (NormalizeVariant(templateId, variant) & kVariantSkinning) != 0;
         text += skinned ? "#define BRELK_SKINNING 1\n" : "#define BRELK_SKINNING 0\n";
     }
     text += "#include " + Quoted(row.vertexInclude) + "\n";

@@ -1,4 +1,5 @@
 #include "engine/platform/Paths.h"
+#include "engine/platform/SecureRandom.h"
 
 #include "tests/support/TestSupport.h"
 
@@ -75,7 +76,7 @@ TEST(ReplaceFile, MovesAcrossFileSystems) {
     if (::stat(folder.Path().c_str(), &here) != 0 || ::stat(sharedMemory.c_str(), &there) != 0 ||
         here.st_dev == there.st_dev)
         GTEST_SKIP() << "no second file system to move across";
-    const fs::path source = sharedMemory / ("brelk-platform-" + Core::Guid::New().ToString());
+    const fs::path source = sharedMemory / ("brelk-platform-" + RandomGuidText());
     WriteText(source, "crossed");
     WriteText(folder / "destination", "old");
     const PlatformResult result = ReplaceFile(source, folder / "destination", true);

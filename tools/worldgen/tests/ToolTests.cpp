@@ -21,11 +21,11 @@ struct ToolRun {
     std::string err;
 };
 
-ToolRun RunTool(std::vector<std::string> args) {
+ToolRun RunTool(std::vector<std::string> args, bool showProgress = false) {
     std::ostringstream out;
     std::ostringstream err;
     ToolRun run;
-    run.status = RunWorldGenTool(args, out, err);
+    run.status = RunWorldGenTool(args, out, err, showProgress);
     run.out = out.str();
     run.err = err.str();
     return run;
@@ -123,6 +123,19 @@ TEST(RunWorldGenTool, PrintsTheSummaryOfASmallWorld) {
                   " 1 0\n");
     EXPECT_TRUE(fs::is_regular_file(folder / "Content/Scenes/Main.bscene"));
     EXPECT_TRUE(fs::is_regular_file(folder / "Content/Worlds/Procedural.bworld.bmeta"));
+}
+
+TEST(RunWorldGenTool, OnATerminalErasesItsProgressLineBeforeTheSummary) {
+    ScratchFolder folder;
+    const std::vector<std::string> args{"--content", (folder / "Content").string(), "--cells", "1x", "--props", "3"};
+    const ToolRun plain = RunTool(args);
+    const ToolRun shown = RunTool(args, true);
+    ASSERT_EQ(shown.status, 0) << shown.err;
+    EXPECT_EQ(shown.out, plain.out);
+    EXPECT_EQ(shown.err.rfind("\rCells 1/1, ", 0), 0u) << shown.err;
+    const std::size_t erased = shown.err.find('\r', 1);
+    ASSERT_NE(erased, std::string::npos);
+    EXPECT_EQ(shown.err.substr(erased), "\r" + std::string(erased - 1, ' ') + "\r");
 }
 
 TEST(RunWorldGenTool, WritesAnAbsoluteWorldPathOutsideTheContentFolder) {

@@ -5,7 +5,6 @@
 #include "engine/scene/components/CoreComponents.h"
 #include "engine/scene/components/PhysicsComponents.h"
 #include "engine/scene/components/RenderComponents.h"
-#include "engine/scene/components/TerrainComponent.h"
 #include "tools/worldgen/Sampling.h"
 #include "tools/worldgen/WorldAsset.h"
 #include "tools/worldgen/tests/WorldFixture.h"
@@ -34,12 +33,6 @@ protected:
         std::string error;
         EXPECT_TRUE(Scene::LoadScene(CellFilePath(WorldPath(), coord), scene, assets, &error)) << error;
         return scene;
-    }
-
-    std::vector<std::string> CellTexts(const WorldAsset& world) {
-        std::vector<std::string> texts;
-        for (const WorldCellEntry& cell : world.cells) texts.push_back(ReadText(CellFilePath(WorldPath(), cell.coord)));
-        return texts;
     }
 };
 
@@ -119,34 +112,6 @@ TEST_F(GenerateProceduralWorldTest, CellsWithoutTerrainStartTheirGuidsAtTheFirst
     }
 }
 
-TEST_F(GenerateProceduralWorldTest, ATerrainOfTwoSamplesHoldsTheFourCorners) {
-    const ProceduralWorldSettings settings = Grid(1, 0, 2);
-    const WorldAsset world = GenerateAndRead(settings);
-    ASSERT_EQ(world.cells.size(), 1u);
-    EXPECT_EQ(world.cells[0].entityCount, 1u);
-    const Scene::Scene scene = LoadCell({0, 0});
-    const Scene::Entity terrain = scene.FindEntityByGuid(MakeProceduralGuid(1, 0, 0, 0));
-    ASSERT_NE(terrain, Scene::kNullEntity);
-    EXPECT_EQ(scene.GetName(terrain), "Terrain 0,0");
-    const auto& component = scene.Get<Scene::TerrainComponent>(terrain);
-    ASSERT_EQ(component.heights.size(), 4u);
-    EXPECT_EQ(component.heights[0], SampleHeight(0.0f, 0.0f, settings) / 8.0f);
-    EXPECT_EQ(component.heights[1], SampleHeight(64.0f, 0.0f, settings) / 8.0f);
-    EXPECT_EQ(component.heights[2], SampleHeight(0.0f, 64.0f, settings) / 8.0f);
-    EXPECT_EQ(component.heights[3], SampleHeight(64.0f, 64.0f, settings) / 8.0f);
-    EXPECT_EQ(component.layerWeights, std::vector<float>(4, 1.0f));
-    EXPECT_EQ(scene.Get<Scene::TransformComponent>(terrain).transform.position, glm::vec3(32.0f, 0.0f, 32.0f));
-}
-
-TEST_F(GenerateProceduralWorldTest, NeighbouringTerrainTilesShareTheirEdge) {
-    (void)GenerateAndRead(Grid(2, 0, 5));
-    const Scene::Scene left = LoadCell({-1, 0});
-    const Scene::Scene right = LoadCell({0, 0});
-    const auto& a = left.Get<Scene::TerrainComponent>(left.FindEntityByGuid(MakeProceduralGuid(1, -1, 0, 0)));
-    const auto& b = right.Get<Scene::TerrainComponent>(right.FindEntityByGuid(MakeProceduralGuid(1, 0, 0, 0)));
-    for (std::size_t row = 0; row < 5; ++row) EXPECT_EQ(a.heights[row * 5 + 4], b.heights[row * 5]);
-}
-
 TEST_F(GenerateProceduralWorldTest, PropsFollowTheCellStream) {
     const ProceduralWorldSettings settings = Grid(24, 1, 0);
     (void)GenerateAndRead(settings);
@@ -180,28 +145,6 @@ TEST_F(GenerateProceduralWorldTest, CellsWithoutEntitiesHoldTheVersionAndEnviron
     EXPECT_EQ(text.rfind("scene_version 6\ncomponent_schema \"EnvironmentSettings\" 1 7\n", 0), 0u);
     EXPECT_EQ(text.find("entity "), std::string::npos);
     EXPECT_TRUE(LoadCell({0, 0}).Entities().empty());
-}
-
-TEST_F(GenerateProceduralWorldTest, EveryCellLoadsBackWithItsEntities) {
-    const WorldAsset world = GenerateAndRead(Grid(3, 4, 9));
-    for (const WorldCellEntry& cell : world.cells) {
-        const Scene::Scene scene = LoadCell(cell.coord);
-        EXPECT_EQ(scene.Entities().size(), 5u);
-        for (std::uint32_t index = 0; index < 5; ++index) {
-            EXPECT_NE(scene.FindEntityByGuid(MakeProceduralGuid(1, cell.coord.x, cell.coord.z, index)), Scene::kNullEntity);
-        }
-    }
-}
-
-TEST_F(GenerateProceduralWorldTest, TwoRunsGiveTheSameBytes) {
-    const WorldAsset first = GenerateAndRead(Grid(2, 3, 5));
-    const std::string firstWorld = ReadText(WorldPath());
-    const std::vector<std::string> firstCells = CellTexts(first);
-    WriteText(CellsFolder(WorldPath()) / "cell_99_99.bcell", "stale");
-    const WorldAsset second = GenerateAndRead(Grid(2, 3, 5));
-    EXPECT_EQ(ReadText(WorldPath()), firstWorld);
-    EXPECT_EQ(CellTexts(second), firstCells);
-    EXPECT_FALSE(fs::exists(CellsFolder(WorldPath()) / "cell_99_99.bcell"));
 }
 
 TEST_F(GenerateProceduralWorldTest, MorePropsKeepTheFirstProps) {

@@ -22,11 +22,7 @@ TEST(AssetLoaderStress, RandomScriptsKeepTheInvariantsWithJobsOnWorkerThreads) {
             QuietAssets() { logger.SetThreshold(Core::LogCategory::Assets, Core::LogLevel::Fatal); }
             ~QuietAssets() { logger.SetThreshold(Core::LogCategory::Assets, threshold); }
         } quiet;
-        Core::Tasks::TaskSystem tasks(Core::Tasks::TaskSystemConfig{2, 1, std::nullopt});
-        struct Installed {
-            Core::Tasks::TaskSystem* previous;
-            ~Installed() { Core::Tasks::TaskSystem::Install(previous); }
-        } installed{Core::Tasks::TaskSystem::Install(&tasks)};
+        const Core::Tasks::ScopedTaskSystem tasks(Core::Tasks::TaskSystemConfig{2, 1, std::nullopt});
         std::mt19937 random(20261124);
         for (int script = 0; script < 200; ++script) {
             std::vector<std::uint8_t> bytes(600);

@@ -231,9 +231,9 @@ TEST(GeneratedShaders, EveryTemplateAndOptionBitCompilesWithTheRealCompiler) {
     Testing::ScratchFolder folder;
     std::vector<std::uint32_t> variants = {0, 63};
     for (const MaterialTemplateOption& option : MaterialTemplateOptions()) variants.push_back(option.bit);
-    variants.push_back(kSkinningVariantBit);
+    variants.push_back(kVariantSkinning);
     for (const MaterialTemplate& row : MaterialTemplates()) {
-        const bool post = row.id == kPostProcessTemplate;
+        const bool post = row.id == kTemplatePostProcess;
         for (const std::uint32_t variant : post ? std::vector<std::uint32_t>{0} : variants) {
             const GeneratedFragmentSource fragment =
                 post ? BuildFragmentSource(row.id, variant, {}, kPostProcessStatements,

@@ -1,0 +1,381 @@
+#include "engine/assets/materials/MaterialFile.h"
+
+#include "engine/assets/AssetReference.h"
+#include "engine/assets/AssetRegistry.h"
+#include "engine/assets/cooked/CookedContainer.h"
+#include "engine/assets/cooked/CookedMaterial.h"
+#include "engine/assets/materials/MaterialDefaults.h"
+#include "engine/assets/materials/MaterialText.h"
+#include "engine/assets/tests/AssetTestSupport.h"
+#include "engine/core/Hash.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace Brelk::Assets {
+namespace {
+
+namespace fs = std::filesystem;
+using Testing::LogCapture;
+using Testing::ReadText;
+using Testing::WriteText;
+
+TEST(FormatMaterialFloatTest, WritesSixDigitsWhenTheyHoldTheFloatElseTheShortestExactText) {
+    const struct {
+        float value;
+        const char* text;
+    } table[] = {
+        {0.5f, "0.5"},
+        {0.9f, "0.9"},
+        {1.0f / 3.0f, "0.33333334"},
+        {16777216.0f, "16777216"},
+        {1e8f, "1e+08"},
+        {123456.789f, "123456.79"},
+        {-0.0f, "-0"},
+        {std::numeric_limits<float>::infinity(), "inf"},
+        {-std::numeric_limits<float>::quiet_NaN(), "-nan"},
+    };
+    for (const auto& row : table) EXPECT_EQ(FormatMaterialFloat(row.value), row.text) << row.text;
+    EXPECT_EQ(FormatMaterialVector({0.65f, 1.0f, 0.0f, 1e-7f}), "0.65,1,0,1e-07");
+}
+
+TEST(ParseMaterialVectorTest, ReadsFourNumbersOrGivesTheFallbackWhole) {
+    const std::array<float, 4> fallback{9.0f, 9.0f, 9.0f, 9.0f};
+    EXPECT_EQ(ParseMaterialVector("1,0.5,-2,3e1", fallback), (std::array<float, 4>{1.0f, 0.5f, -2.0f, 30.0f}));
+    EXPECT_EQ(ParseMaterialVector("1;2;3;4", fallback), (std::array<float, 4>{1.0f, 2.0f, 3.0f, 4.0f}));
+    for (const char* text : {"", "1,2,3", "1,2,3,", "1,2,x,4", "nan,1,1,1", "1,inf,1,1", "1e39,1,1,1"})
+        EXPECT_EQ(ParseMaterialVector(text, fallback), fallback) << text;
+}
+
+constexpr const char* kFreshSurfaceText = R"(version 1
+kind Surface
+opaque 1
+alpha_masked 0
+double_sided 0
+shading_model Lit
+blend_mode 0
+cull_mode Back
+depth_mode TestAndWrite
+is_instance 0
+parent_material 0
+base_color 1,1,1,1
+emissive 0,0,0,1
+metallic 0
+roughness 0.9
+ao_strength 1
+normal_scale 1
+height_scale 0
+uv_scale 1,1
+alpha_cutoff 0.5
+albedo_texture 0
+normal_texture 0
+metallic_texture 0
+roughness_texture 0
+ao_texture 0
+emissive_texture 0
+height_texture 0
+graph_next_id 18
+node 1 ParameterColor -340 -50 "Base Color"
+pin 1 2 Output Color 0 0 "Value"
+prop 1 "default" "1,1,1,1"
+prop 1 "name" "BaseColor"
+node 3 ParameterFloat -340 80 "Roughness"
+pin 3 4 Output Float 0 0 "Value"
+prop 3 "default" "0.65,0.65,0.65,0.65"
+prop 3 "name" "Roughness"
+node 5 ParameterFloat -340 180 "Metallic"
+pin 5 6 Output Float 0 0 "Value"
+prop 5 "default" "0,0,0,0"
+prop 5 "name" "Metallic"
+node 7 MaterialOutput 70 20 "Material Output"
+pin 7 8 Input Color 1 0 "Base Color"
+pin 7 9 Input Vec3 1 0 "Normal"
+pin 7 10 Input Float 1 0 "Roughness"
+pin 7 11 Input Float 1 0 "Metallic"
+pin 7 12 Input Vec3 1 0 "Emissive"
+pin 7 13 Input Float 1 0 "Ambient Occlusion"
+pin 7 14 Input Float 1 0 "Opacity"
+link 15 2 8
+link 16 4 10
+link 17 6 11
+)";
+
+class MaterialFileTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        WriteText(root_ / "Content/Textures/Rock.png", "png");
+        WriteText(root_ / "Content/Materials/Base.bmat", "");
+        registry_.SetContentRoot(root_ / "Content", AssetSourceMode::Authoring);
+        rock_ = registry_.HandleOfPath(root_ / "Content/Textures/Rock.png");
+        base_ = registry_.HandleOfPath(root_ / "Content/Materials/Base.bmat");
+    }
+
+    MaterialAsset ReadBack(std::string_view text, const AssetRegistry* registry) {
+        WriteText(root_ / "In.bmat", text);
+        MaterialAsset material;
+        std::string error;
+        EXPECT_TRUE(ReadMaterialAsset(root_ / "In.bmat", material, registry, &error)) << error;
+        return material;
+    }
+
+    Testing::ScratchFolder root_;
+    AssetRegistry registry_;
+    AssetHandle rock_ = 0;
+    AssetHandle base_ = 0;
+};
+
+TEST_F(MaterialFileTest, AnEmptyFileGivesTheStartingGraphWhoseTextIsPinned) {
+    MaterialAsset material = ReadBack("", nullptr);
+    EXPECT_TRUE(material.graph.dirty);
+    EXPECT_EQ(material.graph.revision, 1u);
+    ASSERT_TRUE(WriteMaterialAsset(root_ / "Out/Fresh.bmat", material, nullptr));
+    EXPECT_EQ(ReadText(root_ / "Out/Fresh.bmat"), kFreshSurfaceText);
+}
+
+TEST_F(MaterialFileTest, StartingGraphsOfFunctionsAndPostProcesses) {
+    MaterialAsset function;
+    function.graph = MakeDefaultFunctionGraph();
+    const std::string functionText = SerializeMaterialAsset(function, nullptr);
+    EXPECT_NE(functionText.find("kind Function\n"), std::string::npos);
+    EXPECT_NE(functionText.find("graph_next_id 6\n"
+                                "node 1 FunctionInput -240 20 \"Input\"\n"
+                                "pin 1 2 Output Float 0 0 \"Value\"\n"
+                                "prop 1 \"name\" \"Value\"\n"
+                                "prop 1 \"value_type\" \"Float\"\n"
+                                "node 3 FunctionOutput 70 20 \"Function Output\"\n"
+                                "pin 3 4 Input Float 1 0 \"Value\"\n"
+                                "prop 3 \"name\" \"Result\"\n"
+                                "link 5 2 4\n"),
+              std::string::npos)
+        << functionText;
+    MaterialAsset post;
+    post.graph = MakeDefaultPostProcessGraph();
+    const std::string postText = SerializeMaterialAsset(post, nullptr);
+    EXPECT_NE(postText.find("graph_next_id 6\n"
+                            "node 1 SceneColor -240 20 \"Scene Color\"\n"
+                            "pin 1 2 Output Color 0 0 \"Color\"\n"
+                            "node 3 PostProcessOutput 70 20 \"Post Process Output\"\n"
+                            "pin 3 4 Input Color 1 0 \"Color\"\n"
+                            "link 5 2 4\n"),
+              std::string::npos)
+        << postText;
+    EXPECT_EQ(ReadBack("kind PostProcess\n", nullptr).graph.nodes, post.graph.nodes);
+    EXPECT_EQ(ReadBack("kind Function\n", nullptr).graph.nodes, function.graph.nodes);
+    EXPECT_TRUE(ReadBack("is_instance 1\n", nullptr).graph.nodes.empty());
+}
+
+TEST_F(MaterialFileTest, RoundTripsEveryFieldWithReferencesThroughTheRegistry) {
+    MaterialAsset material;
+    material.baseColor = {0.25f, 0.5f, 1.0f / 3.0f, 1.0f};
+    material.emissive = {1.0f, 0.0f, 0.5f};
+    material.emissiveIntensity = 0.0f;
+    material.metallic = 0.9f;
+    material.roughness = 0.125f;
+    material.aoStrength = 0.5f;
+    material.normalScale = 2.0f;
+    material.heightScale = 0.05f;
+    material.uvScale = {2.0f, 4.0f};
+    material.alphaCutoff = 0.25f;
+    material.albedoTexture = rock_;
+    material.heightTexture = rock_;
+    material.opaque = false;
+    material.alphaMasked = true;
+    material.doubleSided = true;
+    material.shadingModel = 1;
+    material.blendMode = 3;
+    material.cullMode = 0;
+    material.depthMode = 2;
+    material.isInstance = true;
+    material.parentMaterial = base_;
+    material.overrides["Tint \"A\""] = {true, {1.0f, 0.5f, 0.0f, 1.0f}, rock_};
+    material.overrides["Albedo"] = {false, {}, 0};
+    material.graph = MakeDefaultSurfaceGraph();
+    MaterialGraphNode texture;
+    texture.id = 40;
+    texture.type = 11;
+    texture.title = "Rock \\ Moss";
+    texture.properties = {{"asset", std::to_string(rock_)}, {"color_space", "linear"}};
+    texture.outputs.push_back({41, kPinOutput, kPinTexture2D, "Texture", false, true});
+    material.graph.nodes.push_back(texture);
+    material.graph.nextId = 42;
+
+    ASSERT_TRUE(WriteMaterialAsset(root_ / "Out/Full.bmatinst", material, &registry_));
+    const std::string text = ReadText(root_ / "Out/Full.bmatinst");
+    const std::string rock = AssetReferenceOf(registry_, rock_);
+    EXPECT_EQ(text.substr(0, 10), "version 3\n");
+    for (const std::string& line : std::vector<std::string>{
+             "parent_material_ref \"" + AssetReferenceOf(registry_, base_) + "\"\n",
+             "emissive 1,0,0.5,0\nemissive_intensity 0\n",
+             "albedo_texture_ref \"" + rock + "\"\nnormal_texture_ref \"\"\n",
+             "override_ref \"Albedo\" 0 0,0,0,0 \"\"\noverride_ref \"Tint \\\"A\\\"\" 1 1,0.5,0,1 \"" + rock + "\"\n",
+             "node 40 Texture2D 0 0 \"Rock \\\\ Moss\"\npin 40 41 Output Texture2D 0 1 \"Texture\"\nprop_ref 40 "
+             "\"asset\" \"" +
+                 rock + "\"\nprop 40 \"color_space\" \"linear\"\n",
+             std::string("cull_mode Back\n")}) {
+        EXPECT_NE(text.find(line), std::string::npos) << line << "\n---\n" << text;
+    }
+
+    MaterialAsset back;
+    ASSERT_TRUE(ReadMaterialAsset(root_ / "Out/Full.bmatinst", back, &registry_));
+    material.graph.dirty = true;
+    material.graph.revision = 1;
+    EXPECT_EQ(back, material);
+
+    MaterialAsset legacy;
+    ASSERT_TRUE(WriteMaterialAsset(root_ / "Out/Legacy.bmat", material, nullptr));
+    ASSERT_TRUE(ReadMaterialAsset(root_ / "Out/Legacy.bmat", legacy, nullptr));
+    EXPECT_EQ(legacy, material);
+}
+
+TEST_F(MaterialFileTest, ReadsCookedMaterialsByTheirSourceTextAndReportsBrokenContainers) {
+    CookedMaterial cooked;
+    cooked.sourceText = "version 1\nkind PostProcess\nroughness 0.25\n";
+    cooked.shaderName = "Grade_5";
+    const std::vector<std::uint8_t> payload = EncodeCookedMaterial(cooked);
+    std::vector<std::uint8_t> file = WriteCookedContainer(kCookedKindMaterial, kCookedMaterialFormatVersion, payload);
+    WriteText(root_ / "Cooked.bmatpp", std::string_view(reinterpret_cast<const char*>(file.data()), file.size()));
+    MaterialAsset material;
+    CookedMaterial read;
+    ASSERT_TRUE(ReadMaterialAsset(root_ / "Cooked.bmatpp", material, nullptr, nullptr, &read));
+    EXPECT_EQ(material.roughness, 0.25f);
+    EXPECT_EQ(read.shaderName, "Grade_5");
+    EXPECT_EQ(material.graph.domain, 2u);
+
+    const std::string name = (root_ / "Broken.bmat").string();
+    const struct {
+        std::vector<std::uint8_t> bytes;
+        std::string message;
+    } table[] = {
+        {WriteCookedContainer(kCookedKindMaterial, 1, payload),
+         "Invalid cooked file " + name + ": format version 1, expected 2; recook the content."},
+        {WriteCookedContainer(kCookedKindScene, 2, payload),
+         "Invalid cooked file " + name + ": it holds a different kind of asset."},
+        {WriteCookedContainer(kCookedKindMaterial, 2, std::vector<std::uint8_t>{1, 0, 0}),
+         "Invalid cooked material " + name + ": Cooked data ends early."},
+    };
+    for (const auto& row : table) {
+        WriteText(root_ / "Broken.bmat",
+                  std::string_view(reinterpret_cast<const char*>(row.bytes.data()), row.bytes.size()));
+        std::string error;
+        EXPECT_FALSE(ReadMaterialAsset(root_ / "Broken.bmat", material, nullptr, &error));
+        EXPECT_EQ(error, row.message);
+    }
+    std::string error;
+    EXPECT_FALSE(ReadMaterialAsset(root_ / "Missing.bmat", material, nullptr, &error));
+    EXPECT_EQ(error, "Failed to open material asset file.");
+    fs::create_directories(root_ / "Folder.bmat");
+    EXPECT_FALSE(WriteMaterialAsset(root_ / "Folder.bmat", material, nullptr, &error));
+    EXPECT_EQ(error, "Failed to open material asset for writing.");
+    EXPECT_NE(Testing::ThrownMessage([&] {
+                  (void)WriteMaterialAsset(root_ / "Cooked.bmatpp" / "In.bmat", material, nullptr);
+              }).find("create_directories"),
+              std::string::npos);
+}
+
+TEST_F(MaterialFileTest, AppliesTheReadersRulesForModesVersionsAndLateLines) {
+    EXPECT_EQ(ReadBack("double_sided 1\n", nullptr).cullMode, 1u);
+    EXPECT_EQ(ReadBack("double_sided 1\ncull_mode Back\n", nullptr).cullMode, 0u);
+    EXPECT_EQ(ReadBack("blend_mode 2\nblend_mode 5\n", nullptr).blendMode, 2u);
+    MaterialAsset preset;
+    preset.blendMode = 4;
+    WriteText(root_ / "Blend.bmat", "blend_mode 5\n");
+    ASSERT_TRUE(ReadMaterialAsset(root_ / "Blend.bmat", preset, nullptr));
+    EXPECT_EQ(preset.blendMode, 0u);
+    EXPECT_EQ(ReadBack("emissive 1,0,0,0\n", nullptr).emissiveIntensity, 1.0f);
+    EXPECT_EQ(ReadBack("emissive_intensity 0\nemissive 1,0,0,0\n", nullptr).emissiveIntensity, 0.0f);
+    EXPECT_TRUE(ReadBack("opaque\n", nullptr).opaque);
+    EXPECT_EQ(ReadBack("shading_model Unlit\ndepth_mode Always\nuv_scale 3,x\n", nullptr).depthMode, 2u);
+    EXPECT_EQ(ReadBack("uv_scale 3,x\n", nullptr).uvScale, (std::array<float, 2>{1.0f, 1.0f}));
+
+    const MaterialAsset late =
+        ReadBack("pin 9 10 Output Bogus 1 1 \"Out\"\nprop 9 \"k\" \"v\"\npin 9 11 Input Vec3 0 0\n"
+                 "pin 8 12 Input Vec3 0 0 \"Nowhere\"\nnode 9 NoSuchNode 1.5 -2 \"Late\"\n"
+                 "node 13 CustomCode 0 0 \"Code\"\nlink 1 2 3\nlink 4 x 5\nfuture_key 1\n",
+                 nullptr);
+    ASSERT_EQ(late.graph.nodes.size(), 2u);
+    const MaterialGraphNode& node = late.graph.nodes[0];
+    EXPECT_EQ(node.type, 6u);
+    EXPECT_EQ(node.title, "Late");
+    EXPECT_EQ(node.x, 1.5f);
+    ASSERT_EQ(node.outputs.size(), 1u);
+    EXPECT_EQ(node.outputs[0], (MaterialGraphPin{10, kPinOutput, kPinFloat, "Out", true, true}));
+    EXPECT_TRUE(node.inputs.empty());
+    EXPECT_EQ(node.properties.at("k"), "v");
+    EXPECT_EQ(late.graph.nodes[1].type, 85u);
+    EXPECT_EQ(late.graph.links, (std::vector<MaterialGraphLink>{{1, 2, 3}}));
+}
+
+TEST_F(MaterialFileTest, BareHandlesAreMigratedOnlyInOldFilesAndReferencesThatFailWarn) {
+    const std::string in = (root_ / "In.bmat").string();
+    const std::uint64_t legacyRock = Core::Fnv1a64((root_ / "Content/Textures/Rock.png").generic_string());
+    {
+        LogCapture log;
+        EXPECT_EQ(ReadBack("version 3\nalbedo_texture 123\n", &registry_).albedoTexture, 0u);
+        EXPECT_TRUE(log.Messages(Core::LogLevel::Warning).empty());
+    }
+    {
+        LogCapture log;
+        const MaterialAsset material =
+            ReadBack("version 1\nalbedo_texture 123\nnormal_texture " + std::to_string(legacyRock) + "\nao_texture " +
+                         std::to_string(rock_) + "\n",
+                     &registry_);
+        EXPECT_EQ(material.albedoTexture, 0u);
+        EXPECT_EQ(material.normalTexture, rock_);
+        EXPECT_EQ(material.aoTexture, rock_);
+        EXPECT_EQ(log.Messages(Core::LogLevel::Warning),
+                  (std::vector<std::string>{"Unresolved material asset reference in " + in + " (albedo_texture): 123",
+                                            "Migrated legacy material asset handle in " + in +
+                                                " (normal_texture) to current project asset: " +
+                                                (root_ / "Content/Textures/Rock.png").string()}));
+    }
+    {
+        LogCapture log;
+        const MaterialAsset material = ReadBack(
+            "version 3\nalbedo_texture_ref \"content:Textures/Gone.png\"\noverride_ref \"Tint\" 1 1,1,1,1 \"guid:x\"\n"
+            "node 4 Texture2D 0 0 \"Tex\"\nprop_ref 4 \"asset\" \"content:Textures/Rock.png\"\n"
+            "prop 4 \"default_texture\" \"77\"\nprop_ref 4 \"other\" \"builtin:Nope\"\n",
+            &registry_);
+        EXPECT_EQ(material.graph.nodes[0].properties.at("asset"), std::to_string(rock_));
+        EXPECT_EQ(material.graph.nodes[0].properties.at("default_texture"), "0");
+        EXPECT_EQ(material.graph.nodes[0].properties.at("other"), "0");
+        EXPECT_EQ(log.Messages(Core::LogLevel::Warning),
+                  (std::vector<std::string>{
+                      "Unresolved material asset reference in " + in + " (albedo_texture): content:Textures/Gone.png",
+                      "Unresolved material asset reference in " + in + " (override 'Tint'.texture): guid:x",
+                      "Unresolved material asset reference in " + in + " (node 'Tex' other): builtin:Nope"}));
+    }
+    const MaterialAsset without =
+        ReadBack("version 3\nalbedo_texture 123\nnormal_texture_ref \"content:x\"\n", nullptr);
+    EXPECT_EQ(without.albedoTexture, 123u);
+    EXPECT_EQ(without.normalTexture, 0u);
+
+    WriteText(root_ / "In.bmat", "node 4 Texture2D 0 0 \"Tex\"\nprop 4 \"asset\" \"rock\"\n");
+    MaterialAsset material;
+    EXPECT_EQ(Testing::ThrownMessage([&] { (void)ReadMaterialAsset(root_ / "In.bmat", material, &registry_); }),
+              "stoull");
+}
+
+TEST(MaterialExtensionTest, KnowsTheFourKindsInAnyCase) {
+    for (const char* path : {"a.bmat", "b/c.BMATPP", "d.bmatinst", "e.BmatFunc"})
+        EXPECT_TRUE(IsMaterialExtension(path));
+    for (const char* path : {"a.bmats", "bmat", "a.bmat.bmeta", "a.mat"}) EXPECT_FALSE(IsMaterialExtension(path));
+}
+
+TEST(DefaultMaterialTest, UsesTheBuiltinTexturesAndRoughnessOfTheEngine) {
+    BuiltinAssetHandles builtins;
+    builtins.white = 11;
+    builtins.black = 12;
+    builtins.flatNormal = 13;
+    const MaterialAsset material = MakeDefaultMaterial(builtins);
+    EXPECT_EQ(material.roughness, 0.65f);
+    EXPECT_EQ(
+        (std::array{material.albedoTexture, material.normalTexture, material.metallicTexture, material.roughnessTexture,
+                    material.aoTexture, material.emissiveTexture, material.heightTexture}),
+        (std::array<AssetHandle, 7>{11, 13, 11, 11, 11, 12, 12}));
+    EXPECT_TRUE(material.graph.nodes.empty());
+}
+
+} // namespace
+} // namespace Brelk::Assets

@@ -1,0 +1,208 @@
+#include "engine/assets/ui/UiDocumentFile.h"
+
+#include "engine/assets/AssetReference.h"
+#include "engine/assets/AssetRegistry.h"
+#include "engine/assets/tests/AssetTestSupport.h"
+
+#include <gtest/gtest.h>
+
+namespace Brelk::Assets {
+namespace {
+
+using Testing::LogCapture;
+using Testing::ReadText;
+using Testing::ScratchFolder;
+using Testing::WriteText;
+
+class UiDocumentFileTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        WriteText(folder_ / "Icon.png", "x");
+        registry_.SetContentRoot(folder_.Path(), AssetSourceMode::Authoring);
+        icon_ = registry_.HandleOfPath(folder_ / "Icon.png");
+    }
+
+    UiDocumentAsset Parse(std::string_view text) {
+        UiDocumentAsset document;
+        std::string error;
+        EXPECT_TRUE(ParseUiDocument(text, "Hud.bui", &document, registry_, &error)) << error;
+        return document;
+    }
+
+    static UiWidgetDefinition Widget(std::string id, std::string name = {}) {
+        UiWidgetDefinition widget;
+        widget.id = std::move(id);
+        widget.name = std::move(name);
+        return widget;
+    }
+
+    // Widget lines of a tree given in the file's own words.
+    static std::string WidgetLines(std::string_view id, std::string_view body = {}) {
+        return "widget_begin \"" + std::string(id) + "\" Panel\n" + std::string(body) + "widget_end\n";
+    }
+
+    ScratchFolder folder_;
+    AssetRegistry registry_;
+    AssetHandle icon_ = 0;
+};
+
+TEST_F(UiDocumentFileTest, ADocumentRoundTripsAndWritesItsLayout) {
+    UiDocumentAsset document = MakeUiDocument("Hud \"main\"");
+    document.pixelPerfect = true;
+    document.scaleMode = UiScaleMode::Expand;
+    document.styles.push_back({"title", {}});
+    document.styles[0].style.fontSize = 24.5f;
+    document.styles[0].style.clipChildren = true;
+    UiWidgetDefinition button = Widget("play", "Play");
+    button.type = UiWidgetType::Button;
+    button.image = icon_;
+    button.imageFit = UiImageFit::Cover;
+    button.gridColumns = 4;
+    button.valueMax = 10.0f;
+    button.wrap = true;
+    button.textLayoutB = true;
+    button.tabIndex = 2;
+    button.templateSlotImage = icon_;
+    button.templateTitleText = "Bag \\ 1";
+    button.templateSlotStyle.opacity = 0.5f;
+    button.templateTitleStyle.padding = {1.0f, 2.0f, 3.0f, 4.0f};
+    button.style.background = {0.1f, 0.2f, 0.3f, 1.0f};
+    UiWidgetDefinition spacer = Widget("gap");
+    spacer.type = UiWidgetType::Spacer;
+    button.children.push_back(spacer);
+    document.root.children.push_back(button);
+
+    const std::string text = SerializeUiDocument(document, registry_);
+    EXPECT_TRUE(text.starts_with("bui 1\nname \"Hud \\\"main\\\"\"\nreference_resolution 1920 1080\npixel_perfect 1\n"
+                                 "tab_navigation 1\nscale_mode Expand\nstyle_begin \"title\"\n  background 0 0 0 0\n"))
+        << text;
+    EXPECT_NE(text.find("\n  font_size 24.5\n"), std::string::npos);
+    EXPECT_NE(text.find("\nend_style\nwidget_begin \"root\" Canvas\nname \"Root\"\n"), std::string::npos);
+    EXPECT_NE(text.find("\n  widget_begin \"play\" Button\n"), std::string::npos);
+    EXPECT_NE(text.find("\n  image \"" + AssetReferenceOf(registry_, icon_) + "\" 0 Cover\n"), std::string::npos);
+    EXPECT_NE(text.find("\n  grid_columns 4\n  value_range 0 10 1\n  wrap 1\n  text_layout 0 1\n  tab_index 2\n"),
+              std::string::npos);
+    EXPECT_NE(text.find("\n  slot_opacity 0.5\n"), std::string::npos);
+    EXPECT_NE(text.find("\n  title_padding 1 2 3 4\n"), std::string::npos);
+    EXPECT_NE(text.find("\n    widget_begin \"gap\" Spacer\n"), std::string::npos);
+    EXPECT_EQ(text.find("grid_columns 3"), std::string::npos);
+    EXPECT_EQ(text.find("flex_shrink"), std::string::npos);
+    EXPECT_TRUE(text.ends_with("    widget_end\n  widget_end\nwidget_end\n"));
+
+    ASSERT_TRUE(SaveUiDocument(folder_ / "Ui/Hud.bui", document, registry_));
+    UiDocumentAsset loaded;
+    std::string error;
+    ASSERT_TRUE(LoadUiDocument(folder_ / "Ui/Hud.bui", &loaded, registry_, &error)) << error;
+    EXPECT_EQ(loaded, document);
+    EXPECT_EQ(loaded.root.children[0].children[0].gridColumns, 3);
+
+    // An out-of-range type is written as Spacer, like 8.
+    document.root.children[0].type = static_cast<UiWidgetType>(99);
+    EXPECT_NE(SerializeUiDocument(document, registry_).find("\n  widget_begin \"play\" Spacer\n"), std::string::npos);
+}
+
+TEST_F(UiDocumentFileTest, OnlyTheHeaderGivesTheDefaultDocumentAndValuesReadLeniently) {
+    EXPECT_EQ(Parse("# a comment before the header\nbui 1\n"), UiDocumentAsset{});
+    const UiDocumentAsset document =
+        Parse("bui 1\nwidget_begin \"\" Canvas\nvisible TRUE\nenabled yes\nfocusable True\n"
+              "image \"\" 1 Diagonal\nprogress x\nwidget_end\n");
+    EXPECT_EQ(document.root.id, "root");
+    EXPECT_TRUE(document.root.visible);
+    EXPECT_FALSE(document.root.enabled);
+    EXPECT_TRUE(document.root.focusable);
+    EXPECT_TRUE(document.root.preserveAspect);
+    EXPECT_EQ(document.root.imageFit, UiImageFit::Stretch);
+    EXPECT_EQ(document.root.progress, 0.0f);
+}
+
+TEST_F(UiDocumentFileTest, BrokenDocumentsGiveTheirMessages) {
+    const struct {
+        const char* text;
+        const char* message;
+    } rows[] = {
+        {"name \"x\"\n", "Missing UI document header."},
+        {"bui 2\n", "Unsupported UI document format version."},
+        {"bui\n", "Unsupported UI document format version."},
+        {"bui 1\nstyle_begin \"a\"\n\nglow 1\nend_style\n", "Unknown UI style property 'glow' at line 4"},
+        {"bui 1\nwidget_begin root Canvas\n", "Malformed widget_begin at line 2"},
+        {"bui 1\nwidget_begin \"root\" Window\n", "Malformed widget_begin at line 2"},
+        {"bui 1\nwidget_begin \"root\" Canvas\nslot_glow 1\n", "Unknown UI widget property 'slot_glow' at line 3"},
+        {"bui 1\nwidget_begin \"root\" Canvas\nwidget_begin \"a\" Panel\nwidget_end\n",
+         "UI document ended with unclosed widget scopes."},
+    };
+    for (const auto& row : rows) {
+        UiDocumentAsset document;
+        std::string error;
+        EXPECT_FALSE(ParseUiDocument(row.text, "Hud.bui", &document, registry_, &error)) << row.text;
+        EXPECT_EQ(error, row.message) << row.text;
+    }
+    std::string deep = "bui 1\n";
+    for (int level = 0; level < 258; ++level) deep += "widget_begin \"w\" Panel\n";
+    UiDocumentAsset nested;
+    std::string nestedError;
+    EXPECT_FALSE(ParseUiDocument(deep, "Hud.bui", &nested, registry_, &nestedError));
+    EXPECT_EQ(nestedError, "UI document nests widgets deeper than 256 levels at line 259");
+    UiDocumentAsset document;
+    std::string error;
+    EXPECT_FALSE(LoadUiDocument(folder_ / "None.bui", &document, registry_, &error));
+    EXPECT_EQ(error, "Failed to open UI document file for reading.");
+}
+
+TEST_F(UiDocumentFileTest, RepairsIdsWithoutCollidingWithLaterOnesAndLeavesTheFileAlone) {
+    struct Case {
+        std::vector<std::string> ids;
+        std::vector<std::string> repaired;
+    };
+    const Case cases[] = {
+        {{"item", "item", "item"}, {"item", "item_2", "item_3"}},
+        {{"item", "item", "item_2"}, {"item", "item_3", "item_2"}},
+        {{"item_2", "item_2"}, {"item_2", "item_3"}},
+    };
+    for (const Case& c : cases) {
+        UiDocumentAsset document;
+        for (const std::string& id : c.ids) document.root.children.push_back(Widget(id));
+        RepairUiWidgetIds(document);
+        std::vector<std::string> ids;
+        for (const UiWidgetDefinition& widget : document.root.children) ids.push_back(widget.id);
+        EXPECT_EQ(ids, c.repaired);
+        EXPECT_TRUE(HasUniqueUiWidgetIds(document));
+    }
+
+    const std::string text = "bui 1\nname \"Hud\"\nwidget_begin \"root\" Canvas\n" + WidgetLines("item") +
+                             WidgetLines("item") + WidgetLines("", "name \"Play Button\"\n") + WidgetLines("") +
+                             "widget_end\n";
+    WriteText(folder_ / "Hud.bui", text);
+    LogCapture log;
+    UiDocumentAsset document;
+    ASSERT_TRUE(LoadUiDocument(folder_ / "Hud.bui", &document, registry_));
+    EXPECT_EQ(document.root.children[1].id, "item_2");
+    EXPECT_EQ(document.root.children[1].name, "item");
+    EXPECT_EQ(document.root.children[2].id, "Play Button_2");
+    EXPECT_EQ(document.root.children[3].id, "widget_2");
+    EXPECT_EQ(log.Messages(Core::LogLevel::Warning),
+              (std::vector<std::string>{
+                  "UI document 'Hud': duplicate widget id 'item' renamed to 'item_2'. Save the document to keep the new id.",
+                  "UI document 'Hud': a widget without an id renamed to 'Play Button_2'. Save the document to keep the new id.",
+                  "UI document 'Hud': a widget without an id renamed to 'widget_2'. Save the document to keep the new id."}));
+    EXPECT_EQ(ReadText(folder_ / "Hud.bui"), text);
+}
+
+TEST_F(UiDocumentFileTest, ReferencesThatDontResolveWarnAndStayEmpty) {
+    LogCapture log;
+    const UiDocumentAsset document =
+        Parse("bui 1\nwidget_begin \"root\" Canvas\nimage \"content:Gone.png\" 0 Contain\nwidget_end\n");
+    EXPECT_EQ(document.root.image, 0u);
+    EXPECT_EQ(document.root.imageFit, UiImageFit::Contain);
+    EXPECT_EQ(log.Messages(Core::LogLevel::Warning),
+              std::vector<std::string>{"Unresolved UI document asset reference in Hud.bui at line 3 (widget 'root'): "
+                                       "no asset answers to 'content:Gone.png'."});
+
+    UiDocumentAsset lost;
+    lost.root.image = 0xBAD;
+    EXPECT_NE(SerializeUiDocument(lost, registry_).find("\nimage \"\" 0 Stretch\n"), std::string::npos);
+    EXPECT_EQ(log.Messages(Core::LogLevel::Warning).back(),
+              "Unresolved live UI document asset handle while saving widget 'root'.image");
+}
+
+} // namespace
+} // namespace Brelk::Assets

@@ -1,0 +1,125 @@
+#include "engine/core/TaskSystem.h"
+#include "tests/support/Deadline.h"
+#include "tools/worldgen/CellRun.h"
+#include "tools/worldgen/WorldAsset.h"
+#include "tools/worldgen/WorldGenerator.h"
+#include "tools/worldgen/tests/WorldFixture.h"
+
+#include <map>
+#include <stdexcept>
+
+namespace Brelk::WorldGen {
+namespace {
+
+namespace fs = std::filesystem;
+using Testing::ReadText;
+using Testing::WriteText;
+
+// Every file under `root` by its relative name, with its bytes.
+std::map<std::string, std::string> Snapshot(const fs::path& root) {
+    std::map<std::string, std::string> files;
+    for (const auto& item : fs::recursive_directory_iterator(root)) {
+        if (item.is_regular_file()) files[fs::relative(item.path(), root).string()] = ReadText(item.path());
+    }
+    return files;
+}
+
+constexpr std::uint32_t kWorkerCounts[] = {0, 1, 2, 8};
+
+class ParallelCellsTest : public WorldFixture {
+protected:
+    // An odd, uneven grid, so that runners meet rows of every length.
+    static ProceduralWorldSettings Uneven() {
+        ProceduralWorldSettings settings = Grid(5, 3, 5);
+        settings.cellsZ = 4;
+        return settings;
+    }
+};
+
+TEST_F(ParallelCellsTest, AnyNumberOfWorkersWritesTheSameBytesAndFigures) {
+    std::map<std::string, std::string> expected;
+    WorldGenerationResult expectedResult;
+    for (const std::uint32_t workers : kWorkerCounts) {
+        Testing::RunWithDeadline(Testing::kDeadline, [&] {
+            const Core::Tasks::ScopedTaskSystem pool(Core::Tasks::TaskSystemConfig{workers, 1, std::nullopt});
+            WorldGenerationResult result;
+            std::string error;
+            ASSERT_TRUE(GenerateProceduralWorld(assets, WorldPath(), Uneven(), &result, &error)) << error;
+            std::map<std::string, std::string> files = Snapshot(WorldPath().parent_path());
+            files.erase("Procedural.bworld.bmeta"); // its Guid is new with each content folder
+            if (expected.empty()) {
+                expected = std::move(files);
+                expectedResult = result;
+                return;
+            }
+            EXPECT_EQ(files, expected) << workers << " workers";
+            EXPECT_EQ(result.entityCount, expectedResult.entityCount);
+            EXPECT_EQ(result.cellFileBytes, expectedResult.cellFileBytes);
+            EXPECT_EQ(result.residentBytes, expectedResult.residentBytes);
+        });
+    }
+    EXPECT_EQ(expected.size(), 20u + 1u);
+}
+
+TEST_F(ParallelCellsTest, TheFirstFailingCellInGridOrderIsReportedAndNoTemporaryStays) {
+    // A folder that stands where a cell file must go makes that cell's replace fail; cells 7
+    // and 13 of the grid fail, and a run on one thread stops at 7.
+    const fs::path target = folder / "cells";
+    const ProceduralWorldSettings settings = Uneven();
+    const auto obstruct = [&](CellCoord coord) {
+        WriteText(target / (CellFileStem(coord) + ".bcell") / "occupied", "x");
+    };
+    obstruct({GridStart(5) + 2, GridStart(4) + 1});
+    obstruct({GridStart(5) + 3, GridStart(4) + 2});
+    CellRunPlan plan;
+    plan.settings = &settings;
+    plan.assetManager = &assets;
+    plan.folder = target;
+    std::string firstError;
+    for (const std::uint32_t workers : kWorkerCounts) {
+        Testing::RunWithDeadline(Testing::kDeadline, [&] {
+            const Core::Tasks::ScopedTaskSystem pool(Core::Tasks::TaskSystemConfig{workers, 1, std::nullopt});
+            const CellRunOutcome outcome = RunCells(plan, {});
+            ASSERT_FALSE(outcome.Succeeded());
+            if (firstError.empty()) firstError = outcome.error;
+            EXPECT_EQ(outcome.error, firstError) << workers << " workers";
+            EXPECT_NE(outcome.error.find("cell_0_-1.bcell"), std::string::npos) << outcome.error;
+            for (const auto& item : fs::directory_iterator(target)) {
+                EXPECT_NE(item.path().extension(), ".tmp") << item.path();
+            }
+        });
+    }
+}
+
+TEST_F(ParallelCellsTest, AFailedRunLeavesThePreviousWorldAsItWas) {
+    std::string error;
+    ASSERT_TRUE(GenerateProceduralWorld(assets, WorldPath(), Grid(2), nullptr, &error)) << error;
+    const std::map<std::string, std::string> before = Snapshot(WorldPath().parent_path());
+    // The calling thread's progress call fails part of the way through a larger grid.
+    const GenerationProgressFn failing = [](const GenerationProgress& progress) {
+        if (progress.cellsDone >= 3) throw std::runtime_error("interrupted");
+    };
+    for (const std::uint32_t workers : {0u, 2u}) {
+        Testing::RunWithDeadline(Testing::kDeadline, [&] {
+            const Core::Tasks::ScopedTaskSystem pool(Core::Tasks::TaskSystemConfig{workers, 1, std::nullopt});
+            EXPECT_THROW((void)GenerateProceduralWorld(assets, WorldPath(), Grid(6), nullptr, &error, failing),
+                         std::runtime_error);
+        });
+        EXPECT_EQ(Snapshot(WorldPath().parent_path()), before) << workers << " workers";
+        EXPECT_FALSE(fs::exists(StagingCellsFolder(WorldPath())));
+    }
+}
+
+TEST_F(ParallelCellsTest, LeftOversOfAKilledRunAreClearedAndTheCellsFolderHoldsOnlyTheNewCells) {
+    WriteText(StagingCellsFolder(WorldPath()) / "cell_50_50.bcell", "half");
+    WriteText(RetiredCellsFolder(WorldPath()) / "cell_60_60.bcell", "old");
+    WriteText(CellsFolder(WorldPath()) / "cell_70_70.bcell", "stale");
+    std::string error;
+    ASSERT_TRUE(GenerateProceduralWorld(assets, WorldPath(), Grid(2), nullptr, &error)) << error;
+    EXPECT_FALSE(fs::exists(StagingCellsFolder(WorldPath())));
+    EXPECT_FALSE(fs::exists(RetiredCellsFolder(WorldPath())));
+    EXPECT_EQ(Snapshot(CellsFolder(WorldPath())).size(), 4u);
+}
+
+} // namespace
+} // namespace Brelk::WorldGen
