@@ -11,6 +11,8 @@ namespace Brelk::Assets {
 // a request for it fails with the loader's "No asset loader is registered" message.
 void AssetManager::RegisterLoadHandlers() {
     RegisterAssetFamily(MaterialFamilyRow());
+    RegisterAssetFamily(MeshFamilyRow());
+    RegisterAssetFamily(TextureFamilyRow());
 }
 
 } // namespace Brelk::Assets

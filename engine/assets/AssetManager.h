@@ -7,6 +7,8 @@
 #include "engine/assets/BuiltinAssets.h"
 #include "engine/assets/loader/AssetLoader.h"
 #include "engine/assets/materials/MaterialLoading.h"
+#include "engine/assets/meshes/MeshAsset.h"
+#include "engine/assets/textures/TextureAsset.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -137,6 +139,18 @@ public:
     bool SaveMaterialAsset(AssetHandle handle, std::string* error = nullptr);
     // The compiled shaders of the cooked packages loaded so far, by file name.
     const PackagedShaderFiles& PackagedShaders() const noexcept { return packagedShaders_; }
+    // The loaded mesh or texture of a handle; null while it is not loaded. The pointer holds
+    // until the entry is replaced, unloaded or pruned.
+    const MeshAsset* GetMesh(AssetHandle handle) const;
+    // Writes `mesh` as a new .bmesh in `folder` (the content root if empty, its base if
+    // relative), named after the cleaned `name` ("Mesh" if nothing is left) and made unique,
+    // registers it and keeps it loaded. The file's trailer names the Guid of the mesh's own
+    // handle, the null Guid for a mesh of no record. Throws std::runtime_error
+    // "CreateMeshAsset is unavailable with read-only asset sources.", "Failed to create
+    // native mesh asset: <path>" when the file appeared meanwhile and "Failed to write native
+    // mesh asset: <path>: <reason>".
+    AssetHandle CreateMeshAsset(const std::filesystem::path& folder, std::string_view name, const MeshAsset& mesh);
+    const TextureAsset* GetTexture(AssetHandle handle) const;
 
     AssetRegistry& GetRegistry() noexcept { return registry_; }
     const AssetRegistry& GetRegistry() const noexcept { return registry_; }
@@ -187,6 +201,11 @@ private:
     bool ReloadMaterial(const AssetRecord& record);
     void CollectMaterialCompiles();
     std::filesystem::path MaterialOutputFolder() const;
+    // The mesh and texture families (AssetManagerMeshes.cpp, AssetManagerTextures.cpp).
+    AssetFamilyRow MeshFamilyRow();
+    AssetFamilyRow TextureFamilyRow();
+    AssetLoadRecipe PrepareMeshLoad(AssetHandle handle);
+    AssetLoadRecipe PrepareTextureLoad(AssetHandle handle);
 
     std::vector<std::uint32_t> toleratedMissingTypes_;
     AssetSourceMode mode_ = AssetSourceMode::Authoring;
@@ -201,6 +220,10 @@ private:
     std::function<bool(AssetHandle)> hasUnsavedEdits_;
     std::vector<AssetHandle> changedWhileEdited_;
     MaterialTable materials_;
+    std::map<AssetHandle, MeshAsset> meshes_;
+    std::map<AssetHandle, TextureAsset> textures_;
+    // The file a mesh failed on, as it stood then: the same file fails again without a read.
+    std::map<AssetHandle, SourceFileStamp> failedMeshStamps_;
     std::unique_ptr<AssetLoader> loader_;
     // In the order of RegisterLoadHandlers: also the order of the families' loads.
     std::vector<AssetFamilyRow> families_;
