@@ -9,7 +9,6 @@
 #include <bit>
 #include <cerrno>
 #include <cstdlib>
-#include <limits>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -66,11 +65,8 @@ TEST(ConvertArgument, ReadsAsTheCLibraryAndNamesTheStandardConversionInErrors) {
         {'u', "-4294967295", "value:1"}, {'u', "-0", "value:0"}, {'u', "  33 samples", "value:33"},
         {'u', "many", badUnsigned}, {'u', "--1", badUnsigned}, {'u', "4294967296", bigUnsigned},
         {'u', "-4294967296", bigUnsigned}, {'u', "18446744073709551615", bigUnsigned},
-        {'f', "64", FloatValue(64.0f)}, {'f', " -2.5e1xyz", FloatValue(-25.0f)}, {'f', "1e", FloatValue(1.0f)},
-        {'f', ".5", FloatValue(0.5f)}, {'f', "0x1.8p1", FloatValue(3.0f)}, {'f', "0x", FloatValue(0.0f)},
-        {'f', "-Infinity", FloatValue(-std::numeric_limits<float>::infinity())}, {'f', "abc", badFloat},
-        {'f', "+-1", badFloat}, {'f', ".", badFloat}, {'f', "1e39", bigFloat}, {'f', "1e-50", bigFloat},
-        {'f', "1e-40", bigFloat},
+        {'f', "64", FloatValue(64.0f)}, {'f', " -2.5e1xyz", FloatValue(-25.0f)}, {'f', "abc", badFloat},
+        {'f', "1e39", bigFloat}, {'f', "1e-40", bigFloat},
     };
     for (const auto& c : table) {
         const std::string outcome = c.kind == 'i'   ? Outcome(toSigned, c.text)
@@ -86,7 +82,8 @@ TEST(ConvertArgument, ReadsFloatsAsTheCLibraryDoes) {
         "1e-38", "1e-45", "1e-46", "0e-999", "0x1p-149", "0x1p-150", "0x1.8p-149", "0x1p-126", "0x1.fffffep-127",
         "0x1p128", "0x1.fffffep127", "0X.8", "0x.p1", "0xg", "1e+", "1e-x", "infinity", "-INF", "nan(abc)",
         "nan(", "in", "0Xnan(680", "0x-1", "0x.8p1", "0x.", "  +.5e-3", "\v7", "0.100000001", "123456789012345678901234567890",
-        "0." + std::string(50, '0') + "1", "1" + std::string(60, '0'),
+        "0." + std::string(50, '0') + "1", "1" + std::string(60, '0'), "1e", ".5", "0x1.8p1", "0x", "-Infinity",
+        "+-1", ".", "1e-50",
     };
     const auto convert = [](const std::string& text) { return ConvertFloatArgument(text); };
     for (const std::string& text : texts) EXPECT_EQ(Outcome(convert, text), CLibraryFloatOutcome(text)) << text;

@@ -144,21 +144,21 @@ TEST(WorldAssetFile, RoundTripsThroughTheDisk) {
 
 TEST(WorldAssetFile, ReadFailuresNameThePathAndResetTheWorld) {
     ScratchFolder folder;
-    const fs::path path = folder / "w.bworld";
-    WorldAsset world = SampleWorld();
-    std::string error;
-    EXPECT_FALSE(ReadWorldAsset(folder / "missing.bworld", world, &error));
-    EXPECT_EQ(error, "Failed to open " + (folder / "missing.bworld").string());
-    EXPECT_EQ(world, WorldAsset{});
-    EXPECT_FALSE(ReadWorldAsset(folder / "missing.bworld", world, nullptr));
-    WriteText(path, "# note\n");
-    world = SampleWorld();
-    EXPECT_FALSE(ReadWorldAsset(path, world, &error));
-    EXPECT_EQ(error, "Not a world file: " + path.string());
-    EXPECT_EQ(world, WorldAsset{});
-    WriteText(path, "brelk_world 1\ncell 1\n");
-    EXPECT_FALSE(ReadWorldAsset(path, world, &error));
-    EXPECT_EQ(error, "Invalid world file " + path.string() + " at line 2.");
+    WriteText(folder / "note.bworld", "# note\n");
+    WriteText(folder / "broken.bworld", "brelk_world 1\ncell 1\n");
+    const std::pair<fs::path, std::string> table[] = {
+        {folder / "missing.bworld", "Failed to open " + (folder / "missing.bworld").string()},
+        {folder / "note.bworld", "Not a world file: " + (folder / "note.bworld").string()},
+        {folder / "broken.bworld", "Invalid world file " + (folder / "broken.bworld").string() + " at line 2."},
+    };
+    for (const auto& [path, message] : table) {
+        WorldAsset world = SampleWorld();
+        std::string error;
+        EXPECT_FALSE(ReadWorldAsset(path, world, &error));
+        EXPECT_EQ(error, message);
+        EXPECT_EQ(world, WorldAsset{});
+        EXPECT_FALSE(ReadWorldAsset(path, world, nullptr));
+    }
 }
 
 TEST(WorldAssetFile, FailedWritesNameTheStepAndLeaveTheEarlierFile) {
