@@ -2,7 +2,6 @@
 
 #include "engine/assets/AssetRegistry.h"
 #include "engine/assets/animation/AnimationClipFile.h"
-#include "engine/assets/animation/AnimatorControllerFile.h"
 #include "engine/assets/ui/UiDocumentFile.h"
 #include "engine/core/Logger.h"
 #include "engine/platform/Files.h"
@@ -23,16 +22,6 @@ void LogLoadFailure(std::string_view family, const std::filesystem::path& path, 
     Core::Logger::Get().Log(Core::LogCategory::Assets, Core::LogLevel::Warning,
                             "Failed to load " + std::string(family) + " asset '" + Platform::PathToUtf8(path) +
                                 "': " + reason);
-}
-
-template <class Table, class Load>
-void LoadFamily(const AssetRegistry& registry, AssetType type, std::string_view extension, Table& table,
-                const ShouldLoadAsset& shouldLoad, Load&& load) {
-    for (const AssetRecord& record : FamilySources(registry, type, extension)) {
-        if (shouldLoad && !shouldLoad(record, table.contains(record.handle))) continue;
-        auto loaded = load(record.sourcePath);
-        if (loaded) table.insert_or_assign(record.handle, std::move(*loaded));
-    }
 }
 
 } // namespace
@@ -60,20 +49,6 @@ std::optional<UiDocumentAsset> LoadUiDocumentAsset(const std::filesystem::path& 
     if (LoadUiDocument(path, &document, registry, &error)) return document;
     LogLoadFailure("UI document", path, error);
     return std::nullopt;
-}
-
-void LoadAssetFamilies(const AssetRegistry& registry, AssetFamilyTables& tables, const ShouldLoadAsset& shouldLoad) {
-    LoadFamily(registry, AssetType::Clip, ".bclip", tables.clips, shouldLoad,
-               [&](const std::filesystem::path& path) -> std::optional<AnimationClip> {
-                   if (!HasAnimationClipHead(path)) return std::nullopt;
-                   return LoadAnimationClipAsset(path, registry);
-               });
-    LoadFamily(registry, AssetType::Controller, ".bcontroller", tables.controllers, shouldLoad,
-               [&](const std::filesystem::path& path) { return LoadAnimatorControllerAsset(path, registry); });
-    LoadFamily(registry, AssetType::Ui, ".bui", tables.uiDocuments, shouldLoad,
-               [&](const std::filesystem::path& path) { return LoadUiDocumentAsset(path, registry); });
-    LoadFamily(registry, AssetType::RigDefinition, ".brigdef", tables.rigDefinitions, shouldLoad,
-               [&](const std::filesystem::path& path) { return LoadRigDefinitionAsset(path); });
 }
 
 } // namespace Brelk::Assets

@@ -13,6 +13,10 @@ void AssetManager::RegisterLoadHandlers() {
     RegisterAssetFamily(MaterialFamilyRow());
     RegisterAssetFamily(MeshFamilyRow());
     RegisterAssetFamily(TextureFamilyRow());
+    RegisterAssetFamily(ClipFamilyRow());
+    RegisterAssetFamily(ControllerFamilyRow());
+    RegisterAssetFamily(UiDocumentFamilyRow());
+    RegisterAssetFamily(RigDefinitionFamilyRow());
 }
 
 } // namespace Brelk::Assets

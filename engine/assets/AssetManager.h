@@ -5,10 +5,14 @@
 #include "engine/assets/AssetRegistry.h"
 #include "engine/assets/AssetSourceMode.h"
 #include "engine/assets/BuiltinAssets.h"
+#include "engine/assets/animation/AnimationClip.h"
+#include "engine/assets/animation/AnimatorController.h"
 #include "engine/assets/loader/AssetLoader.h"
 #include "engine/assets/materials/MaterialLoading.h"
 #include "engine/assets/meshes/MeshAsset.h"
+#include "engine/assets/rig/RigDefinition.h"
 #include "engine/assets/textures/TextureAsset.h"
+#include "engine/assets/ui/UiDocument.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -152,6 +156,32 @@ public:
     AssetHandle CreateMeshAsset(const std::filesystem::path& folder, std::string_view name, const MeshAsset& mesh);
     const TextureAsset* GetTexture(AssetHandle handle) const;
 
+    // Clips, controllers, UI documents and rig definitions: read whole at Initialize and
+    // Refresh, kept by handle. A Get gives null for a handle without a loaded asset of its
+    // kind; GetAnimatorController first tries to load a controller that is not loaded yet,
+    // rewriting a file whose stale references it repaired.
+    const AnimationClip* GetAnimationClip(AssetHandle handle) const;
+    const AnimatorController* GetAnimatorController(AssetHandle handle);
+    const UiDocumentAsset* GetUiDocument(AssetHandle handle) const;
+    const RigDefinition* GetRigDefinition(AssetHandle handle) const;
+    // Each Save writes `asset` over the file of `handle` atomically and keeps it as the loaded
+    // copy. False with "Unknown <kind> asset <handle>." for a handle of no file of that kind,
+    // or with the writer's message. Each Create writes a new file named after the cleaned
+    // `name` (the kind's own word if nothing is left), made unique, in `folder` (the content
+    // root if empty, its base if relative), registers and keeps it, and gives its handle; it
+    // throws std::runtime_error "<operation>: <message>" when the file cannot be written.
+    // All of them throw "<operation> is unavailable with read-only asset sources." in
+    // ReadOnly mode.
+    bool SaveAnimationClipAsset(AssetHandle handle, const AnimationClip& clip, std::string* error = nullptr);
+    AssetHandle CreateAnimatorControllerAsset(const std::filesystem::path& folder, std::string_view name);
+    bool SaveAnimatorControllerAsset(AssetHandle handle, const AnimatorController& controller,
+                                     std::string* error = nullptr);
+    AssetHandle CreateUiDocumentAsset(const std::filesystem::path& folder, std::string_view name);
+    bool SaveUiDocumentAsset(AssetHandle handle, const UiDocumentAsset& document, std::string* error = nullptr);
+    AssetHandle CreateRigDefinitionAsset(const std::filesystem::path& folder, std::string_view name,
+                                         const RigDefinition& definition);
+    bool SaveRigDefinitionAsset(AssetHandle handle, const RigDefinition& definition, std::string* error = nullptr);
+
     AssetRegistry& GetRegistry() noexcept { return registry_; }
     const AssetRegistry& GetRegistry() const noexcept { return registry_; }
 
@@ -206,6 +236,20 @@ private:
     AssetFamilyRow TextureFamilyRow();
     AssetLoadRecipe PrepareMeshLoad(AssetHandle handle);
     AssetLoadRecipe PrepareTextureLoad(AssetHandle handle);
+    // The clip, controller, UI document and rig definition families (AssetManagerDocuments.cpp).
+    AssetFamilyRow ClipFamilyRow();
+    AssetFamilyRow ControllerFamilyRow();
+    AssetFamilyRow UiDocumentFamilyRow();
+    AssetFamilyRow RigDefinitionFamilyRow();
+    // Writes the file of `handle` with `write` if it is a file of `type`; else false with
+    // "Unknown <kind> asset <handle>.".
+    bool SaveDocumentFile(std::string_view operation, AssetHandle handle, AssetType type, std::string_view kind,
+                          std::string* error,
+                          const std::function<bool(const std::filesystem::path&, std::string*)>& write);
+    // Writes a new document file with `write` and registers it as `type`.
+    AssetHandle CreateDocumentFile(std::string_view operation, AssetType type, const std::filesystem::path& folder,
+                                   std::string_view name, std::string_view extension, std::string_view fallback,
+                                   const std::function<bool(const std::filesystem::path&, std::string*)>& write);
 
     std::vector<std::uint32_t> toleratedMissingTypes_;
     AssetSourceMode mode_ = AssetSourceMode::Authoring;
@@ -222,6 +266,10 @@ private:
     MaterialTable materials_;
     std::map<AssetHandle, MeshAsset> meshes_;
     std::map<AssetHandle, TextureAsset> textures_;
+    std::map<AssetHandle, AnimationClip> clips_;
+    std::map<AssetHandle, AnimatorController> controllers_;
+    std::map<AssetHandle, UiDocumentAsset> uiDocuments_;
+    std::map<AssetHandle, RigDefinition> rigDefinitions_;
     // The file a mesh failed on, as it stood then: the same file fails again without a read.
     std::map<AssetHandle, SourceFileStamp> failedMeshStamps_;
     std::unique_ptr<AssetLoader> loader_;

@@ -6,15 +6,43 @@
 #include "engine/platform/SecureRandom.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
 #include <vector>
 
 namespace Brelk::Testing {
+
+// Sets an environment variable (unsets it for a null value) and restores the old value when
+// it goes: the engine reads its settings folder and log levels from the environment.
+class ScopedEnvironmentVariable {
+public:
+    ScopedEnvironmentVariable(std::string name, const char* value) : name_(std::move(name)) {
+        if (const char* previous = std::getenv(name_.c_str())) previous_ = previous;
+        Set(value);
+    }
+    ScopedEnvironmentVariable(std::string name, const std::filesystem::path& value)
+        : ScopedEnvironmentVariable(std::move(name), value.c_str()) {}
+    ScopedEnvironmentVariable(const ScopedEnvironmentVariable&) = delete;
+    ScopedEnvironmentVariable& operator=(const ScopedEnvironmentVariable&) = delete;
+    ~ScopedEnvironmentVariable() { Set(previous_ ? previous_->c_str() : nullptr); }
+
+private:
+    void Set(const char* value) const {
+        if (value)
+            ::setenv(name_.c_str(), value, 1);
+        else
+            ::unsetenv(name_.c_str());
+    }
+
+    std::string name_;
+    std::optional<std::string> previous_;
+};
 
 // A fresh folder below the system's temporary folder, removed with everything in it. Its
 // path is canonical, as the engine's path identity makes every path it keeps.

@@ -63,8 +63,6 @@ struct FakeTextures {
 class AssetManagerLoadingTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        if (const char* previous = std::getenv("BRELK_USER_SETTINGS_DIR")) previousSettings_ = previous;
-        ::setenv("BRELK_USER_SETTINGS_DIR", (root_ / "Settings").c_str(), 1);
         WriteText(root_ / "Content/Art/Rock.png", "rock");
         WriteText(root_ / "Content/Materials/Stone.bmat", "stone");
         manager_.RegisterAssetFamily(textures_.Row(manager_));
@@ -72,15 +70,9 @@ protected:
         rock_ = manager_.GetRegistry().HandleOfPath(root_ / "Content/Art/Rock.png");
         stone_ = manager_.GetRegistry().HandleOfPath(root_ / "Content/Materials/Stone.bmat");
     }
-    void TearDown() override {
-        if (previousSettings_)
-            ::setenv("BRELK_USER_SETTINGS_DIR", previousSettings_->c_str(), 1);
-        else
-            ::unsetenv("BRELK_USER_SETTINGS_DIR");
-    }
 
     Testing::ScratchFolder root_;
-    std::optional<std::string> previousSettings_;
+    Testing::ScopedEnvironmentVariable settings_{"BRELK_USER_SETTINGS_DIR", root_ / "Settings"};
     FakeTextures textures_;
     AssetManager manager_;
     AssetHandle rock_ = 0;

@@ -26,34 +26,12 @@ using Testing::WriteText;
 
 const std::string kSpirvMagic("\x03\x02\x23\x07", 4);
 
-// Restores an environment variable when the test ends.
-class ScopedVariable {
-public:
-    ScopedVariable(const char* name, const std::string& value) : name_(name) {
-        if (const char* previous = std::getenv(name)) previous_ = previous;
-        ::setenv(name, value.c_str(), 1);
-    }
-    ~ScopedVariable() {
-        if (previous_)
-            ::setenv(name_, previous_->c_str(), 1);
-        else
-            ::unsetenv(name_);
-    }
-    ScopedVariable(const ScopedVariable&) = delete;
-    ScopedVariable& operator=(const ScopedVariable&) = delete;
-
-private:
-    const char* name_;
-    std::optional<std::string> previous_;
-};
-
 // A content folder, a settings folder for the generated shaders, and a search path that
 // holds only the compiler script a test installs.
 class AssetManagerMaterialsTest : public ::testing::Test {
 protected:
     AssetManagerMaterialsTest()
-        : settings_("BRELK_USER_SETTINGS_DIR", (root_ / "Settings").string()),
-          path_("PATH", (root_ / "bin").string()) {
+        : settings_("BRELK_USER_SETTINGS_DIR", root_ / "Settings"), path_("PATH", root_ / "bin") {
         fs::create_directories(root_ / "bin");
     }
 
@@ -88,8 +66,8 @@ protected:
     }
 
     Testing::ScratchFolder root_;
-    ScopedVariable settings_;
-    ScopedVariable path_;
+    Testing::ScopedEnvironmentVariable settings_;
+    Testing::ScopedEnvironmentVariable path_;
 };
 
 TEST_F(AssetManagerMaterialsTest, InitializeBuildsMissingShadersOnceAndInstancesShareTheirBase) {

@@ -50,17 +50,11 @@ MeshAsset QuadMesh() {
 class AssetManagerMeshTextureTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        if (const char* previous = std::getenv("BRELK_USER_SETTINGS_DIR")) previousSettings_ = previous;
-        ::setenv("BRELK_USER_SETTINGS_DIR", (root_ / "Settings").c_str(), 1);
         fs::create_directories(Content());
         previousTasks_ = Core::Tasks::TaskSystem::Install(&tasks_);
     }
     void TearDown() override {
         Core::Tasks::TaskSystem::Install(previousTasks_);
-        if (previousSettings_)
-            ::setenv("BRELK_USER_SETTINGS_DIR", previousSettings_->c_str(), 1);
-        else
-            ::unsetenv("BRELK_USER_SETTINGS_DIR");
     }
 
     fs::path Content(std::string_view relative = {}) const {
@@ -79,7 +73,7 @@ protected:
     }
 
     Testing::ScratchFolder root_;
-    std::optional<std::string> previousSettings_;
+    Testing::ScopedEnvironmentVariable settings_{"BRELK_USER_SETTINGS_DIR", root_ / "Settings"};
     Core::Tasks::TaskSystem tasks_{Core::Tasks::TaskSystemConfig{2, 1, std::nullopt}};
     Core::Tasks::TaskSystem* previousTasks_ = nullptr;
 };

@@ -21,23 +21,12 @@ using Testing::WriteText;
 // Keeps the generated-shaders folder inside the scratch folder.
 class AssetManagerTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        if (const char* previous = std::getenv("BRELK_USER_SETTINGS_DIR")) previousSettings_ = previous;
-        ::setenv("BRELK_USER_SETTINGS_DIR", (root_ / "Settings").c_str(), 1);
-    }
-    void TearDown() override {
-        if (previousSettings_)
-            ::setenv("BRELK_USER_SETTINGS_DIR", previousSettings_->c_str(), 1);
-        else
-            ::unsetenv("BRELK_USER_SETTINGS_DIR");
-    }
-
     fs::path Content(std::string_view relative = {}) const {
         return relative.empty() ? root_ / "Content" : root_ / "Content" / relative;
     }
 
     Testing::ScratchFolder root_;
-    std::optional<std::string> previousSettings_;
+    Testing::ScopedEnvironmentVariable settings_{"BRELK_USER_SETTINGS_DIR", root_ / "Settings"};
 };
 
 TEST_F(AssetManagerTest, CreatesAMissingFolderInAuthoringAndThrowsForOneInReadOnly) {

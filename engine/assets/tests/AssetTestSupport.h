@@ -14,6 +14,7 @@ namespace Brelk::Assets::Testing {
 
 using Brelk::Testing::ListFiles;
 using Brelk::Testing::ReadText;
+using Brelk::Testing::ScopedEnvironmentVariable;
 using Brelk::Testing::ScratchFolder;
 using Brelk::Testing::ThrownMessage;
 using Brelk::Testing::WriteText;
