@@ -14,6 +14,7 @@
 #include "engine/scene/CookedScene.h"
 #include "engine/scene/Scene.h"
 #include "engine/scene/SceneTextParser.h"
+#include "engine/scene/SceneTextWriter.h"
 #include "engine/scene/components/CoreComponents.h"
 
 #include <cstdio>

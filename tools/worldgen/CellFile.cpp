@@ -8,7 +8,7 @@
 #include "engine/scene/Scene.h"
 #include "engine/scene/SceneDocument.h"
 #include "engine/scene/SceneFile.h"
-#include "engine/scene/SceneTextParser.h"
+#include "engine/scene/SceneTextWriter.h"
 #include "engine/scene/components/CoreComponents.h"
 #include "engine/scene/components/EnvironmentSettings.h"
 

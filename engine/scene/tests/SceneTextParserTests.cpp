@@ -1,4 +1,5 @@
 #include "engine/scene/SceneTextParser.h"
+#include "engine/scene/SceneTextWriter.h"
 
 #include <gtest/gtest.h>
 
