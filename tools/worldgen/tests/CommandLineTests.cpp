@@ -47,12 +47,10 @@ std::string CLibraryFloatOutcome(const std::string& text) {
 TEST(ConvertArgument, ReadsAsTheCLibraryAndNamesTheStandardConversionInErrors) {
     const auto toSigned = [](const std::string& text) { return ConvertSignedArgument(text); };
     const auto toUnsigned = [](const std::string& text) { return ConvertUnsignedArgument(text); };
-    const auto toFloat = [](const std::string& text) { return ConvertFloatArgument(text); };
     const std::string badInt = "invalid:invalid stoi argument", bigInt = "range:stoi argument out of range";
     const std::string badUnsigned = "invalid:invalid stoul argument", bigUnsigned = "range:stoul argument out of range";
-    const std::string badFloat = "invalid:invalid stof argument", bigFloat = "range:stof argument out of range";
     const struct {
-        char kind; // 'i' signed, 'u' unsigned, 'f' float
+        char kind; // 'i' signed, 'u' unsigned
         std::string text;
         std::string outcome;
     } table[] = {
@@ -65,13 +63,9 @@ TEST(ConvertArgument, ReadsAsTheCLibraryAndNamesTheStandardConversionInErrors) {
         {'u', "-4294967295", "value:1"}, {'u', "-0", "value:0"}, {'u', "  33 samples", "value:33"},
         {'u', "many", badUnsigned}, {'u', "--1", badUnsigned}, {'u', "4294967296", bigUnsigned},
         {'u', "-4294967296", bigUnsigned}, {'u', "18446744073709551615", bigUnsigned},
-        {'f', "64", FloatValue(64.0f)}, {'f', " -2.5e1xyz", FloatValue(-25.0f)}, {'f', "abc", badFloat},
-        {'f', "1e39", bigFloat}, {'f', "1e-40", bigFloat},
     };
     for (const auto& c : table) {
-        const std::string outcome = c.kind == 'i'   ? Outcome(toSigned, c.text)
-                                    : c.kind == 'u' ? Outcome(toUnsigned, c.text)
-                                                    : Outcome(toFloat, c.text);
+        const std::string outcome = c.kind == 'i' ? Outcome(toSigned, c.text) : Outcome(toUnsigned, c.text);
         EXPECT_EQ(outcome, c.outcome) << c.kind << " \"" << c.text << '"';
     }
 }
@@ -135,19 +129,6 @@ TEST(ParseCommandLine, ParsesOptionsOverDefaultsWithTheLastOneWinning) {
         ASSERT_EQ(ParseCommandLine(c.args, options), CommandLineParse::Ok) << c.options;
         EXPECT_EQ(Describe(options), c.options);
     }
-}
-
-TEST(ParseCommandLine, AsksForUsageOnAnythingButAnOptionAndNamesAMissingValue) {
-    const std::vector<std::vector<std::string>> usage = {
-        {}, {"--cells", "10", "--bogus"}, {"--bogus", "--content"}, {"--content=C"}, {"C"}, {"--help"},
-        {"--CONTENT", "C"}, {"--cells", "3"}, {"--content", ""}};
-    for (const std::vector<std::string>& args : usage) {
-        WorldGenOptions options;
-        EXPECT_EQ(ParseCommandLine(args, options), CommandLineParse::Usage) << args.size();
-    }
-    WorldGenOptions options;
-    const std::vector<std::string> args{"--cells", "3", "--content"};
-    EXPECT_EQ(Testing::ThrownMessage([&] { (void)ParseCommandLine(args, options); }), "missing value for --content");
 }
 
 TEST(ResolveToolPaths, PutsRelativePathsBelowTheAbsoluteContentFolderUnnormalised) {

@@ -50,10 +50,13 @@ TEST(WorldAssetText, WritesTheHeadLinesAndSortedCells) {
     EXPECT_EQ(FormatWorldAssetText(WorldAsset{}), kEmptyWorldText);
 }
 
-TEST(WorldAssetText, RoundTripsEveryFieldAndFloatsBitForBit) {
-    WorldAsset read;
+TEST(WorldAssetText, RoundTripsEveryFieldThroughTheDiskAndFloatsBitForBit) {
+    ScratchFolder folder;
+    const fs::path path = folder / "Worlds/Procedural.bworld";
     std::string error;
-    ASSERT_TRUE(ParseWorldAssetText(FormatWorldAssetText(SampleWorld()), "w", read, &error)) << error;
+    ASSERT_TRUE(WriteWorldAsset(path, SampleWorld(), &error)) << error;
+    WorldAsset read;
+    ASSERT_TRUE(ReadWorldAsset(path, read, &error)) << error;
     EXPECT_EQ(read, Sorted(SampleWorld()));
     WorldAsset world;
     for (const float value : {1.0f / 3.0f, 16777217.0f, 1e-38f, 3.4028235e38f, 7.0064923e-45f}) {
@@ -131,17 +134,6 @@ TEST(WorldAssetText, ReportsEachBrokenInputExactly) {
     }
 }
 
-TEST(WorldAssetFile, RoundTripsThroughTheDisk) {
-    ScratchFolder folder;
-    const fs::path path = folder / "Worlds/Procedural.bworld";
-    std::string error;
-    ASSERT_TRUE(WriteWorldAsset(path, SampleWorld(), &error)) << error;
-    WorldAsset read;
-    ASSERT_TRUE(ReadWorldAsset(path, read, &error)) << error;
-    EXPECT_EQ(read, Sorted(SampleWorld()));
-    EXPECT_EQ(ReadText(path), FormatWorldAssetText(SampleWorld()));
-}
-
 TEST(WorldAssetFile, ReadFailuresNameThePathAndResetTheWorld) {
     ScratchFolder folder;
     WriteText(folder / "note.bworld", "# note\n");
@@ -179,7 +171,7 @@ TEST(WorldAssetFile, FailedWritesNameTheStepAndLeaveTheEarlierFile) {
     EXPECT_EQ(error.rfind("Failed to create " + (folder / "file").string() + ": ", 0), 0u) << error;
 }
 
-TEST(GridArithmetic, NamesCellFilesAndPlacesCornersRoundingEachStepInSinglePrecision) {
+TEST(GridArithmetic, NamesCellFilesAndPlacesCorners) {
     EXPECT_EQ(CellsFolder("Worlds/Procedural.bworld"), fs::path("Worlds/Procedural.bworld.cells"));
     EXPECT_EQ(CellFilePath("W/Foo.bworld", {-12, 3}), fs::path("W/Foo.bworld.cells/cell_-12_3.bcell"));
     WorldAsset world;
@@ -187,11 +179,6 @@ TEST(GridArithmetic, NamesCellFilesAndPlacesCornersRoundingEachStepInSinglePreci
     world.originZ = -5.0f;
     EXPECT_EQ(CellOrigin(world, {-12, 3}), glm::vec2(-758.0f, 187.0f));
     EXPECT_EQ(CellOuterCorner(world, {-12, 3}), glm::vec2(-694.0f, 251.0f));
-    world.cellSize = 0.1f;
-    world.originX = 1e8f;
-    volatile float product = static_cast<float>(3) * 0.1f;
-    volatile float expected = product + 1e8f;
-    EXPECT_EQ(CellOrigin(world, {3, 0}).x, expected);
 }
 
 TEST(GridArithmetic, FindsTheCellUnderAPositionRoundingDownAndGuarded) {

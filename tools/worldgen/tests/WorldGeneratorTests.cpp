@@ -3,8 +3,6 @@
 #include "engine/scene/Scene.h"
 #include "engine/scene/SceneFile.h"
 #include "engine/scene/components/CoreComponents.h"
-#include "engine/scene/components/PhysicsComponents.h"
-#include "engine/scene/components/RenderComponents.h"
 #include "tools/worldgen/Sampling.h"
 #include "tools/worldgen/WorldAsset.h"
 #include "tools/worldgen/tests/WorldFixture.h"
@@ -42,14 +40,6 @@ std::vector<CellCoord> Coords(const WorldAsset& world) {
     return coords;
 }
 
-TEST(GridStart, CentresEvenAndOddGrids) {
-    EXPECT_EQ(GridStart(1), 0);
-    EXPECT_EQ(GridStart(2), -1);
-    EXPECT_EQ(GridStart(3), -1);
-    EXPECT_EQ(GridStart(5), -2);
-    EXPECT_EQ(GridStart(24), -12);
-}
-
 TEST_F(GenerateProceduralWorldTest, RefusesAnEmptyGridOrABadCellSizeAndTouchesNothing) {
     WriteText(WorldPath(), "earlier");
     for (const auto& change : std::initializer_list<void (*)(ProceduralWorldSettings&)>{
@@ -71,11 +61,8 @@ TEST_F(GenerateProceduralWorldTest, CentresGridsOfOneTwoAndThree) {
     EXPECT_EQ(Coords(GenerateAndRead(Grid(1))), (std::vector<CellCoord>{{0, 0}}));
     EXPECT_EQ(Coords(GenerateAndRead(Grid(2))), (std::vector<CellCoord>{{-1, -1}, {0, -1}, {-1, 0}, {0, 0}}));
     const std::vector<CellCoord> three = Coords(GenerateAndRead(Grid(3)));
-    ASSERT_EQ(three.size(), 9u);
-    EXPECT_EQ(three.front(), (CellCoord{-1, -1}));
-    EXPECT_EQ(three[1], (CellCoord{0, -1}));
+    EXPECT_EQ(std::vector<CellCoord>(three.begin(), three.begin() + 2), (std::vector<CellCoord>{{-1, -1}, {0, -1}}));
     EXPECT_EQ(three.back(), (CellCoord{1, 1}));
-    EXPECT_EQ(fs::directory_iterator(CellsFolder(WorldPath()))->path().extension(), ".bcell");
 }
 
 TEST_F(GenerateProceduralWorldTest, TheDefaultWorldHas576CellsOf41Entities) {
@@ -92,9 +79,7 @@ TEST_F(GenerateProceduralWorldTest, TheDefaultWorldHas576CellsOf41Entities) {
     EXPECT_EQ(result.cellCount, 576u);
     EXPECT_EQ(result.entityCount, 23616u);
     EXPECT_EQ(result.cellFileBytes, fileBytes);
-    EXPECT_EQ(result.residentBytes, (23616u * 512u + fileBytes) * 2u);
     EXPECT_EQ(result.worldPath, WorldPath());
-    EXPECT_EQ(ReadText(WorldPath()).substr(0, 55), "brelk_world 1\ncell_size 64\norigin 0 0\nnavigation 0\ncell");
     EXPECT_NE(assets.GetRegistry().HandleOfPath(WorldPath()), Assets::kNullAssetHandle);
 }
 
@@ -110,41 +95,6 @@ TEST_F(GenerateProceduralWorldTest, CellsWithoutTerrainStartTheirGuidsAtTheFirst
         ASSERT_NE(first, Scene::kNullEntity);
         EXPECT_EQ(scene.GetName(first), "Prop 0");
     }
-}
-
-TEST_F(GenerateProceduralWorldTest, PropsFollowTheCellStream) {
-    const ProceduralWorldSettings settings = Grid(24, 1, 0);
-    (void)GenerateAndRead(settings);
-    const Scene::Scene scene = LoadCell({-12, -12});
-    const Scene::Entity prop = scene.FindEntityByGuid(MakeProceduralGuid(1, -12, -12, 0));
-    ASSERT_NE(prop, Scene::kNullEntity);
-    // The first six 24-bit draws of this cell's stream, each scaled into its range.
-    const auto draw = [](std::uint32_t bits, float lo, float span) {
-        return static_cast<float>(bits) * 5.9604645e-8f * span + lo;
-    };
-    const float originX = -12.0f * 64.0f;
-    const float px = draw(0x321B8D, 1.0f, 62.0f) + originX;
-    const float pz = draw(0x552D5C, 1.0f, 62.0f) + originX;
-    const glm::vec3 scale{draw(0xBBBCD4, 0.8f, 3.2f), draw(0x771E61, 0.8f, 8.2f), draw(0xAFE783, 0.8f, 3.2f)};
-    const Scene::Transform& transform = scene.Get<Scene::TransformComponent>(prop).transform;
-    EXPECT_EQ(transform.position.x, px);
-    EXPECT_EQ(transform.position.z, pz);
-    EXPECT_EQ(transform.scale, scale);
-    EXPECT_EQ(transform.rotation, glm::vec3(0.0f, draw(0xFF9604, 0.0f, 360.0f), 0.0f));
-    EXPECT_EQ(transform.position.y, SampleHeight(px, pz, settings) + scale.y * 0.5f);
-    const auto& renderer = scene.Get<Scene::MeshRendererComponent>(prop);
-    EXPECT_EQ(renderer.mesh, assets.GetBuiltinCube());
-    EXPECT_EQ(renderer.materialSlots, std::vector<std::uint64_t>{assets.GetBuiltinDefaultMaterial()});
-    EXPECT_EQ(scene.Get<Scene::ColliderComponent>(prop).gameplayLayer, Scene::GameplayLayer::Wall);
-}
-
-TEST_F(GenerateProceduralWorldTest, CellsWithoutEntitiesHoldTheVersionAndEnvironmentAlone) {
-    const WorldAsset world = GenerateAndRead(Grid(1, 0, 0));
-    EXPECT_EQ(world.cells[0].entityCount, 0u);
-    const std::string text = ReadText(CellFilePath(WorldPath(), {0, 0}));
-    EXPECT_EQ(text.rfind("scene_version 6\ncomponent_schema \"EnvironmentSettings\" 1 7\n", 0), 0u);
-    EXPECT_EQ(text.find("entity "), std::string::npos);
-    EXPECT_TRUE(LoadCell({0, 0}).Entities().empty());
 }
 
 TEST_F(GenerateProceduralWorldTest, MorePropsKeepTheFirstProps) {
