@@ -64,8 +64,9 @@ public:
     // Makes the manager serve `contentRoot`: creates the content folder (Authoring), the
     // engine's exports folder (Authoring) and the generated-shaders folder, scans the content
     // folder with a new registry, writing a sidecar beside each source that lacks a readable
-    // one, and registers the built-ins. May be called again for another folder; a Guid keeps
-    // its handle. Throws std::runtime_error "Read-only asset content directory is missing:
+    // one, registers the built-ins and loads the materials, clips, controllers, UI documents and
+    // rig definitions of the folder, in that order; a file that fails is logged and left out.
+    // May be called again for another folder; a Guid keeps its handle. Throws std::runtime_error "Read-only asset content directory is missing:
     // <path>" for a missing ReadOnly folder and std::filesystem::filesystem_error when a
     // folder cannot be created or resolved.
     void Initialize(const std::filesystem::path& contentRoot, AssetSourceMode mode);
