@@ -8,7 +8,7 @@
 #include "engine/scene/PluginComponentNames.h"
 #include "engine/scene/PreservedRecordSet.h"
 #include "engine/scene/Registry.h"
-#include "engine/scene/plugins/DynamicComponentSlot.h"
+#include "engine/scene/plugins/PluginSlotRegistration.h"
 
 #include <algorithm>
 #include <cstring>
@@ -158,23 +158,30 @@ void AddUnusedRows(ComponentTypeEntry& entry, std::size_t stringOffset, const st
     }
 }
 
-template <std::size_t N>
-ComponentTypeEntry* RegisterSlot(SlotState& slot, const std::vector<std::size_t>& offsets) {
-    using Slot = DynamicComponentSlot<N>;
-    const PluginComponentDefinition& definition = slot.definition;
+Detail::PluginSlotRegistrar RegistrarOf(std::size_t index) {
+    using namespace Detail;
+    const std::array<PluginSlotRegistrar, kPluginSlotsPerFile>* files[] = {
+        &kPluginSlotRegistrars0, &kPluginSlotRegistrars1, &kPluginSlotRegistrars2, &kPluginSlotRegistrars3};
+    return (*files[index / kPluginSlotsPerFile])[index % kPluginSlotsPerFile];
+}
+
+} // namespace
+
+namespace Detail {
+
+ComponentFlags PluginComponentFlags(const PluginComponentDefinition& definition) {
     ComponentFlags flags = ComponentFlags::None;
     if (definition.userAddable) flags = flags | ComponentFlags::UserAddable;
     if (definition.saved) flags = flags | ComponentFlags::Saved;
-    ComponentTypeEntry& entry = ComponentRegistry::Instance().RegisterComponent<Slot>(
-        definition.name, definition.displayName.empty() ? definition.name : definition.displayName,
-        definition.group.empty() ? "Plugins" : definition.group, flags);
+    return flags;
+}
+
+ComponentTypeEntry& FinishPluginSlotEntry(ComponentTypeEntry& entry, const PluginComponentDefinition& definition,
+                                          const std::vector<std::size_t>& offsets) {
     entry.description = definition.description.empty()
                             ? "Plugin component of " + definition.pluginId + "."
                             : definition.description;
     auto& reflection = Reflection::ReflectionRegistry::Instance();
-    reflection.RegisterType<Slot>(entry.name, entry.displayName, entry.group, std::max(definition.version, 1u));
-
-    const std::size_t stringOffset = offsetof(Slot, strings);
     std::vector<bool> stringUsed(kPluginStringCount, false);
     for (std::size_t i = 0; i < offsets.size(); ++i) {
         const PluginFieldDefinition& field = definition.fields[i];
@@ -187,7 +194,9 @@ ComponentTypeEntry* RegisterSlot(SlotState& slot, const std::vector<std::size_t>
             field.defaultValue);
         entry.fields.push_back(ComponentFieldInfo{field.name, offsets[i], layout.size, layout.alignment,
                                                   static_cast<std::uint8_t>(ComponentFieldSource::SchemaProperty)});
-        if (field.kind == PluginFieldKind::String) stringUsed[(offsets[i] - stringOffset) / kStringBytes] = true;
+        if (field.kind == PluginFieldKind::String) {
+            stringUsed[(offsets[i] - kPluginStringOffset) / kStringBytes] = true;
+        }
         if (field.kind == PluginFieldKind::Guid && field.entityReference) {
             entry.remap.push_back([offset = offsets[i]](void* component, const EntityReferenceRemapper& remapper) {
                 auto* bytes = static_cast<std::byte*>(component) + offset;
@@ -198,30 +207,11 @@ ComponentTypeEntry* RegisterSlot(SlotState& slot, const std::vector<std::size_t>
             });
         }
     }
-    AddUnusedRows(entry, stringOffset, stringUsed);
+    AddUnusedRows(entry, kPluginStringOffset, stringUsed);
     // The install validated the table before this type joined it.
     ValidateComponentEntry(entry);
-    return &entry;
+    return entry;
 }
-
-using RegisterSlotFunction = ComponentTypeEntry* (*)(SlotState&, const std::vector<std::size_t>&);
-
-template <std::size_t... N>
-constexpr std::array<RegisterSlotFunction, sizeof...(N)> MakeRegisterTable(std::index_sequence<N...>) {
-    return {&RegisterSlot<N>...};
-}
-
-template <std::size_t... N>
-constexpr std::array<std::size_t, sizeof...(N)> MakeStringOffsets(std::index_sequence<N...>) {
-    return {offsetof(DynamicComponentSlot<N>, strings)...};
-}
-
-constexpr auto kRegisterSlot = MakeRegisterTable(std::make_index_sequence<kPluginComponentSlots>{});
-constexpr auto kStringOffsets = MakeStringOffsets(std::make_index_sequence<kPluginComponentSlots>{});
-
-} // namespace
-
-namespace Detail {
 
 const std::array<std::byte, kPluginDataBytes>& PluginSlotDefaults(std::size_t index) noexcept {
     return Slots()[index].defaults;
@@ -262,16 +252,16 @@ ComponentTypeEntry* DefinePluginComponent(const PluginComponentDefinition& defin
     }
     const auto index = static_cast<std::size_t>(free - slots.begin());
     std::vector<std::size_t> offsets;
-    if (!LayOutFields(definition, kStringOffsets[index], offsets, error)) return nullptr;
+    if (!LayOutFields(definition, Detail::kPluginStringOffset, offsets, error)) return nullptr;
 
     SlotState& slot = *free;
     slot.definition = definition;
-    WriteDefaults(slot, kStringOffsets[index], offsets);
+    WriteDefaults(slot, Detail::kPluginStringOffset, offsets);
     // From here the slot is spent even if registration fails: its native type may be
     // half registered, so a later definition takes the next one.
     slot.used = true;
     try {
-        slot.entry = kRegisterSlot[index](slot, offsets);
+        slot.entry = RegistrarOf(index)(slot.definition, offsets);
     } catch (const std::exception& exception) {
         Fail(error, "The component '" + name + "' could not be registered: " + exception.what());
         return nullptr;

@@ -1,0 +1,8 @@
+#include "engine/scene/plugins/PluginSlotRegistration.h"
+
+namespace Brelk::Scene::Detail {
+
+constexpr std::array<PluginSlotRegistrar, kPluginSlotsPerFile> kPluginSlotRegistrars1 =
+    MakePluginSlotRegistrars<1 * kPluginSlotsPerFile>(std::make_index_sequence<kPluginSlotsPerFile>{});
+
+} // namespace Brelk::Scene::Detail
