@@ -128,20 +128,16 @@ TEST_F(MaterialFileTest, RoundTripsEveryFieldWithReferencesThroughTheRegistry) {
     material.graph.nextId = 42;
 
     ASSERT_TRUE(WriteMaterialAsset(root_ / "Out/Full.bmatinst", material, &registry_));
-    const std::string text = ReadText(root_ / "Out/Full.bmatinst");
-    const std::string rock = AssetReferenceOf(registry_, rock_);
-    EXPECT_EQ(text.substr(0, 10), "version 3\n");
-    for (const std::string& line : std::vector<std::string>{
-             "parent_material_ref \"" + AssetReferenceOf(registry_, base_) + "\"\n",
-             "emissive 1,0,0.5,0\nemissive_intensity 0\n",
-             "albedo_texture_ref \"" + rock + "\"\nnormal_texture_ref \"\"\n",
-             "override_ref \"Albedo\" 0 0,0,0,0 \"\"\noverride_ref \"Tint \\\"A\\\"\" 1 1,0.5,0,1 \"" + rock + "\"\n",
-             "node 40 Texture2D 0 0 \"Rock \\\\ Moss\"\npin 40 41 Output Texture2D 0 1 \"Texture\"\nprop_ref 40 "
-             "\"asset\" \"" +
-                 rock + "\"\nprop 40 \"color_space\" \"linear\"\n",
-             std::string("cull_mode Back\n")}) {
-        EXPECT_NE(text.find(line), std::string::npos) << line << "\n---\n" << text;
+    std::string text = ReadText(root_ / "Out/Full.bmatinst");
+    for (const auto& [handle, word] : {std::pair{rock_, "ROCK"}, std::pair{base_, "BASE"}}) {
+        const std::string reference = AssetReferenceOf(registry_, handle);
+        for (std::size_t at = text.find(reference); at != std::string::npos; at = text.find(reference))
+            text.replace(at, reference.size(), word);
     }
+    const fs::path golden = fs::path(BRELK_TEST_DATA_DIR).parent_path().parent_path() / "materials" / "tests" /
+                            "data" / "FullInstance.bmatinst";
+    if (std::getenv("BRELK_UPDATE_GOLDEN")) WriteText(golden, text);
+    EXPECT_EQ(text, ReadText(golden));
 
     MaterialAsset back;
     ASSERT_TRUE(ReadMaterialAsset(root_ / "Out/Full.bmatinst", back, &registry_));
