@@ -272,11 +272,6 @@ TEST_F(MaterialFileTest, BareHandlesAreMigratedOnlyInOldFilesAndReferencesThatFa
         ReadBack("version 3\nalbedo_texture 123\nnormal_texture_ref \"content:x\"\n", nullptr);
     EXPECT_EQ(without.albedoTexture, 123u);
     EXPECT_EQ(without.normalTexture, 0u);
-
-    WriteText(root_ / "In.bmat", "node 4 Texture2D 0 0 \"Tex\"\nprop 4 \"asset\" \"rock\"\n");
-    MaterialAsset material;
-    EXPECT_EQ(Testing::ThrownMessage([&] { (void)ReadMaterialAsset(root_ / "In.bmat", material, &registry_); }),
-              "stoull");
 }
 
 TEST(MaterialExtensionTest, KnowsTheFourKindsInAnyCase) {
