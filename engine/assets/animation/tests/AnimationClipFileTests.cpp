@@ -114,7 +114,7 @@ TEST_F(AnimationClipFileTest, RawAndCookedFilesRoundTripEveryFieldButTheAudioHan
     EXPECT_TRUE(HasAnimationClipHead(folder_ / "Walk.cooked"));
 }
 
-TEST_F(AnimationClipFileTest, OldVersionsReadWithClampedModesAndDefaults) {
+TEST_F(AnimationClipFileTest, OldVersionsReadWithClampedModesAndDefaultsAndAGoneSkeletonWarns) {
     AnimationClip clip;
     ASSERT_TRUE(ParseAnimationClip(VersionTwoClip(-1, 7, -2.0f), registry_, "Old", &clip));
     EXPECT_EQ(clip.modes, (std::array<std::int32_t, 7>{0, 1, 1, 1, 1, 1, 2}));
@@ -122,12 +122,12 @@ TEST_F(AnimationClipFileTest, OldVersionsReadWithClampedModesAndDefaults) {
     ASSERT_TRUE(ParseAnimationClip(VersionTwoClip(0, 0, std::nanf("")), registry_, "Old", &clip));
     EXPECT_EQ(clip.valueA, 0.0f);
 
-    // Version 1: duration and looping, then an event of four fields and one track.
+    // Version 1: duration and looping, then an event of four fields and one track; its skeleton is gone.
     ByteWriter writer;
     writer.WriteU32(kAnimationClipMagic);
     writer.WriteU32(1);
     writer.WriteString("V1");
-    writer.WriteString("");
+    writer.WriteString("content:Gone.bskel");
     writer.WriteF32(3.0f);
     writer.WriteU8(1);
     writer.WriteU32(1);
@@ -142,7 +142,12 @@ TEST_F(AnimationClipFileTest, OldVersionsReadWithClampedModesAndDefaults) {
     writer.WriteU32(0);
     writer.WriteU32(1);
     for (float value : {0.0f, 2.0f, 2.0f, 2.0f}) writer.WriteF32(value);
-    ASSERT_TRUE(ParseAnimationClip(writer.Bytes(), registry_, "V1", &clip));
+    LogCapture log;
+    ASSERT_TRUE(ParseAnimationClip(writer.Bytes(), registry_, "Clips/V1.bclip", &clip));
+    EXPECT_EQ(log.Messages(Core::LogLevel::Warning),
+              std::vector<std::string>{
+                  "Unresolved animation clip skeleton reference in Clips/V1.bclip (clip.skeleton): content:Gone.bskel"});
+    EXPECT_EQ(clip.skeleton, 0u);
     EXPECT_EQ(clip.name, "V1");
     EXPECT_EQ(clip.duration, 3.0f);
     EXPECT_TRUE(clip.looping);
@@ -192,24 +197,8 @@ TEST_F(AnimationClipFileTest, BrokenFilesGiveTheirMessages) {
     }
 }
 
-TEST_F(AnimationClipFileTest, AnUnresolvedSkeletonWarnsAndAFileThatIsNoClipSaysWhy) {
-    ByteWriter writer;
-    writer.WriteU32(kAnimationClipMagic);
-    writer.WriteU32(1);
-    writer.WriteString("Lost");
-    writer.WriteString("content:Gone.bskel");
-    writer.WriteF32(1.0f);
-    writer.WriteU8(0);
-    writer.WriteU32(0);
-    writer.WriteU32(0);
-    LogCapture log;
+TEST_F(AnimationClipFileTest, AFileThatIsNoClipSaysWhy) {
     AnimationClip clip;
-    ASSERT_TRUE(ParseAnimationClip(writer.Bytes(), registry_, "Clips/Lost.bclip", &clip));
-    EXPECT_EQ(clip.skeleton, 0u);
-    EXPECT_EQ(log.Messages(Core::LogLevel::Warning),
-              std::vector<std::string>{
-                  "Unresolved animation clip skeleton reference in Clips/Lost.bclip (clip.skeleton): content:Gone.bskel"});
-
     std::string error;
     EXPECT_FALSE(LoadAnimationClip(folder_ / "Missing.bclip", registry_, &clip, &error));
     EXPECT_TRUE(error.starts_with("Failed to open animation clip asset. Failed to open ")) << error;

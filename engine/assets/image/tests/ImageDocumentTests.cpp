@@ -13,11 +13,6 @@ namespace {
 
 using Testing::ScratchFolder;
 
-ImageDocument SmallDocument() {
-    ImageDocument document = MakeImageDocument(4, 4);
-    return document;
-}
-
 std::vector<ImagePixel> Filled(std::size_t count, float value) {
     return std::vector<ImagePixel>(count, ImagePixel{value, value, value, 1.0f});
 }
@@ -27,7 +22,7 @@ TEST(ImageDocumentTest, ValidationChecksItsThreeInvariantsInOrder) {
     const char* const kMemory = "Image layer memory exceeds limits.";
     const char* const kLayer = "Invalid image layer identity, settings or pixels.";
     auto withLayers = [](std::size_t count) {
-        ImageDocument document = SmallDocument();
+        ImageDocument document = MakeImageDocument(4, 4);
         for (std::size_t i = 0; i < count; ++i) {
             ImageLayer& layer = document.layers.emplace_back();
             layer.identity = Core::Guid::New();
@@ -69,7 +64,7 @@ TEST(ImageDocumentTest, ValidationChecksItsThreeInvariantsInOrder) {
 TEST(ImageDocumentTest, ACommandExactlyAtTheBudgetPassesAndOneByteMoreChangesNothing) {
     // A 4x4 layer remembers 256 bytes, so adding one costs 472.
     for (const std::uint64_t budget : {472u, 471u}) {
-        ImageDocument document = SmallDocument();
+        ImageDocument document = MakeImageDocument(4, 4);
         document.historyBudget = budget;
         ImageDocumentEditor editor(document);
         std::string error;
@@ -87,7 +82,7 @@ TEST(ImageDocumentTest, ACommandExactlyAtTheBudgetPassesAndOneByteMoreChangesNot
 }
 
 TEST(ImageDocumentTest, CommandsUndoRedoAndOldOnesLeaveAFullHistory) {
-    ImageDocument document = SmallDocument();
+    ImageDocument document = MakeImageDocument(4, 4);
     document.historyBudget = 472 + 216 + 2 * 4 * 16;
     ImageDocumentEditor editor(document);
     Core::Guid layer;
@@ -117,7 +112,7 @@ TEST(ImageDocumentTest, CommandsUndoRedoAndOldOnesLeaveAFullHistory) {
 }
 
 TEST(ImageDocumentTest, RefusedCommandsSayWhyAndChangeNothing) {
-    ImageDocument document = SmallDocument();
+    ImageDocument document = MakeImageDocument(4, 4);
     document.maxLayers = 2;
     ImageDocumentEditor editor(document);
     Core::Guid open;
@@ -181,7 +176,7 @@ TEST(ImageDocumentTest, RefusedCommandsSayWhyAndChangeNothing) {
 }
 
 TEST(ImageDocumentTest, MasksCanvasAndBakeCommandsRoundTripThroughUndo) {
-    ImageDocument document = SmallDocument();
+    ImageDocument document = MakeImageDocument(4, 4);
     ImageDocumentEditor editor(document);
     Core::Guid layer;
     std::vector<ImagePixel> pixels;
@@ -214,7 +209,7 @@ TEST(ImageDocumentTest, MasksCanvasAndBakeCommandsRoundTripThroughUndo) {
         {255, "Canvas allocation exceeds undo budget."},
     };
     for (const auto& [budget, message] : budgets) {
-        ImageDocument tight = SmallDocument();
+        ImageDocument tight = MakeImageDocument(4, 4);
         tight.historyBudget = budget;
         tight.layers.emplace_back().identity = Core::Guid::New();
         tight.layers[0].pixels.resize(16);
@@ -226,7 +221,7 @@ TEST(ImageDocumentTest, MasksCanvasAndBakeCommandsRoundTripThroughUndo) {
         EXPECT_EQ(error, message);
         EXPECT_EQ(small.Document(), tight);
     }
-    ImageDocument empty = SmallDocument();
+    ImageDocument empty = MakeImageDocument(4, 4);
     empty.historyBudget = 215;
     ImageDocumentEditor bare(empty);
     std::string error;
@@ -235,7 +230,7 @@ TEST(ImageDocumentTest, MasksCanvasAndBakeCommandsRoundTripThroughUndo) {
 }
 
 TEST(ImageDocumentTest, FlipbookAtlasGridFollowsTheVisibleFrames) {
-    ImageDocument document = SmallDocument();
+    ImageDocument document = MakeImageDocument(4, 4);
     auto addFrames = [&](int count, bool visible) {
         for (int i = 0; i < count; ++i) {
             ImageLayer& layer = document.layers.emplace_back();
@@ -268,7 +263,7 @@ TEST(ImageDocumentTest, FlipbookAtlasGridFollowsTheVisibleFrames) {
 
 TEST(ImageDocumentTest, FilesRoundTripAndRefuseBrokenPayloads) {
     ScratchFolder folder;
-    ImageDocument document = SmallDocument();
+    ImageDocument document = MakeImageDocument(4, 4);
     ImageDocumentEditor editor(document);
     Core::Guid layer;
     ImageLayerSettings settings;

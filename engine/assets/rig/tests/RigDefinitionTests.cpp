@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 namespace Brelk::Assets {
 namespace {
 
@@ -26,16 +28,6 @@ Skeleton MakeSkeleton(std::string name, std::initializer_list<std::tuple<const c
     return skeleton;
 }
 
-std::vector<std::string> RoleList(const RigDefinition& definition) {
-    std::vector<std::string> roles;
-    for (std::uint32_t role = 0; role < kRigBoneRoleCount; ++role) {
-        if (!definition.roles[role].empty()) {
-            roles.push_back(std::string(RigRoleName(role)) + "=" + definition.roles[role]);
-        }
-    }
-    return roles;
-}
-
 TEST(RigDefinitionTest, NamesNormaliseAndRolesHaveTheirTextForms) {
     const std::pair<const char*, const char*> rows[] = {
         {"mixamorig:LeftUpLeg", "_left_up_leg_"}, {"Left_Up_Leg", "_left_up_leg_"},
@@ -51,9 +43,10 @@ TEST(RigDefinitionTest, NamesNormaliseAndRolesHaveTheirTextForms) {
     EXPECT_FALSE(ParseRigRole("leftlowerarm", &role));
 }
 
-TEST(RigDefinitionTest, InfersRolesFromAMixamoSkeleton) {
+// Roles from a Mixamo skeleton, and bodies sized from a bind pose 1.2 high, as the writer gives them.
+TEST(RigDefinitionTest, InfersRolesAndBodiesAsTheGoldenFileHolds) {
     const glm::vec3 up(0.0f, 0.1f, 0.0f);
-    const Skeleton skeleton = MakeSkeleton(
+    const Skeleton mixamo = MakeSkeleton(
         "", {{"Armature", -1, {}},
              {"mixamorig:Hips", 0, up},
              {"mixamorig:Spine", 1, up},
@@ -73,17 +66,26 @@ TEST(RigDefinitionTest, InfersRolesFromAMixamoSkeleton) {
              {"mixamorig:RightFoot", 15, -up},
              {"mixamorig:RightToeBase", 16, -up},
              {"RightHandArm", 4, up}});
-    const RigDefinition definition = InferRigDefinition(skeleton);
-    EXPECT_EQ(definition.name, "Rig");
-    EXPECT_EQ(RoleList(definition),
-              (std::vector<std::string>{"Root=Armature", "Hips=mixamorig:Hips", "Spine=mixamorig:Spine",
-                                        "Spine1=mixamorig:Spine1", "Spine2=mixamorig:Spine2", "Neck=mixamorig:Neck",
-                                        "Head=mixamorig:Head", "LeftShoulder=mixamorig:LeftShoulder",
-                                        "LeftUpperArm=mixamorig:LeftArm", "LeftLowerArm=mixamorig:LeftForeArm",
-                                        "LeftHand=mixamorig:LeftHand", "RightHand=RightHandArm",
-                                        "RightUpperLeg=mixamorig:RightUpLeg", "RightLowerLeg=mixamorig:RightLeg",
-                                        "RightFoot=mixamorig:RightFoot"}));
+    const Skeleton hero = MakeSkeleton("Hero", {{"Hips", -1, {0.0f, 1.0f, 0.0f}},
+                                                    {"Spine", 0, {0.0f, 0.5f, 0.0f}},
+                                                    {"Neck", 1, {0.0f, 0.5f, 0.0f}},
+                                                    {"Head", 2, {0.0f, 0.2f, 0.0f}},
+                                                    {"LeftArm", 1, {0.3f, 0.0f, 0.0f}},
+                                                    {"LeftForeArm", 4, {0.3f, 0.0f, 0.0f}}});
+    const RigDefinition inferred = InferRigDefinition(hero);
+    const std::string text = SerializeRigDefinition(InferRigDefinition(mixamo)) + SerializeRigDefinition(inferred);
+    const std::filesystem::path golden = std::filesystem::path(BRELK_TEST_DATA_DIR).parent_path().parent_path() /
+                                         "rig" / "tests" / "data" / "InferredRigs.brigdef";
+    if (std::getenv("BRELK_UPDATE_GOLDEN")) WriteText(golden, text);
+    EXPECT_EQ(text, Testing::ReadText(golden));
     EXPECT_EQ(InferRigDefinition(Skeleton{}), RigDefinition{});
+
+    ScratchFolder folder;
+    ASSERT_TRUE(SaveRigDefinition(inferred, folder / "Rigs/Hero.brigdef"));
+    RigDefinition loaded;
+    std::string error;
+    ASSERT_TRUE(LoadRigDefinition(folder / "Rigs/Hero.brigdef", &loaded, &error)) << error;
+    EXPECT_EQ(loaded, inferred);
 }
 
 TEST(RigDefinitionTest, SpinesOfOneTwoOrNoBones) {
@@ -108,61 +110,9 @@ TEST(RigDefinitionTest, SpinesOfOneTwoOrNoBones) {
     }
 }
 
-TEST(RigDefinitionTest, BodiesAreSizedFromTheBindPose) {
-    const Skeleton skeleton = MakeSkeleton("Hero", {{"Hips", -1, {0.0f, 1.0f, 0.0f}},
-                                                    {"Spine", 0, {0.0f, 0.5f, 0.0f}},
-                                                    {"Neck", 1, {0.0f, 0.5f, 0.0f}},
-                                                    {"Head", 2, {0.0f, 0.2f, 0.0f}},
-                                                    {"LeftArm", 1, {0.3f, 0.0f, 0.0f}},
-                                                    {"LeftForeArm", 4, {0.3f, 0.0f, 0.0f}}});
-    const RigDefinition definition = InferRigDefinition(skeleton);
-    ASSERT_EQ(definition.bodies.size(), 5u);
-    struct Expected {
-        const char* bone;
-        RagdollBodyShape shape;
-        float radius;
-        float halfHeight;
-        glm::vec3 offset;
-        glm::vec3 rotation;
-        float mass;
-    };
-    // The skeleton is 1.2 high, so every radius is 1.2 times its fraction.
-    const Expected expected[] = {
-        {"Hips", RagdollBodyShape::Capsule, 0.09f, 0.16f, {0, 0.25f, 0}, {0, 0, 0}, 12.0f},
-        {"Spine", RagdollBodyShape::Capsule, 0.084f, 0.166f, {0, 0.25f, 0}, {0, 0, 0}, 10.0f},
-        {"Head", RagdollBodyShape::Sphere, 0.066f, 0.12f, {0, 0.066f, 0}, {0, 0, 0}, 5.0f},
-        {"LeftArm", RagdollBodyShape::Capsule, 0.036f, 0.114f, {0.15f, 0, 0}, {0, 0, -90.0f}, 2.5f},
-        {"LeftForeArm", RagdollBodyShape::Sphere, 0.03f, 0.12f, {0, 0.03f, 0}, {0, 0, 0}, 1.5f},
-    };
-    for (std::size_t i = 0; i < std::size(expected); ++i) {
-        const RagdollBodyDefinition& body = definition.bodies[i];
-        EXPECT_EQ(body.bone, expected[i].bone);
-        EXPECT_EQ(body.shape, expected[i].shape) << body.bone;
-        EXPECT_NEAR(body.radius, expected[i].radius, 1e-6f) << body.bone;
-        EXPECT_NEAR(body.halfHeight, expected[i].halfHeight, 1e-6f) << body.bone;
-        for (int axis = 0; axis < 3; ++axis) {
-            EXPECT_NEAR(body.offset[axis], expected[i].offset[axis], 1e-6f) << body.bone;
-            EXPECT_NEAR(body.rotation[axis], expected[i].rotation[axis], 1e-4f) << body.bone;
-        }
-        EXPECT_EQ(body.mass, expected[i].mass);
-    }
-    EXPECT_EQ(definition.bodies[3].swing, glm::vec2(70.0f, 70.0f));
-    EXPECT_EQ(definition.bodies[4].twist, glm::vec2(-20.0f, 20.0f));
-    EXPECT_EQ(definition.bodies[2].strength, 0.8f);
-}
-
-TEST(RigDefinitionTest, FilesRoundTripAndReadTheirShortForms) {
-    ScratchFolder folder;
-    const Skeleton skeleton = MakeSkeleton("Hero \"1\"", {{"Hips", -1, {0.0f, 1.0f, 0.0f}},
-                                                          {"Spine", 0, {0.0f, 0.5f, 0.0f}},
-                                                          {"Head", 1, {0.0f, 0.3f, 0.1f}}});
-    const RigDefinition inferred = InferRigDefinition(skeleton);
-    ASSERT_TRUE(SaveRigDefinition(inferred, folder / "Rigs/Hero.brigdef"));
+TEST(RigDefinitionTest, WritesBodyDefaultsAndReadsTheShortForms) {
     RigDefinition loaded;
     std::string error;
-    ASSERT_TRUE(LoadRigDefinition(folder / "Rigs/Hero.brigdef", &loaded, &error)) << error;
-    EXPECT_EQ(loaded, inferred);
-
     RigDefinition small;
     small.name = "S";
     small.roles[1] = "Pelvis";

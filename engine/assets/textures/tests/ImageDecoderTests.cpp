@@ -1,5 +1,4 @@
 #include "engine/assets/textures/HdrTextureImporter.h"
-#include "engine/assets/textures/ImageDecoderRegistry.h"
 #include "engine/assets/textures/TgaTextureImporter.h"
 #include "tests/support/TestSupport.h"
 
@@ -165,13 +164,6 @@ TEST(TgaTextureImporter, EveryFailureHasItsMessage) {
     }
     EXPECT_EQ(ThrownMessage([] { (void)TgaTextureImporter::ImportTexture("/no/such.tga"); }),
               "Failed to open TGA texture: /no/such.tga");
-}
-
-TEST(ImageDecoderRegistry, HoldsTheEnginesOwnDecodersFromTheStart) {
-    ImageDecoderRegistry& registry = ImageDecoderRegistry::Instance();
-    EXPECT_TRUE(static_cast<bool>(registry.Find(".tga")));
-    EXPECT_TRUE(static_cast<bool>(registry.Find(".HDR")));
-    EXPECT_FALSE(static_cast<bool>(registry.Find(".png")));
 }
 
 } // namespace

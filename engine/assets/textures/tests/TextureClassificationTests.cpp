@@ -9,6 +9,14 @@ namespace {
 TEST(ClassifyTextureEncoding, NamesDecideBeforePixelsExceptForNormalMaps) {
     const TextureAsset plain = Testing::SmoothImage(16, 16);
     const TextureAsset normals = Testing::NormalMapImage(100, 100);
+    // Right means, but vectors far from unit length; and normals stored as floats.
+    const TextureAsset notUnit = Testing::MakeImage(8, 8, [](std::uint32_t x, std::uint32_t, std::uint8_t* out) {
+        out[0] = 128;
+        out[1] = 128;
+        out[2] = x % 2 == 0 ? 255 : 180;
+    });
+    TextureAsset floats = Testing::NormalMapImage(4, 4);
+    floats.format = 1;
     struct Case {
         const char* path;
         const TextureAsset* image;
@@ -26,24 +34,12 @@ TEST(ClassifyTextureEncoding, NamesDecideBeforePixelsExceptForNormalMaps) {
         {"Content/roughly.png", &plain, TextureEncoding::Color},
         {"Content/mask.dir/wall.png", &plain, TextureEncoding::Color},
         {"Content/wall.png", &plain, TextureEncoding::Color},
+        {"Content/wall.png", &notUnit, TextureEncoding::Color},
+        {"Content/wall.png", &floats, TextureEncoding::Color},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(ClassifyTextureEncoding(c.path, *c.image), c.expected) << c.path;
     }
-}
-
-TEST(LooksLikeNormalMap, WantsUnitVectorsAroundStraightUp) {
-    EXPECT_TRUE(LooksLikeNormalMap(Testing::NormalMapImage(100, 50)));
-    EXPECT_FALSE(LooksLikeNormalMap(Testing::SmoothImage(16, 16)));
-    // Right means, but vectors far from unit length.
-    EXPECT_FALSE(LooksLikeNormalMap(Testing::MakeImage(8, 8, [](std::uint32_t x, std::uint32_t, std::uint8_t* out) {
-        out[0] = 128;
-        out[1] = 128;
-        out[2] = x % 2 == 0 ? 255 : 180;
-    })));
-    TextureAsset floats = Testing::NormalMapImage(4, 4);
-    floats.format = 1;
-    EXPECT_FALSE(LooksLikeNormalMap(floats));
 }
 
 TEST(IsCompressibleTextureSource, TakesCommonImagesOutsideUiFolders) {

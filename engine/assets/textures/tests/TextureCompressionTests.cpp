@@ -11,6 +11,7 @@
 #include <array>
 #include <cmath>
 #include <string>
+#include <tuple>
 
 namespace Brelk::Assets {
 namespace {
@@ -74,17 +75,12 @@ TEST(Downsample, AveragesColourInLinearLightAndAlphaAsStored) {
     EXPECT_EQ(linear.pixels, (std::vector<std::uint8_t>{128, 128, 128, 128}));
     EXPECT_FLOAT_EQ(SrgbToLinearTable()[255], 1.0f);
     EXPECT_NEAR(SrgbToLinearTable()[10], 10.0 / 255.0 / 12.92, 1e-7);
+    // An odd side clamps its last pair, and no side goes below one.
+    const MipImage odd = Downsample(MipImage{3, 1, {10, 0, 0, 255, 20, 0, 0, 255, 40, 0, 0, 255}}, false);
+    EXPECT_EQ(std::tuple(odd.width, odd.height, odd.pixels[0]), std::tuple(1u, 1u, std::uint8_t{15}));
 }
 
-TEST(Downsample, ClampsOddSidesAndNeverGoesBelowOne) {
-    MipImage image{3, 1, {10, 0, 0, 255, 20, 0, 0, 255, 40, 0, 0, 255}};
-    const MipImage next = Downsample(image, false);
-    EXPECT_EQ(next.width, 1u);
-    EXPECT_EQ(next.height, 1u);
-    EXPECT_EQ(next.pixels[0], 15);
-}
-
-TEST_F(TextureCompressionTest, ColourTexturesBecomeBc7Mode6WithTheFullChain) {
+TEST_F(TextureCompressionTest, ColourTexturesBecomeBc7Mode6WithTheFullChainAfterTheMaximumSide) {
     const TextureAsset result = CompressTexture(SmoothImage(5, 3), TextureEncoding::Color, 0, nullptr);
     EXPECT_EQ(result.format, 2);
     EXPECT_EQ(result.mipCount, 3u);
@@ -95,13 +91,9 @@ TEST_F(TextureCompressionTest, ColourTexturesBecomeBc7Mode6WithTheFullChain) {
     const TextureAsset tiny = CompressTexture(SmoothImage(2, 2), TextureEncoding::LinearData, 0, nullptr);
     EXPECT_EQ(tiny.mipCount, 2u);
     EXPECT_EQ(tiny.pixels.size(), 32u);
-}
-
-TEST_F(TextureCompressionTest, MaxDimensionHalvesTheSourceFirst) {
-    const TextureAsset result = CompressTexture(SmoothImage(64, 16), TextureEncoding::Color, 20, nullptr);
-    EXPECT_EQ(result.width, 16u);
-    EXPECT_EQ(result.height, 4u);
-    EXPECT_EQ(result.mipCount, 5u);
+    // A maximum side halves the source before the chain is built.
+    const TextureAsset capped = CompressTexture(SmoothImage(64, 16), TextureEncoding::Color, 20, nullptr);
+    EXPECT_EQ(std::tuple(capped.width, capped.height, capped.mipCount), std::tuple(16u, 4u, 5u));
 }
 
 TEST_F(TextureCompressionTest, DecodedImagesStayWithinTheErrorBoundOfTheirKind) {
@@ -182,16 +174,10 @@ TEST_F(TextureCompressionTest, RefusesWhatItCannotRead) {
               "Cooked texture holds a BC7 mode this decoder does not read.");
 }
 
+// A gradient's error is bounded through the normal-map row above; these are the block vectors.
 TEST(BlockCodecs, Bc4KeepsTheEndsAndReadsTheSixValueForm) {
-    std::array<std::uint8_t, 16> values{};
-    for (std::size_t i = 0; i < 16; ++i) values[i] = static_cast<std::uint8_t>(i * 16);
     std::array<std::uint8_t, 8> block{};
-    EncodeBc4Block(values, block);
-    EXPECT_GT(block[0], block[1]);
     std::array<std::uint8_t, 16> decoded{};
-    DecodeBc4Block(block, decoded);
-    for (std::size_t i = 0; i < 16; ++i) EXPECT_LE(std::abs(int{decoded[i]} - int{values[i]}), 17) << i;
-
     std::array<std::uint8_t, 16> flat{};
     flat.fill(77);
     EncodeBc4Block(flat, block);
