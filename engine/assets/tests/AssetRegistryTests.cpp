@@ -135,15 +135,6 @@ TEST_F(AssetRegistryTest, ReplacesACorruptOrNewerSidecarAndLogsItButOnlyLogsInRe
     EXPECT_EQ(std::tie(sidecar->version, sidecar->importer), std::tuple(0u, "texture"));
 }
 
-TEST_F(AssetRegistryTest, AMissingContentFolderThrowsInReadOnlyAndIsCreatedInAuthoring) {
-    EXPECT_EQ(ThrownMessage([&] { Scan(AssetSourceMode::ReadOnly); }),
-              "Read-only asset content directory is missing: " + ContentRoot().string());
-    EXPECT_FALSE(fs::exists(ContentRoot()));
-    registry_.SetContentRoot(Content("Deep/Er"), AssetSourceMode::Authoring);
-    EXPECT_TRUE(fs::is_directory(Content("Deep/Er")));
-    EXPECT_TRUE(registry_.AllRecords().empty());
-}
-
 TEST_F(AssetRegistryTest, RenamedFileKeepsItsIdentityAndDeletedOrChangedOnesLoseItAndLeaveTheirSidecar) {
     WriteText(Content("Rock.png"), "png");
     WriteText(Content("Gone.png"), "gone");
