@@ -175,13 +175,6 @@ TEST_F(AssetManagerLoadingTest, ShouldLoadFromDiskFollowsTheStampAndKeepsUnsaved
                                        "and the next save overwrites the file."});
 }
 
-TEST_F(AssetManagerLoadingTest, WritingOperationsAreRefusedWithReadOnlySources) {
-    EXPECT_EQ(ThrownMessage([&] { manager_.RequireWritableSources("SaveMaterialAsset"); }), "<no exception>");
-    manager_.Initialize(root_ / "Content", AssetSourceMode::ReadOnly);
-    EXPECT_EQ(ThrownMessage([&] { manager_.RequireWritableSources("SaveMaterialAsset"); }),
-              "SaveMaterialAsset is unavailable with read-only asset sources.");
-}
-
 TEST(AssetNames, CleaningKeepsLettersDigitsUnderscoresAndDashesAndDropsLeadingUnderscores) {
     const std::pair<std::string_view, std::string_view> cases[] = {
         {"My Mat!", "My_Mat_"}, {"__x", "x"}, {"!!!", ""}, {"Rock-01_b", "Rock-01_b"}, {"Été", "t__"}, {"", ""},

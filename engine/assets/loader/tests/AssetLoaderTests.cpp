@@ -122,6 +122,20 @@ protected:
     AssetLoaderThreadTest() : AssetLoaderTest(2) {}
 };
 
+// Holds a job until the test opens it, and tells the test when the job got there.
+struct Gate {
+    std::promise<void> reached, open;
+    std::shared_future<void> opened = open.get_future().share();
+    std::function<void()> Hold() {
+        // The job keeps its own copy of the future: the gate may be gone before it wakes.
+        return [this, opened = opened] {
+            reached.set_value();
+            opened.wait();
+        };
+    }
+    void AwaitReached() { reached.get_future().wait(); }
+};
+
 TEST(AssetLoadState, NamesAreTheCounterWords) {
     const std::vector<std::string_view> names = {"Unloaded", "Queued", "Loading", "WaitingForDependencies",
                                                  "Uploading", "Ready", "Failed", "Unknown"};
@@ -172,7 +186,7 @@ TEST_F(AssetLoaderTest, EmptyUnregisteredAndAlreadyLoadedRequests) {
     EXPECT_EQ(family_.prepares.count(12), 0u);
 }
 
-TEST_F(AssetLoaderTest, RequestsOfOneHandleShareTheSlotAndItsClaims) {
+TEST_F(AssetLoaderTest, RequestsShareASlotAndADroppedLoadIsResetWithTheDependenciesOnlyItHeld) {
     AssetLoadLease first = loader_->Request(5, kType, 1);
     AssetLoadLease second = loader_->Request(5, kType, 0);
     EXPECT_EQ(first.Slot(), second.Slot());
@@ -180,18 +194,15 @@ TEST_F(AssetLoaderTest, RequestsOfOneHandleShareTheSlotAndItsClaims) {
     first = AssetLoadLease();
     loader_->Update();
     EXPECT_EQ(second.State(), AssetLoadState::Ready);
-}
 
-TEST_F(AssetLoaderTest, ALoadDroppedWhileQueuedIsResetAndNeverPrepared) {
-    loader_->Request(5, kType, 1);
-    EXPECT_EQ(loader_->State(5), AssetLoadState::Queued);
+    // Dropped while queued: never prepared.
+    loader_->Request(6, kType, 1);
+    EXPECT_EQ(loader_->State(6), AssetLoadState::Queued);
     loader_->Update();
-    EXPECT_EQ(loader_->State(5), AssetLoadState::Unloaded);
-    EXPECT_EQ(family_.prepares.count(5), 0u);
-}
+    EXPECT_EQ(loader_->State(6), AssetLoadState::Unloaded);
+    EXPECT_EQ(family_.prepares.count(6), 0u);
 
-TEST_F(AssetLoaderTest, DroppingALoadCancelsTheDependenciesOnlyItHeldBeforeTheyStart) {
-    family_[1].dependencies = {{2, kType}};
+    family_[1].dependencies = {{2, kType}, {5, kType}};
     AssetLoadLease lease = loader_->Request(1, kType, 1);
     loader_->Update();
     EXPECT_EQ(loader_->State(2), AssetLoadState::Queued);
@@ -200,6 +211,7 @@ TEST_F(AssetLoaderTest, DroppingALoadCancelsTheDependenciesOnlyItHeldBeforeTheyS
     EXPECT_EQ(loader_->State(1), AssetLoadState::Unloaded);
     EXPECT_EQ(loader_->State(2), AssetLoadState::Unloaded);
     EXPECT_EQ(family_.prepares.count(2), 0u);
+    EXPECT_EQ(loader_->State(5), AssetLoadState::Ready); // still claimed by its own lease
 }
 
 TEST_F(AssetLoaderTest, BudgetLetsTheFirstUploadThroughAndNeverLetsALaterOneOvertake) {
@@ -263,10 +275,18 @@ TEST_F(AssetLoaderTest, JobFailuresGiveTheirExactMessages) {
         EXPECT_EQ(lease.Error(), row.message);
     }
     family_[200].error = "Unknown texture asset 200.";
+    loader_->Request(200, kType, 1);
     const AssetLoadLease refused = loader_->Request(200, kType, 1);
     loader_->Update();
     EXPECT_EQ(refused.Error(), "Unknown texture asset 200.");
     EXPECT_EQ(family_.published.size(), 0u);
+    // A failure stays until released; then the next request tries again.
+    family_[200].error.clear();
+    loader_->ReleaseFailed();
+    EXPECT_EQ(refused.State(), AssetLoadState::Unloaded);
+    const AssetLoadLease again = loader_->Request(200, kType, 1);
+    loader_->Update();
+    EXPECT_EQ(again.State(), AssetLoadState::Ready);
 }
 
 TEST_F(AssetLoaderTest, DependenciesDeclaredAndDiscoveredArePublishedFirstAndAFailedOneDoesNotFailTheDependent) {
@@ -339,35 +359,19 @@ TEST_F(AssetLoaderTest, SweepUnloadsUnreferencedSlotsAndTheirDependenciesButNotP
     EXPECT_EQ(loader_->State(3), AssetLoadState::Ready);
 }
 
-TEST_F(AssetLoaderTest, ReleaseFailedLetsTheNextRequestTryAgain) {
-    family_[6].error = "Not yet.";
-    loader_->Request(6, kType, 1);
-    const AssetLoadLease failed = loader_->Request(6, kType, 1);
-    loader_->Update();
-    EXPECT_EQ(failed.State(), AssetLoadState::Failed);
-    family_[6].error.clear();
-    loader_->ReleaseFailed();
-    EXPECT_EQ(failed.State(), AssetLoadState::Unloaded);
-    const AssetLoadLease again = loader_->Request(6, kType, 1);
-    loader_->Update();
-    EXPECT_EQ(again.State(), AssetLoadState::Ready);
-}
-
 TEST_F(AssetLoaderThreadTest, ADecodeThatEndsAfterItsSlotWasReleasedIsDropped) {
     RunWithDeadline(kDeadline, [&] {
-        std::promise<void> started, open;
-        std::shared_future<void> opened = open.get_future().share();
-        family_[8].duringDecode = [&started, opened] {
-            started.set_value();
-            opened.wait();
+        Gate gate;
+        family_[8].duringDecode = [&gate] {
+            gate.Hold()();
             // The loader told the decode to stop; a long decoder would give up here.
             EXPECT_TRUE(CurrentLoadCancellation()->load());
         };
         const AssetLoadLease lease = loader_->Request(8, kType, 1);
         loader_->Update();
-        started.get_future().wait();
+        gate.AwaitReached();
         loader_->Release(8);
-        open.set_value();
+        gate.open.set_value();
         family_[8].duringDecode = nullptr;
         const AssetLoadLease again = loader_->Request(8, kType, 1);
         EXPECT_TRUE(loader_->Wait(again));
@@ -380,19 +384,15 @@ TEST_F(AssetLoaderThreadTest, ReloadDuringLoadingDiscardsTheRunningResultAndPrep
     RunWithDeadline(kDeadline, [&] {
         const AssetLoadLease lease = loader_->Request(9, kType, 1);
         EXPECT_TRUE(loader_->Wait(lease));
-        std::promise<void> started, open;
-        std::shared_future<void> opened = open.get_future().share();
-        family_[9].duringDecode = [&started, opened] {
-            started.set_value();
-            opened.wait();
-        };
+        Gate gate;
+        family_[9].duringDecode = gate.Hold();
         loader_->Reload(9);
         loader_->Update();
-        started.get_future().wait();
+        gate.AwaitReached();
         family_[9].duringDecode = nullptr;
         EXPECT_TRUE(loader_->Reload(9));
         EXPECT_EQ(lease.State(), AssetLoadState::Ready);
-        open.set_value();
+        gate.open.set_value();
         // Wait has nothing to do for a slot that stays Ready through its reload.
         EXPECT_TRUE(loader_->Wait(lease));
         while (lease.Generation() < 2) {
@@ -410,19 +410,15 @@ TEST_F(AssetLoaderThreadTest, WaitLetsOtherThreadsUseTheLoaderWhileItBlocks) {
     // The decode finishes only after another thread got through the loader's mutex, which
     // it could not while a Wait held it.
     RunWithDeadline(kDeadline, [&] {
-        std::promise<void> decoding, otherThreadDone;
-        std::shared_future<void> done = otherThreadDone.get_future().share();
+        Gate gate;
         family_[20].dependencies = {{21, kType}};
         family_[21].dependencies = {{22, kType}};
-        family_[22].duringDecode = [&decoding, done] {
-            decoding.set_value();
-            done.wait();
-        };
+        family_[22].duringDecode = gate.Hold();
         std::thread other([&] {
-            decoding.get_future().wait();
+            gate.AwaitReached();
             const AssetLoadLease lease = loader_->Request(30, kType, 1);
             EXPECT_EQ(loader_->State(30), AssetLoadState::Queued);
-            otherThreadDone.set_value();
+            gate.open.set_value();
         });
         const AssetLoadLease lease = loader_->Request(20, kType, 3);
         EXPECT_TRUE(loader_->Wait(lease));
@@ -472,13 +468,9 @@ TEST(AssetLoaderShutdown, WaitFailsALoadThatTheTaskSystemDroppedAtShutdown) {
     RunWithDeadline(kDeadline, [] {
         TaskSystem tasks(TaskSystemConfig{1, 1, std::nullopt});
         TaskSystem* previous = TaskSystem::Install(&tasks);
-        std::promise<void> ioBusy, open;
-        std::shared_future<void> opened = open.get_future().share();
-        (void)tasks.Submit(Core::Tasks::TaskPriority::Io, [&ioBusy, opened] {
-            ioBusy.set_value();
-            opened.wait();
-        });
-        ioBusy.get_future().wait();
+        Gate ioBusy;
+        (void)tasks.Submit(Core::Tasks::TaskPriority::Io, ioBusy.Hold());
+        ioBusy.AwaitReached();
         {
             FakeFamily family;
             AssetLoader loader;
@@ -489,7 +481,7 @@ TEST(AssetLoaderShutdown, WaitFailsALoadThatTheTaskSystemDroppedAtShutdown) {
             while (!tasks.IsComplete(lease.Slot()->cancelToken)) std::this_thread::yield();
             EXPECT_FALSE(loader.Wait(lease));
             EXPECT_EQ(lease.Error(), "Asset load was cancelled by task system shutdown.");
-            open.set_value();
+            ioBusy.open.set_value();
             stopper.join();
         }
         TaskSystem::Install(previous);
@@ -498,20 +490,16 @@ TEST(AssetLoaderShutdown, WaitFailsALoadThatTheTaskSystemDroppedAtShutdown) {
 
 TEST_F(AssetLoaderThreadTest, WaitFailsAJobThatEndedWithoutReporting) {
     RunWithDeadline(kDeadline, [&] {
-        std::promise<void> started, open;
-        std::shared_future<void> opened = open.get_future().share();
-        family_[2].duringDecode = [&started, opened] {
-            started.set_value();
-            opened.wait();
-        };
+        Gate gate;
+        family_[2].duringDecode = gate.Hold();
         const AssetLoadLease lease = loader_->Request(2, kType, 1);
         loader_->Update();
-        started.get_future().wait();
+        gate.AwaitReached();
         // The slot loses track of its job: its token is one that finished with no report.
         lease.Slot()->cancelToken = Core::Tasks::TaskCounter();
         EXPECT_FALSE(loader_->Wait(lease));
         EXPECT_EQ(lease.Error(), "Asset load job ended without a result.");
-        open.set_value();
+        gate.open.set_value();
     });
 }
 
