@@ -152,51 +152,25 @@ void DescribeComponent(std::string& out, const ComponentTypeEntry& entry) {
         Reflection::AppendSchemaRecord(out, record);
 }
 
+// The records of default values keyed by record name.
+template <class... T>
+std::unordered_map<std::string, std::string> DefaultsOf() {
+    return {{Testing::EncodeDefault<T>().name, Testing::DefaultRecordText<T>()}...};
+}
+
 // The record of a default value of each value structure of the catalogue.
 std::string ValueStructureDefault(const std::string& name) {
-    using Testing::DefaultRecordText;
-    static const std::unordered_map<std::string, std::string (*)()> kDefaults = {
-        {"Transform", DefaultRecordText<Transform>},
-        {"PrefabOverride", DefaultRecordText<PrefabOverride>},
-        {"PrefabComponentChange", DefaultRecordText<PrefabComponentChange>},
-        {"PrefabInstanceRecord", DefaultRecordText<PrefabInstanceRecord>},
-        {"PostProcessSettings", DefaultRecordText<PostProcessSettings>},
-        {"EnvironmentSettings", DefaultRecordText<EnvironmentSettings>},
-        {"TerrainLayer", DefaultRecordText<TerrainLayer>},
-        {"TerrainSampleCounts", DefaultRecordText<TerrainSampleCounts>},
-        {"TerrainSampleChunk", DefaultRecordText<TerrainSampleChunk>},
-        {"PhysicsMaterial", DefaultRecordText<PhysicsMaterial>},
-        {"CollisionFilter", DefaultRecordText<CollisionFilter>},
-        {"BuoyancyPoint", DefaultRecordText<BuoyancyPoint>},
-        {"ClothSettings", DefaultRecordText<Physics::ClothSettings>},
-        {"ClothPinWeightCount", DefaultRecordText<Physics::ClothPinWeightCount>},
-        {"ClothPinWeightChunk", DefaultRecordText<Physics::ClothPinWeightChunk>},
-        {"OceanWaveSettings", DefaultRecordText<OceanWaveSettings>},
-        {"CurveKey", DefaultRecordText<CurveKey>},
-        {"GradientKey", DefaultRecordText<GradientKey>},
-        {"VfxParameterDefinition", DefaultRecordText<VfxParameterDefinition>},
-        {"VfxParameterBinding", DefaultRecordText<VfxParameterBinding>},
-        {"VfxEventDefinition", DefaultRecordText<VfxEventDefinition>},
-        {"VfxGraphNodeLayout", DefaultRecordText<VfxGraphNodeLayout>},
-        {"VfxParameterValue", DefaultRecordText<VfxParameterValue>},
-        {"ScriptFieldRecord", DefaultRecordText<ScriptFieldRecord>},
-        {"ScriptAttachmentRecord", DefaultRecordText<ScriptAttachmentRecord>},
-        {"ScriptComponentRecord", DefaultRecordText<ScriptComponentRecord>},
-        {"BonePose", DefaultRecordText<BonePose>},
-        {"AnimatorParameterValue", DefaultRecordText<AnimatorParameterValue>},
-        {"AnimatorBoneMaskRule", DefaultRecordText<AnimatorBoneMaskRule>},
-        {"AnimatorLayer", DefaultRecordText<AnimatorLayer>},
-        {"AnimatorIkChain", DefaultRecordText<AnimatorIkChain>},
-        {"AnimatorLookAtChain", DefaultRecordText<AnimatorLookAtChain>},
-        {"RagdollBoneSettings", DefaultRecordText<RagdollBoneSettings>},
-        {"SplinePoint", DefaultRecordText<SplinePoint>},
-        {"SplineMeshSettings", DefaultRecordText<SplineMeshSettings>},
-        {"SplineCurveRecord", DefaultRecordText<SplineCurveRecord>},
-        {"SplineComponentRecord", DefaultRecordText<SplineComponentRecord>},
-        {"BlackboardValue", DefaultRecordText<BlackboardValue>},
-    };
+    static const std::unordered_map<std::string, std::string> kDefaults = DefaultsOf<
+        Transform, PrefabOverride, PrefabComponentChange, PrefabInstanceRecord, PostProcessSettings,
+        EnvironmentSettings, TerrainLayer, TerrainSampleCounts, TerrainSampleChunk, PhysicsMaterial, CollisionFilter,
+        BuoyancyPoint, Physics::ClothSettings, Physics::ClothPinWeightCount, Physics::ClothPinWeightChunk,
+        OceanWaveSettings, CurveKey, GradientKey, VfxParameterDefinition, VfxParameterBinding, VfxEventDefinition,
+        VfxGraphNodeLayout, VfxParameterValue, ScriptFieldRecord, ScriptAttachmentRecord, ScriptComponentRecord,
+        BonePose, AnimatorParameterValue, AnimatorBoneMaskRule, AnimatorLayer, AnimatorIkChain, AnimatorLookAtChain,
+        RagdollBoneSettings, SplinePoint, SplineMeshSettings, SplineCurveRecord, SplineComponentRecord,
+        BlackboardValue>();
     const auto found = kDefaults.find(name);
-    return found != kDefaults.end() ? found->second() : "no default value of " + name + "\n";
+    return found != kDefaults.end() ? found->second : "no default value of " + name + "\n";
 }
 
 std::string DescribeType(const std::string& name) {

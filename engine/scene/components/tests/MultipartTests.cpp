@@ -111,8 +111,6 @@ TEST(TerrainRecordsTests, SamplesSplitIntoChunksOfAtMostOneRecordArrayAndReadBac
         if (!terrain.heights.empty()) terrain.heights.back() = -0.0f;
         const std::vector<SchemaRecord> records = WriteSeries(terrain);
         ASSERT_EQ(records.size(), 2 + c.chunks.size());
-        EXPECT_EQ(records[0].name, "TerrainComponent");
-        EXPECT_EQ(records[1].name, "TerrainSampleCounts");
         for (std::size_t i = 0; i < c.chunks.size(); ++i) {
             const TerrainSampleChunk chunk = DecodeChunk(records[2 + i]);
             const Part& part = c.chunks[i];
@@ -325,8 +323,6 @@ TEST(ClothRecordsTests, ASavedClothReadsBackIdentically) {
     const std::vector<SchemaRecord> records = WriteCloth(cloth);
     ASSERT_EQ(records.size(), 5u);
     EXPECT_EQ(WriteCloth(Physics::ClothComponent{}).size(), 2u);
-    EXPECT_EQ(records[1].name, "ClothPinWeightCount");
-    EXPECT_EQ(records[4].name, "ClothPinWeightChunk");
 
     Physics::ClothComponent loaded;
     Physics::ClothRecordParts parts;
