@@ -1,6 +1,4 @@
 #include "engine/assets/ByteStream.h"
-#include "engine/reflection/ReflectionRegistry.h"
-#include "engine/reflection/SchemaCodec.h"
 #include "engine/reflection/SchemaRecordText.h"
 #include "engine/scene/ComponentRegistry.h"
 #include "engine/scene/CookedScene.h"
@@ -26,7 +24,6 @@
 
 #include <functional>
 #include <string>
-#include <type_traits>
 #include <vector>
 
 // The behaviour the component families add beyond the field tables their golden files pin:
@@ -117,46 +114,6 @@ TEST(ComponentFamilyTests, EveryComponentRoundTripsThroughItsRecordTextAndTheCoo
         ++tried;
     }
     EXPECT_EQ(tried, 49u);
-}
-
-static_assert(std::is_same_v<std::underlying_type_t<GameplayLayer>, std::uint8_t>);
-static_assert(std::is_same_v<std::underlying_type_t<TerrainSampleKind>, std::uint8_t>);
-
-// "Stored=Shown" per enumerator, in order; a number out of its place shows as "#".
-std::string DescribeEnum(const Reflection::EnumInfo& info) {
-    std::string text;
-    for (std::size_t i = 0; i < info.values.size(); ++i) {
-        const Reflection::EnumValue& value = info.values[i];
-        if (i > 0) text += ",";
-        const bool inPlace = Reflection::EnumNumbersEqual(value.value, Reflection::EnumNumber(std::uint64_t{i}));
-        text += inPlace ? value.name : "#" + value.name;
-        if (value.displayName != value.name) text += "=" + value.displayName;
-    }
-    return text;
-}
-
-TEST(ComponentFamilyTests, EnumsStoreTheirNamesFromZeroInOrderNeverTheDisplayName) {
-    const std::pair<const char*, const char*> rows[] = {
-        {"ClothPinMode", "TopEdge=Top Edge,VertexColorRed=Vertex Color Red,BoneWeights=Bone Weights,Painted"},
-        {"ColliderShapeType", "Box,Sphere,Capsule,Mesh"},
-        {"MeshColliderGeometry", "Auto,TriangleMesh=Triangle Mesh,ConvexHull=Convex Hull,BoundsBox=Bounds Box"},
-        {"GameplayLayer", "Default,Floor,Wall,Ceiling,Obstacle,Player,Enemy,NPC,Projectile,Pickup,Trigger,"
-            "Climbable,Water,DamageZone=Damage Zone,NoNav=No Navigation,Cover,Interactable"},
-        {"TerrainBrushMode", "RaiseLower=Raise/Lower,Smooth,Flatten,PaintLayer=Paint Layer"},
-        {"TerrainSampleKind", "Heights,LayerWeights=Layer Weights"},
-    };
-    for (const auto& [name, values] : rows) {
-        const Reflection::EnumInfo* info = InstalledReflection().FindEnum(name);
-        ASSERT_NE(info, nullptr) << name;
-        EXPECT_EQ(DescribeEnum(*info), values) << name;
-    }
-    Reflection::SchemaRecord record = Testing::EncodeDefault<TerrainSampleChunk>();
-    TerrainSampleChunk chunk;
-    record.fields[0].value = std::string("Layer Weights");
-    EXPECT_EQ(ThrownMessage([&] {
-                  Reflection::DecodeObject(record, Reflection::MakeView(chunk), InstalledReflection(), Testing::TestCodec());
-              }),
-              "TerrainSampleChunk.kind: Unknown enum name or rejected accessor: Layer Weights");
 }
 
 constexpr const char* kOldAnimatorTail =
