@@ -36,7 +36,6 @@ using Brelk::Testing::ThrownMessage;
 using Reflection::SchemaRecord;
 using Testing::EntryOf;
 using Testing::InstalledReflection;
-using Testing::LoadOne;
 using Testing::ReadRecordText;
 using Testing::SaveOne;
 
@@ -286,7 +285,7 @@ TEST(ComponentFamilyTests, BuoyancyRefusesMoreThanThirtyTwoCustomPointsOnSaveAnd
         std::vector<SchemaRecord> records = SaveOne(registry, entity, "BuoyancyComponent");
         Reflection::SchemaArray& array = std::get<Reflection::SchemaArray>(records[0].fields.back().value);
         array.elements.resize(points, array.elements.front());
-        std::string loadError = ThrownMessage([&] { LoadOne<BuoyancyComponent>(registry, std::move(records)); });
+        std::string loadError = ThrownMessage([&] { Testing::LoadEntity(registry, std::move(records)); });
         const char* expected = points > 32 ? "Buoyancy component exceeds 32 custom points." : "<no exception>";
         EXPECT_EQ(saveError, expected);
         EXPECT_EQ(loadError, expected);
