@@ -5,11 +5,9 @@
 
 #include <gtest/gtest.h>
 
-#include <glm/gtc/matrix_transform.hpp>
 #include <glm/geometric.hpp>
-#include <glm/gtc/quaternion.hpp>
+#include <glm/mat4x4.hpp>
 
-#include <algorithm>
 #include <vector>
 
 namespace Brelk::Scene {
