@@ -211,7 +211,7 @@ TEST(ComponentRegistryTest, RegisteringAgainKeepsTheRegistrationIndexAndTakesThe
 
 struct UnreflectedRecord { float value = 0.0f; };
 
-TEST(ComponentBuilderTest, RefusesBrokenDeclarationsWithTheirMessages) {
+TEST(ComponentBuilderTest, RefusesBrokenDeclarationsAndClashingRecordNamesWithTheirMessages) {
     ComponentRegistry registry;
     ComponentBuilder<FirstComponent> first = Add<FirstComponent>(registry, "FirstComponent", "First", "Test", F::Saved);
     EXPECT_EQ(ThrownMessage([&] { first.Version(0); }), "Value schema versions start at 1: FirstComponent");
@@ -242,28 +242,7 @@ TEST(ComponentBuilderTest, RefusesBrokenDeclarationsWithTheirMessages) {
     EXPECT_EQ(ThrownMessage([&] { second.AddSaveGameField("value", {}, {}); }),
               "Duplicate save-game field: SecondComponent.value");
     EXPECT_EQ(second.Entry().saveGameFields.fields.size(), 1u);
-}
-
-TEST(ComponentLoadTableTest, ListsRecordComponentsAndMapsRecordNamesAndAliases) {
-    const ComponentLoadTable table(TestTable());
-    EXPECT_EQ(Names(table.entries),
-              (std::vector<std::string>{"TestPoseComponent", "TestBodyComponent", "TestSeriesComponent",
-                                        "TestLegacyComponent", "TestHookComponent", "TestFailingComponent",
-                                        "TestUnmigratedComponent", "TestAardvarkComponent"}));
-    const ComponentRecordTarget* chunk = table.FindRecord("TestSeriesChunk");
-    ASSERT_NE(chunk, nullptr);
-    EXPECT_EQ(chunk->entry, TestTable().Find<TestSeriesComponent>());
-    EXPECT_EQ(chunk->recordIndex, 2u);
-    ASSERT_NE(table.FindRecord("TestOldLegacy"), nullptr);
-    EXPECT_NE(table.FindRecord("TestOldLegacy")->upgrade, nullptr);
-    EXPECT_EQ(table.FindRecord("TestHeaderComponent"), nullptr);
-    EXPECT_EQ(table.FindRecord("TestRuntimeComponent"), nullptr);
-}
-
-TEST(ComponentLoadTableTest, RefusesTwoComponentsClaimingOneRecordName) {
-    ComponentRegistry registry;
-    Add<FirstComponent>(registry, "FirstComponent", "First", "Test", F::Saved);
-    Add<SecondComponent>(registry, "SecondComponent", "Second", "Test", F::Saved).RecordAlias("FirstComponent", {});
+    second.RecordAlias("FirstComponent", {});
     EXPECT_EQ(ThrownMessage([&] { ComponentLoadTable table(registry); }),
               "Two components claim the scene record name: FirstComponent");
 }
@@ -296,6 +275,9 @@ TEST(ComponentLoadSessionTest, RefusesBrokenRecordSequencesWithTheirMessages) {
           MakeRecord("TestSeriesChunk", 1, {{"value", "1"}})},
          false, "Series samples are missing or incomplete."},
         {{MakeRecord("FooComponent", 1, {})}, false, "Unsupported component schema: FooComponent"},
+        // Header and run-time components have no records of their own.
+        {{MakeRecord("TestHeaderComponent", 1, {})}, false, "Unsupported component schema: TestHeaderComponent"},
+        {{MakeRecord("TestRuntimeComponent", 1, {})}, false, "Unsupported component schema: TestRuntimeComponent"},
         {{MakeRecord("TestBodyComponent", 2, {})}, true, "Entity is missing its TestPoseComponent record."},
     };
     const ComponentLoadTable table(TestTable());

@@ -118,7 +118,7 @@ TEST_F(EntityCopyTests, DuplicatesChildrenInOrderAndLeavesTransientSubtreesOut) 
               (std::vector<std::string>{"First", "Preview", "Second"}));
 }
 
-TEST_F(EntityCopyTests, DuplicatingWithAnEmptySuffixKeepsTheNames) {
+TEST_F(EntityCopyTests, AnEmptySuffixKeepsTheNamesAndDeadOrTransientSourcesAreNotDuplicated) {
     Scene scene;
     const Entity root = scene.CreateEntity("Lamp");
     scene.SetParent(scene.CreateEntity("Bulb"), root);
@@ -127,18 +127,15 @@ TEST_F(EntityCopyTests, DuplicatingWithAnEmptySuffixKeepsTheNames) {
     EXPECT_EQ(scene.GetName(copy), "Lamp");
     EXPECT_EQ(Names(scene, scene.GetChildren(copy)), std::vector<std::string>{"Bulb"});
     EXPECT_TRUE(IsNullEntity(scene.GetParent(copy)));
-}
 
-TEST_F(EntityCopyTests, DeadOrTransientSourcesAreNotDuplicated) {
-    Scene scene;
     const Entity transient = scene.CreateEntity("Gizmo");
     scene.Emplace<TransientComponent>(transient);
     const Entity dead = scene.CreateEntity("Gone");
     scene.DestroyEntity(dead);
     for (const Entity source : {transient, dead, kNullEntity}) {
-        EntityMap map;
-        EXPECT_EQ(DuplicateEntitySubtree(scene, source, kNullEntity, map, " copy"), kNullEntity);
-        EXPECT_TRUE(map.empty());
+        EntityMap none;
+        EXPECT_EQ(DuplicateEntitySubtree(scene, source, kNullEntity, none, " copy"), kNullEntity);
+        EXPECT_TRUE(none.empty());
     }
 }
 

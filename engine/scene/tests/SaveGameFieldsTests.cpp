@@ -57,22 +57,18 @@ const ComponentTypeEntry& SaveGameEntry() {
 
 using Testing::ThrownMessage;
 
-TEST(SaveGameFieldsTest, CapturesFieldsInDeclarationOrder) {
+TEST(SaveGameFieldsTest, CapturesFieldsInDeclarationOrderAndAppliesThemBackWithEntitiesByGuid) {
     const ComponentSaveGameFields& fields = SaveGameEntry().saveGameFields;
-    SaveGameTestComponent component;
-    const SaveGameFieldSet set = fields.Capture(&component, {});
-    EXPECT_EQ(set.version, 1u);
-    ASSERT_EQ(set.fields.size(), 6u);
-    EXPECT_EQ(set.fields[0].name, "speed");
-    EXPECT_EQ(set.fields[0].bytes, (std::vector<std::uint8_t>{0x00, 0x00, 0x80, 0x3f}));
-    EXPECT_EQ(set.fields[1].bytes, (std::vector<std::uint8_t>{1}));
-    EXPECT_EQ(set.fields[2].bytes.size(), 12u);
-    EXPECT_EQ(set.fields[3].bytes, (std::vector<std::uint8_t>{4, 0, 0, 0, 'i', 'd', 'l', 'e'}));
-    EXPECT_EQ(set.fields[4].bytes, std::vector<std::uint8_t>(16, 0));
-}
+    const SaveGameTestComponent fresh;
+    const SaveGameFieldSet defaults = fields.Capture(&fresh, {});
+    EXPECT_EQ(defaults.version, 1u);
+    ASSERT_EQ(defaults.fields.size(), 6u);
+    EXPECT_EQ(defaults.fields[0].name, "speed");
+    EXPECT_EQ(defaults.fields[0].bytes, (std::vector<std::uint8_t>{0x00, 0x00, 0x80, 0x3f}));
+    EXPECT_EQ(defaults.fields[1].bytes, (std::vector<std::uint8_t>{1}));
+    EXPECT_EQ(defaults.fields[3].bytes, (std::vector<std::uint8_t>{4, 0, 0, 0, 'i', 'd', 'l', 'e'}));
+    EXPECT_EQ(defaults.fields[4].bytes, std::vector<std::uint8_t>(16, 0));
 
-TEST(SaveGameFieldsTest, AppliesACapturedSetBackWithEntitiesByGuid) {
-    const ComponentSaveGameFields& fields = SaveGameEntry().saveGameFields;
     Scene scene;
     const Entity target = scene.CreateEntity("target");
     const SaveGameTestComponent source{2.5f, false, {1.0f, -2.0f, 3.0f}, "running", target, {0.5f, 1.5f, 9.0f}};
@@ -87,8 +83,8 @@ TEST(SaveGameFieldsTest, AppliesACapturedSetBackWithEntitiesByGuid) {
     EXPECT_EQ(restored.state, "running");
     EXPECT_EQ(restored.target, target);
     EXPECT_EQ(restored.layerTimes, (std::vector<float>{0.5f, 1.5f}));
+    // In a world without the target the link comes back empty.
     Scene loaded;
-    restored.target = 77;
     fields.Apply(&restored, set, SaveGameFieldCodecContext{&loaded, &loaded}, nullptr);
     EXPECT_EQ(restored.target, kNullEntity);
 }
@@ -144,7 +140,5 @@ TEST(SaveGameFieldsTest, RefusesVersionsThisBuildCannotReadAndUpgradesOnlyOlderS
     older.Rename("kept", "new");
     EXPECT_NE(older.Find("kept"), nullptr);
 }
-
-
 } // namespace
 } // namespace Brelk::Scene

@@ -59,13 +59,10 @@ TEST(SceneTextParserTests, ReadsEntitiesRecordsAndParentsInFileOrder) {
     EXPECT_EQ(document.environment->name, "EnvironmentSettings");
 }
 
-TEST(SceneTextParserTests, AVersionLineAloneIsAnEmptyScene) {
-    const SceneDocument document = Parse("scene_version 6");
-    EXPECT_TRUE(document.entities.empty());
-    EXPECT_FALSE(document.environment.has_value());
-}
-
-TEST(SceneTextParserTests, EntityWithoutParentLineIsARoot) {
+TEST(SceneTextParserTests, AVersionLineAloneIsAnEmptySceneAndAnEntityWithoutParentLineIsARoot) {
+    const SceneDocument empty = Parse("scene_version 6");
+    EXPECT_TRUE(empty.entities.empty());
+    EXPECT_FALSE(empty.environment.has_value());
     const SceneDocument document = Parse(std::string("scene_version 6\nentity \"") + kHandleGuid + "\" \"x\"\nend_entity\n");
     ASSERT_EQ(document.entities.size(), 1u);
     EXPECT_FALSE(document.entities[0].hasParentRecord);
@@ -120,17 +117,13 @@ TEST(SceneTextParserTests, BrokenFilesGiveTheirExactMessages) {
          "\"Scenes/Main.bscene\""},
         {v + entity + "component_schema \"" + std::string(65600, 'a') + "\" 1 0\n",
          "Failed to parse scene file at line 3: Schema header exceeds the record limit."},
+        // A record error carries the line of the failing record line.
+        {v + entity + "component_schema \"TransformComponent\" 1 2\nproperty \"a\" \"1\"\n",
+         "Failed to parse scene file at line 5: Truncated or oversized component schema record."},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(ParseError(c.text), c.message) << c.text.substr(0, 200);
     }
-}
-
-TEST(SceneTextParserTests, RecordErrorsCarryTheLineOfTheFailingRecordLine) {
-    const std::string text = std::string("scene_version 6\nentity \"") + kHandleGuid +
-                             "\" \"x\"\ncomponent_schema \"TransformComponent\" 1 2\nproperty \"a\" \"1\"\n";
-    const std::string error = ParseError(text);
-    EXPECT_EQ(error.rfind("Failed to parse scene file at line 5: ", 0), 0u) << error;
 }
 
 TEST(SceneTextParserTests, LegacyMessageWithoutPathNamesTheSceneFile) {

@@ -23,18 +23,25 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <set>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <unordered_map>
 #include <vector>
 
 // Every type of a family as one text: the reflected header, one line per property with all
-// of its metadata, the component's table entries, and the records that a default value
-// saves. The expected texts are data files beside this test, one per family.
+// of its metadata (and the stored names of an enum where the file first meets it), the
+// component's table entries, and the records that a default value saves. The expected texts
+// are data files beside this test, one per family.
 namespace Brelk::Scene {
 namespace {
 
 using Testing::InstalledReflection;
+
+// Files store enumerator names, but saves and tools size their fields by these.
+static_assert(std::is_same_v<std::underlying_type_t<GameplayLayer>, std::uint8_t>);
+static_assert(std::is_same_v<std::underlying_type_t<TerrainSampleKind>, std::uint8_t>);
 
 void AppendQuoted(std::string& out, std::string_view text) {
     out += '"';
@@ -78,7 +85,26 @@ std::string KindText(const Reflection::ValueSchema& schema) {
     return element + "[" + (schema.extent != 0 ? std::to_string(schema.extent) : "") + "]";
 }
 
-void DescribeProperty(std::string& out, const Reflection::PropertyInfo& property) {
+// "Stored=Shown" per enumerator, in order; a number out of its place shows as "#".
+std::string DescribeEnum(const std::string& name) {
+    const Reflection::EnumInfo* info = InstalledReflection().FindEnum(name);
+    if (info == nullptr)
+        return "missing enum " + name;
+    std::string text = "enum " + name + " ";
+    for (std::size_t i = 0; i < info->values.size(); ++i) {
+        const Reflection::EnumValue& value = info->values[i];
+        if (i > 0)
+            text += ",";
+        const bool inPlace = Reflection::EnumNumbersEqual(value.value, Reflection::EnumNumber(std::uint64_t{i}));
+        text += inPlace ? value.name : "#" + value.name;
+        if (value.displayName != value.name)
+            text += "=" + value.displayName;
+    }
+    return text;
+}
+
+// `enums` holds the enums the file has described: each is spelled out under its first field.
+void DescribeProperty(std::string& out, const Reflection::PropertyInfo& property, std::set<std::string>& enums) {
     const Reflection::PropertyAttributes& attributes = property.attributes;
     out += "field ";
     AppendQuoted(out, property.name);
@@ -108,6 +134,8 @@ void DescribeProperty(std::string& out, const Reflection::PropertyInfo& property
         AppendQuoted(out, attributes.description);
     }
     out += '\n';
+    if (!attributes.enumName.empty() && enums.insert(attributes.enumName).second)
+        out += DescribeEnum(attributes.enumName) + '\n';
 }
 
 void DescribeComponent(std::string& out, const ComponentTypeEntry& entry) {
@@ -152,54 +180,28 @@ void DescribeComponent(std::string& out, const ComponentTypeEntry& entry) {
         Reflection::AppendSchemaRecord(out, record);
 }
 
-// The record of a default value of each value structure of the catalogue.
-std::string ValueStructureDefault(const std::string& name) {
-    using Testing::DefaultRecordText;
-    static const std::unordered_map<std::string, std::string (*)()> kDefaults = {
-        {"Transform", DefaultRecordText<Transform>},
-        {"PrefabOverride", DefaultRecordText<PrefabOverride>},
-        {"PrefabComponentChange", DefaultRecordText<PrefabComponentChange>},
-        {"PrefabInstanceRecord", DefaultRecordText<PrefabInstanceRecord>},
-        {"PostProcessSettings", DefaultRecordText<PostProcessSettings>},
-        {"EnvironmentSettings", DefaultRecordText<EnvironmentSettings>},
-        {"TerrainLayer", DefaultRecordText<TerrainLayer>},
-        {"TerrainSampleCounts", DefaultRecordText<TerrainSampleCounts>},
-        {"TerrainSampleChunk", DefaultRecordText<TerrainSampleChunk>},
-        {"PhysicsMaterial", DefaultRecordText<PhysicsMaterial>},
-        {"CollisionFilter", DefaultRecordText<CollisionFilter>},
-        {"BuoyancyPoint", DefaultRecordText<BuoyancyPoint>},
-        {"ClothSettings", DefaultRecordText<Physics::ClothSettings>},
-        {"ClothPinWeightCount", DefaultRecordText<Physics::ClothPinWeightCount>},
-        {"ClothPinWeightChunk", DefaultRecordText<Physics::ClothPinWeightChunk>},
-        {"OceanWaveSettings", DefaultRecordText<OceanWaveSettings>},
-        {"CurveKey", DefaultRecordText<CurveKey>},
-        {"GradientKey", DefaultRecordText<GradientKey>},
-        {"VfxParameterDefinition", DefaultRecordText<VfxParameterDefinition>},
-        {"VfxParameterBinding", DefaultRecordText<VfxParameterBinding>},
-        {"VfxEventDefinition", DefaultRecordText<VfxEventDefinition>},
-        {"VfxGraphNodeLayout", DefaultRecordText<VfxGraphNodeLayout>},
-        {"VfxParameterValue", DefaultRecordText<VfxParameterValue>},
-        {"ScriptFieldRecord", DefaultRecordText<ScriptFieldRecord>},
-        {"ScriptAttachmentRecord", DefaultRecordText<ScriptAttachmentRecord>},
-        {"ScriptComponentRecord", DefaultRecordText<ScriptComponentRecord>},
-        {"BonePose", DefaultRecordText<BonePose>},
-        {"AnimatorParameterValue", DefaultRecordText<AnimatorParameterValue>},
-        {"AnimatorBoneMaskRule", DefaultRecordText<AnimatorBoneMaskRule>},
-        {"AnimatorLayer", DefaultRecordText<AnimatorLayer>},
-        {"AnimatorIkChain", DefaultRecordText<AnimatorIkChain>},
-        {"AnimatorLookAtChain", DefaultRecordText<AnimatorLookAtChain>},
-        {"RagdollBoneSettings", DefaultRecordText<RagdollBoneSettings>},
-        {"SplinePoint", DefaultRecordText<SplinePoint>},
-        {"SplineMeshSettings", DefaultRecordText<SplineMeshSettings>},
-        {"SplineCurveRecord", DefaultRecordText<SplineCurveRecord>},
-        {"SplineComponentRecord", DefaultRecordText<SplineComponentRecord>},
-        {"BlackboardValue", DefaultRecordText<BlackboardValue>},
-    };
-    const auto found = kDefaults.find(name);
-    return found != kDefaults.end() ? found->second() : "no default value of " + name + "\n";
+// The records of default values keyed by record name.
+template <class... T>
+std::unordered_map<std::string, std::string> DefaultsOf() {
+    return {{Testing::EncodeDefault<T>().name, Testing::DefaultRecordText<T>()}...};
 }
 
-std::string DescribeType(const std::string& name) {
+// The record of a default value of each value structure of the catalogue.
+std::string ValueStructureDefault(const std::string& name) {
+    static const std::unordered_map<std::string, std::string> kDefaults = DefaultsOf<
+        Transform, PrefabOverride, PrefabComponentChange, PrefabInstanceRecord, PostProcessSettings,
+        EnvironmentSettings, TerrainLayer, TerrainSampleCounts, TerrainSampleChunk, PhysicsMaterial, CollisionFilter,
+        BuoyancyPoint, Physics::ClothSettings, Physics::ClothPinWeightCount, Physics::ClothPinWeightChunk,
+        OceanWaveSettings, CurveKey, GradientKey, VfxParameterDefinition, VfxParameterBinding, VfxEventDefinition,
+        VfxGraphNodeLayout, VfxParameterValue, ScriptFieldRecord, ScriptAttachmentRecord, ScriptComponentRecord,
+        BonePose, AnimatorParameterValue, AnimatorBoneMaskRule, AnimatorLayer, AnimatorIkChain, AnimatorLookAtChain,
+        RagdollBoneSettings, SplinePoint, SplineMeshSettings, SplineCurveRecord, SplineComponentRecord,
+        BlackboardValue>();
+    const auto found = kDefaults.find(name);
+    return found != kDefaults.end() ? found->second : "no default value of " + name + "\n";
+}
+
+std::string DescribeType(const std::string& name, std::set<std::string>& enums) {
     const Reflection::TypeInfo* type = InstalledReflection().FindType(name);
     if (type == nullptr)
         return "missing type " + name + "\n";
@@ -211,7 +213,7 @@ std::string DescribeType(const std::string& name) {
     AppendQuoted(out, type->group);
     out += ' ' + std::to_string(type->version) + '\n';
     for (const Reflection::PropertyInfo& property : type->properties)
-        DescribeProperty(out, property);
+        DescribeProperty(out, property, enums);
     if (const ComponentTypeEntry* entry = ComponentRegistry::Instance().Find(name)) {
         DescribeComponent(out, *entry);
     } else {
@@ -241,8 +243,9 @@ TEST_P(CatalogueGoldenTests, EveryTypeOfTheFamilyMatchesItsGolden) {
     const std::string expected = Brelk::Testing::ReadText(path);
     ASSERT_FALSE(expected.empty()) << path;
     std::string actual;
+    std::set<std::string> enums;
     for (const std::string& name : TypeNamesOf(expected))
-        actual += DescribeType(name);
+        actual += DescribeType(name, enums);
     if (actual != expected) {
         const std::filesystem::path written = std::filesystem::path(::testing::TempDir()) / GetParam();
         Brelk::Testing::WriteText(written, actual);

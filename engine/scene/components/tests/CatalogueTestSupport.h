@@ -82,11 +82,6 @@ inline Entity LoadEntity(Registry& registry, std::vector<Reflection::SchemaRecor
     return entity;
 }
 
-template <class T>
-const T& LoadOne(Registry& registry, std::vector<Reflection::SchemaRecord> records) {
-    return registry.Get<T>(LoadEntity(registry, std::move(records)));
-}
-
 inline std::vector<Reflection::SchemaRecord> SaveOne(const Registry& registry, Entity entity, const std::string& name) {
     const ComponentTypeEntry& entry = EntryOf(name);
     std::vector<Reflection::SchemaRecord> records;
