@@ -5,6 +5,7 @@
 #include "engine/platform/Files.h"
 #include "engine/platform/Folders.h"
 
+#include <atomic>
 #include <stdexcept>
 #include <system_error>
 
@@ -22,10 +23,14 @@ void CreateFolder(const fs::path& path) {
     }
 }
 
+std::atomic<std::uint64_t> nextManagerId{1};
+
 } // namespace
 
 AssetManager::AssetManager()
-    : ownerThread_(std::this_thread::get_id()), loader_(std::make_unique<AssetLoader>(kLoaderConfig)) {
+    : ownerThread_(std::this_thread::get_id()),
+      instanceId_(nextManagerId.fetch_add(1, std::memory_order_relaxed)),
+      loader_(std::make_unique<AssetLoader>(kLoaderConfig)) {
     RegisterLoadHandlers();
 }
 

@@ -194,6 +194,9 @@ public:
     // Rises whenever loaded data is replaced, and at Initialize.
     std::uint64_t ContentRevision() const noexcept { return contentRevision_; }
     std::thread::id OwnerThread() const noexcept { return ownerThread_; }
+    // Unique among the managers of this process, so that caches kept across managers
+    // (prefab baselines) never hand one manager's data to another.
+    std::uint64_t InstanceId() const noexcept { return instanceId_; }
 
     // The built-ins; 0 before Initialize.
     AssetHandle GetBuiltinCube() const noexcept { return builtins_.cube; }
@@ -256,6 +259,7 @@ private:
     AssetSourceMode mode_ = AssetSourceMode::Authoring;
     AssetRegistry registry_;
     std::thread::id ownerThread_;
+    std::uint64_t instanceId_;
     std::uint64_t contentRevision_ = 0;
     BuiltinAssetHandles builtins_;
 
