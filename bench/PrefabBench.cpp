@@ -18,7 +18,8 @@
 
 namespace {
 
-using namespace Brelk;
+namespace Assets = Brelk::Assets;
+namespace Core = Brelk::Core;
 using namespace Brelk::Scene;
 namespace fs = std::filesystem;
 

@@ -22,7 +22,9 @@
 
 namespace {
 
-using namespace Brelk;
+namespace Assets = Brelk::Assets;
+namespace Core = Brelk::Core;
+namespace Platform = Brelk::Platform;
 using namespace Brelk::Scene;
 namespace fs = std::filesystem;
 

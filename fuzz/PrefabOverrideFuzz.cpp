@@ -21,9 +21,11 @@
 
 namespace {
 
-using namespace Brelk;
+namespace Assets = Brelk::Assets;
+namespace Core = Brelk::Core;
+namespace Reflection = Brelk::Reflection;
 using namespace Brelk::Scene;
-using Reflection::SchemaRecord;
+using Brelk::Reflection::SchemaRecord;
 
 void Check(bool condition) {
     if (!condition) std::abort();

@@ -5,6 +5,7 @@
 #include "engine/scene/InstallComponents.h"
 #include "engine/scene/Scene.h"
 #include "engine/scene/SceneFile.h"
+#include "engine/scene/components/AnimationComponents.h"
 #include "engine/scene/components/CoreComponents.h"
 #include "engine/scene/components/GameplayComponents.h"
 #include "engine/scene/components/LightComponents.h"
@@ -41,7 +42,7 @@ protected:
         return entity;
     }
 
-    // Lamp (moved off the origin) > Arm (point light) > Bulb (rotator), and Lamp > Base.
+    // Lamp (moved off the origin) > Arm (point light) > Bulb (rotator), and Lamp > Base (animator).
     Assets::AssetHandle WriteLampPrefab(const std::string& file = "Lamp.bprefab") {
         Scene source;
         const Entity lamp = Make(source, "Lamp", kLamp, kNullEntity);
@@ -49,7 +50,7 @@ protected:
         const Entity arm = Make(source, "Arm", kArm, lamp);
         source.Emplace<PointLightComponent>(arm);
         source.Emplace<RotatorComponent>(Make(source, "Bulb", kBulb, arm));
-        Make(source, "Base", kBase, lamp);
+        source.Emplace<AnimatorComponent>(Make(source, "Base", kBase, lamp));
         std::string error;
         EXPECT_TRUE(CreatePrefabFromEntity(source, assets_, lamp, PrefabPath(file), &error)) << error;
         return assets_.GetRegistry().HandleOfPath(PrefabPath(file));
@@ -184,11 +185,15 @@ TEST_F(PrefabTests, RecordsEachKindOfChangeAndARebuildKeepsThem) {
 TEST_F(PrefabTests, OnlyTheTopOfADeletedSubtreeIsRecordedAndItStaysDeleted) {
     const Entity lamp = Instantiate(WriteLampPrefab());
     scene_.DestroyEntity(Find(lamp, kArm));
+    // Run-time state isn't saved, so it renders alike and is no change.
+    scene_.Get<AnimatorComponent>(Find(lamp, kBase)).currentTime = 3.0f;
     std::string error;
     ASSERT_TRUE(RecordInstanceChanges(scene_, assets_, lamp, &error)) << error;
     EXPECT_EQ(Links(lamp).removedEntities, std::vector<Core::Guid>{kArm});
+    EXPECT_TRUE(Links(lamp).overrides.empty());
     EXPECT_EQ(Update(), 1u);
     EXPECT_EQ(CollectInstanceEntities(scene_, lamp).bySource.size(), 2u); // lamp and base
+    EXPECT_EQ(scene_.Get<AnimatorComponent>(Find(lamp, kBase)).currentTime, 3.0f);
 }
 
 TEST_F(PrefabTests, APrefabEditReachesInstancesWhileDeadChangesAreDroppedAndCounted) {
