@@ -23,14 +23,12 @@ using Testing::LogCapture;
 using Testing::ReadText;
 using Testing::WriteText;
 
+// Ordinary values are pinned by the golden files; these are the edges of both forms.
 TEST(FormatMaterialFloatTest, WritesSixDigitsWhenTheyHoldTheFloatElseTheShortestExactText) {
     const struct {
         float value;
         const char* text;
     } table[] = {
-        {0.5f, "0.5"},
-        {0.9f, "0.9"},
-        {1.0f / 3.0f, "0.33333334"},
         {16777216.0f, "16777216"},
         {1e8f, "1e+08"},
         {123456.789f, "123456.79"},
@@ -68,6 +66,13 @@ protected:
         return material;
     }
 
+    static void ExpectGolden(std::string_view name, const std::string& text) {
+        const fs::path golden =
+            fs::path(BRELK_TEST_DATA_DIR).parent_path().parent_path() / "materials" / "tests" / "data" / name;
+        if (std::getenv("BRELK_UPDATE_GOLDEN")) WriteText(golden, text);
+        EXPECT_EQ(text, ReadText(golden));
+    }
+
     Testing::ScratchFolder root_;
     AssetRegistry registry_;
     AssetHandle rock_ = 0;
@@ -86,10 +91,7 @@ TEST_F(MaterialFileTest, EachKindStartsFromItsDefaultGraphWhoseTextTheGoldenFile
     EXPECT_EQ(ReadBack("kind PostProcess\n", nullptr).graph.nodes, MakeDefaultPostProcessGraph().nodes);
     EXPECT_EQ(ReadBack("kind Function\n", nullptr).graph.nodes, MakeDefaultFunctionGraph().nodes);
     EXPECT_TRUE(ReadBack("is_instance 1\n", nullptr).graph.nodes.empty());
-    const fs::path golden = fs::path(BRELK_TEST_DATA_DIR).parent_path().parent_path() / "materials" / "tests" /
-                            "data" / "MaterialStartingGraphs.txt";
-    if (std::getenv("BRELK_UPDATE_GOLDEN")) WriteText(golden, text);
-    EXPECT_EQ(text, ReadText(golden));
+    ExpectGolden("MaterialStartingGraphs.txt", text);
 }
 
 TEST_F(MaterialFileTest, RoundTripsEveryFieldWithReferencesThroughTheRegistry) {
@@ -134,10 +136,7 @@ TEST_F(MaterialFileTest, RoundTripsEveryFieldWithReferencesThroughTheRegistry) {
         for (std::size_t at = text.find(reference); at != std::string::npos; at = text.find(reference))
             text.replace(at, reference.size(), word);
     }
-    const fs::path golden = fs::path(BRELK_TEST_DATA_DIR).parent_path().parent_path() / "materials" / "tests" /
-                            "data" / "FullInstance.bmatinst";
-    if (std::getenv("BRELK_UPDATE_GOLDEN")) WriteText(golden, text);
-    EXPECT_EQ(text, ReadText(golden));
+    ExpectGolden("FullInstance.bmatinst", text);
 
     MaterialAsset back;
     ASSERT_TRUE(ReadMaterialAsset(root_ / "Out/Full.bmatinst", back, &registry_));
@@ -172,8 +171,6 @@ TEST_F(MaterialFileTest, ReadsCookedMaterialsByTheirSourceTextAndReportsBrokenCo
     } table[] = {
         {WriteCookedContainer(kCookedKindMaterial, 1, payload),
          "Invalid cooked file " + name + ": format version 1, expected 2; recook the content."},
-        {WriteCookedContainer(kCookedKindScene, 2, payload),
-         "Invalid cooked file " + name + ": it holds a different kind of asset."},
         {WriteCookedContainer(kCookedKindMaterial, 2, std::vector<std::uint8_t>{1, 0, 0}),
          "Invalid cooked material " + name + ": Cooked data ends early."},
     };
