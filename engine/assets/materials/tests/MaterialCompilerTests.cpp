@@ -232,12 +232,10 @@ TEST(MaterialCompilerTest, NodesOutsideTheirDomainsAndBrokenNodesGiveTheirErrors
 }
 
 TEST(MaterialCompilerTest, ChecksTheGraphsShapeBeforeEmitting) {
-    EXPECT_EQ(Messages(GraphBuilder(0).Compile()),
-              std::vector<std::string>{"E0 Graph is missing a Material Output node."});
-    EXPECT_EQ(Messages(GraphBuilder(1).Compile()),
-              std::vector<std::string>{"E0 Graph is missing a Function Output node."});
-    EXPECT_EQ(Messages(GraphBuilder(2).Compile()),
-              std::vector<std::string>{"E0 Graph is missing a Post Process Output node."});
+    for (const auto& [domain, output] : {std::pair{0u, "Material"}, {1u, "Function"}, {2u, "Post Process"}}) {
+        EXPECT_EQ(Messages(GraphBuilder(domain).Compile()),
+                  std::vector<std::string>{"E0 Graph is missing a " + std::string(output) + " Output node."});
+    }
 
     GraphBuilder cycle;
     const std::uint64_t a = cycle.Add(kNodeSaturate);
