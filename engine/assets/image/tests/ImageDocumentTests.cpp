@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <functional>
+#include <tuple>
 
 namespace Brelk::Assets {
 namespace {
@@ -68,16 +69,12 @@ TEST(ImageDocumentTest, ACommandExactlyAtTheBudgetPassesAndOneByteMoreChangesNot
         document.historyBudget = budget;
         ImageDocumentEditor editor(document);
         std::string error;
-        const bool added = editor.AddLayer({}, nullptr, &error);
-        EXPECT_EQ(added, budget == 472u);
-        if (added) {
-            EXPECT_EQ(editor.HistoryBytes(), 472u);
-            EXPECT_EQ(editor.Document().layers.size(), 1u);
-        } else {
-            EXPECT_EQ(error, "Layer command exceeds history budget.");
-            EXPECT_EQ(editor.Document(), document);
-            EXPECT_EQ(editor.UndoCount(), 0u);
-        }
+        const bool fits = budget == 472u;
+        EXPECT_EQ(editor.AddLayer({}, nullptr, &error), fits);
+        EXPECT_EQ(error, fits ? "" : "Layer command exceeds history budget.");
+        EXPECT_EQ(std::tuple(editor.HistoryBytes(), editor.UndoCount(), editor.Document().layers.size()),
+                  fits ? std::tuple(472u, 1u, 1u) : std::tuple(0u, 0u, 0u));
+        EXPECT_EQ(editor.Document() == document, !fits);
     }
 }
 
