@@ -70,6 +70,7 @@ TEST_F(MaterialLoadingTest, LoadsCompilesAndResolvesInstancesLoggingWhatFails) {
             "Failed to compile material asset 'Cycle.bmat': Material graph contains a cycle. Only DAG graphs can "
             "compile.",
             "Failed to compile material asset 'Orphan.bmatinst': Material instance has an invalid parent material."}));
+    EXPECT_EQ(materials_.at(base).compiled.shaderName.substr(0, 10), "Base_bmat_");
 
     // Nothing changed on disk and the manager says so: nothing is read or compiled again.
     MaterialLoadOptions unchanged;
