@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <tuple>
+
 namespace Brelk::Assets {
 namespace {
 
@@ -29,10 +32,13 @@ protected:
         return AssetReferenceOf(registry_, registry_.HandleOfPath(folder_ / name));
     }
 
+    static fs::path Data() {
+        return fs::path(BRELK_TEST_DATA_DIR).parent_path().parent_path() / "animation" / "tests" / "data";
+    }
+
     // The healthy version-14 file of the data folder, as the writer gives it, with the references put in.
     std::string Healthy() const {
-        std::string text = ReadText(fs::path(BRELK_TEST_DATA_DIR).parent_path().parent_path() / "animation" /
-                                    "tests" / "data" / "Hero.bcontroller");
+        std::string text = ReadText(Data() / "Hero.bcontroller");
         for (const char* name : {"Hero.bskel", "Walk.bclip", "Run.bclip", "Step.wav"}) {
             const std::string slot = std::string("@") + name;
             for (std::size_t at = text.find(slot); at != std::string::npos; at = text.find(slot))
@@ -57,16 +63,14 @@ protected:
 TEST_F(AnimatorControllerFileTest, AHealthyFileReadsWritesBackByteForByteAndSavesEveryField) {
     AnimatorControllerLoadReport report;
     AnimatorController controller = Parse(Healthy(), &report);
-    EXPECT_EQ(controller.name, "Hero \"A\" \\ B");
-    EXPECT_EQ(controller.defaultState, "Idle");
-    EXPECT_EQ(controller.stableIds.NextId(), 9u);
-    EXPECT_EQ(controller.stableIds.Find("Run"), 4u);
-    EXPECT_EQ(controller.states[0].motion, "Blend");
+    // Ids on disk become names in memory, references become handles.
+    EXPECT_EQ(std::tie(controller.name, controller.defaultState, controller.states[0].motion,
+                       controller.transitions[0].source, controller.transitions[0].target),
+              std::tuple("Hero \"A\" \\ B", "Idle", "Blend", "Idle", "Run"));
+    EXPECT_EQ(std::tuple(controller.stableIds.NextId(), controller.stableIds.Find("Run")), std::tuple(9u, 4u));
     EXPECT_EQ(controller.states[0].layers[0].clip, registry_.HandleOfPath(folder_ / "Run.bclip"));
     EXPECT_EQ(controller.motions[0].children[0].events[0].audio, registry_.HandleOfPath(folder_ / "Step.wav"));
     EXPECT_EQ(controller.layerGroups[0].members, (std::vector<std::string>{"Idle", "Run"}));
-    EXPECT_EQ(controller.transitions[0].source, "Idle");
-    EXPECT_EQ(controller.transitions[0].target, "Run");
     EXPECT_FALSE(report.Repaired());
     EXPECT_EQ(SerializeAnimatorController(controller, registry_), Healthy());
 
@@ -88,54 +92,37 @@ TEST_F(AnimatorControllerFileTest, AHealthyFileReadsWritesBackByteForByteAndSave
     EXPECT_EQ(loaded.stableIds.NextId(), 10u);
 }
 
-TEST_F(AnimatorControllerFileTest, AVersionOneFileSharesOneMotionPerClip) {
-    const std::string text = "bcontroller 1\nname \"Old\"\nskeleton \"\"\nnext_id 1\ndefault_state \"A\"\n"
-                             "parameters 0\nstates 3\n"
-                             "state \"A\" \"" + walk_ + "\" 1 1\n"
-                             "state \"B\" \"" + walk_ + "\" 0 2\n"
-                             "state \"C\" \"" + run_ + "\" 1 0.5\n"
-                             "transitions 1\ntransition \"A\" \"C\" 0.25 1 0 0\n";
+// Version 1 shares one motion per clip; version 10 lacks later columns, which take their defaults.
+TEST_F(AnimatorControllerFileTest, OldVersionsUpgradeAsTheGoldenFileHolds) {
+    const std::string v1 = "bcontroller 1\nname \"Old\"\nskeleton \"\"\nnext_id 1\ndefault_state \"A\"\n"
+                           "parameters 0\nstates 3\n"
+                           "state \"A\" \"" + walk_ + "\" 1 1\n"
+                           "state \"B\" \"" + walk_ + "\" 0 2\n"
+                           "state \"C\" \"" + run_ + "\" 1 0.5\n"
+                           "transitions 1\ntransition \"A\" \"C\" 0.25 1 0 0\n";
+    const std::string v10 = "bcontroller 10\nname \"Mid\"\nskeleton \"\"\nnext_id 5\ndefault_state \"S\"\n"
+                            "parameters 1\nparameter \"p\" 2 0 0 7 1 0 0 0 0\n"
+                            "motions 1\nmotion 1 \"M\" 0 \"\" \"t\" \"u\" 1\n"
+                            "motion_child \"c\" \"\" 0.5 2\n"
+                            "motion_child_event 1 \"e\" 0 0 \"a\" \"b\"\n"
+                            "\n"
+                            "motion_child_event 2 \"f\" 0 1 \"\" \"\"\n"
+                            "states 1\nstate 2 \"S\" 1 1 2 1 3 1 0\n"
+                            "state_event 0 \"s\" 0 0 \"\" \"\"\n"
+                            "transitions 1\ntransition 3 \"S\" \"S\" 0.5 0 0 0 0 0 0\n";
     AnimatorControllerLoadReport report;
-    const AnimatorController controller = Parse(text, &report);
-    ASSERT_EQ(controller.motions.size(), 2u);
-    EXPECT_EQ(controller.motions[0].name, "Walk");
-    EXPECT_EQ(controller.motions[1].name, "Run");
-    EXPECT_EQ(controller.motions[0].id, 5u);
-    EXPECT_EQ(controller.states[0].motionId, controller.motions[0].id);
-    EXPECT_EQ(controller.states[1].motionId, controller.motions[0].id);
-    EXPECT_EQ(controller.states[2].motionId, controller.motions[1].id);
-    EXPECT_EQ(controller.stableIds.Find("C"), 3u);
-    EXPECT_EQ(controller.transitions[0].id, 4u);
-    EXPECT_EQ(controller.transitions[0].target, "C");
-    EXPECT_EQ(controller.stableIds.NextId(), 7u);
+    std::string text = "== version 1\n" + SerializeAnimatorController(Parse(v1, &report), registry_);
     // An upgrade alone is no repair: the old file is left as it is.
     EXPECT_FALSE(report.Repaired());
-}
-
-TEST_F(AnimatorControllerFileTest, OldColumnLayoutsTakeDefaults) {
-    const std::string text = "bcontroller 10\nname \"Mid\"\nskeleton \"\"\nnext_id 5\ndefault_state \"S\"\n"
-                             "parameters 1\nparameter \"p\" 2 0 0 7 1 0 0 0 0\n"
-                             "motions 1\nmotion 1 \"M\" 0 \"\" \"t\" \"u\" 1\n"
-                             "motion_child \"c\" \"\" 0.5 2\n"
-                             "motion_child_event 1 \"e\" 0 0 \"a\" \"b\"\n"
-                             "\n"
-                             "motion_child_event 2 \"f\" 0 1 \"\" \"\"\n"
-                             "states 1\nstate 2 \"S\" 1 1 2 1 3 1 0\n"
-                             "state_event 0 \"s\" 0 0 \"\" \"\"\n"
-                             "transitions 1\ntransition 3 \"S\" \"S\" 0.5 0 0 0 0 0 0\n";
-    const AnimatorController controller = Parse(text);
-    EXPECT_EQ(controller.parameters[0].intValue, 7);
-    EXPECT_TRUE(controller.parameters[0].flag);
-    EXPECT_EQ(controller.motions[0].textA, "t");
-    const AnimatorMotionChild& child = controller.motions[0].children[0];
-    EXPECT_EQ(child.values, (std::array<float, 5>{0.5f, 0.0f, 0.0f, 1.0f, 1.0f}));
-    EXPECT_EQ(child.events.size(), 2u);
-    EXPECT_EQ(child.id, 6u);
-    EXPECT_TRUE(controller.states[0].flag);
-    EXPECT_EQ(controller.states[0].values, (std::array<float, 6>{3.0f, 0, 0, 0, 0, 0}));
-    EXPECT_EQ(controller.states[0].motion, "M");
-    EXPECT_EQ(controller.stableIds.Find("S"), 5u);
-    EXPECT_EQ(controller.transitions[0].source, "S");
+    text += "== version 10\n" + SerializeAnimatorController(Parse(v10), registry_);
+    for (const char* name : {"Walk.bclip", "Run.bclip"}) {
+        const std::string reference = Reference(name);
+        for (std::size_t at = text.find(reference); at != std::string::npos; at = text.find(reference))
+            text.replace(at, reference.size(), std::string("@") + name);
+    }
+    const fs::path golden = Data() / "Upgraded.bcontroller";
+    if (std::getenv("BRELK_UPDATE_GOLDEN")) WriteText(golden, text);
+    EXPECT_EQ(text, ReadText(golden));
 }
 
 TEST_F(AnimatorControllerFileTest, EachBrokenLineGivesItsMessage) {
@@ -195,44 +182,40 @@ TEST_F(AnimatorControllerFileTest, EachBrokenLineGivesItsMessage) {
     AnimatorController controller;
     EXPECT_FALSE(LoadAnimatorController(folder_ / "None.bcontroller", &controller, registry_, &error));
     EXPECT_EQ(error, "Failed to open controller asset.");
-}
-
-TEST_F(AnimatorControllerFileTest, MissingIdsAndStaleReferencesAreRepairedAndRewritten) {
-    std::string text = Healthy();
-    text.replace(text.find("default_state_id 3"), 18, "default_state_id 8");
-    text.replace(text.find("transition 6 3 4"), 16, "transition 6 7 4");
-    text.replace(text.find(run_), run_.size(), "content:Run.bclip");
-    WriteText(folder_ / "Hero.bcontroller", text);
-    LogCapture log;
-    const std::optional<AnimatorController> controller = LoadAnimatorControllerAsset(folder_ / "Hero.bcontroller", registry_);
-    ASSERT_TRUE(controller);
-    EXPECT_EQ(controller->defaultState, "");
-    EXPECT_EQ(log.Messages(Core::LogLevel::Warning),
-              (std::vector<std::string>{
-                  "Animator controller 'Hero \"A\" \\ B': default state refers to missing state id 8.",
-                  "Animator controller 'Hero \"A\" \\ B': transition source refers to missing state id 7."}));
-    std::string expected = Healthy();
-    expected.replace(expected.find("default_state_id 3"), 18, "default_state_id 0");
-    expected.replace(expected.find("transition 6 3 4"), 16, "transition 6 0 4");
-    EXPECT_EQ(ReadText(folder_ / "Hero.bcontroller"), expected);
-}
-
-TEST_F(AnimatorControllerFileTest, AnUnresolvedReferenceWarnsWithItsPlaceAndBlocksTheRewrite) {
-    std::string text = Healthy();
-    text.replace(text.find(run_), run_.size(), "content:Gone.bclip");
-    text.replace(text.find("default_state_id 3"), 18, "default_state_id 8");
-    WriteText(folder_ / "Hero.bcontroller", text);
-    LogCapture log;
-    ASSERT_TRUE(LoadAnimatorControllerAsset(folder_ / "Hero.bcontroller", registry_));
-    EXPECT_EQ(log.Messages(Core::LogLevel::Warning).front(),
-              "Unresolved animator controller asset reference in state 'Idle' layer 'Upper'.clip");
-    EXPECT_EQ(ReadText(folder_ / "Hero.bcontroller"), text);
-
     WriteText(folder_ / "Broken.bcontroller", "bcontroller 15\n");
+    LogCapture log;
     ASSERT_FALSE(LoadAnimatorControllerAsset(folder_ / "Broken.bcontroller", registry_));
-    EXPECT_EQ(log.Messages(Core::LogLevel::Warning).back(),
-              "Failed to load animator controller asset '" + (folder_ / "Broken.bcontroller").string() +
-                  "': Unsupported controller asset version.");
+    EXPECT_EQ(log.Messages(Core::LogLevel::Warning),
+              std::vector<std::string>{"Failed to load animator controller asset '" +
+                                       (folder_ / "Broken.bcontroller").string() +
+                                       "': Unsupported controller asset version."});
+}
+
+// The run clip is named once by an older reference that still resolves, once by one that does not.
+TEST_F(AnimatorControllerFileTest, MissingIdsAreRepairedAndRewrittenUnlessAReferenceFailsToResolve) {
+    for (const bool resolves : {true, false}) {
+        std::string text = Healthy();
+        text.replace(text.find("default_state_id 3"), 18, "default_state_id 8");
+        text.replace(text.find("transition 6 3 4"), 16, "transition 6 7 4");
+        text.replace(text.find(run_), run_.size(), resolves ? "content:Run.bclip" : "content:Gone.bclip");
+        WriteText(folder_ / "Hero.bcontroller", text);
+        LogCapture log;
+        const std::optional<AnimatorController> controller =
+            LoadAnimatorControllerAsset(folder_ / "Hero.bcontroller", registry_);
+        ASSERT_TRUE(controller);
+        EXPECT_EQ(controller->defaultState, "");
+        std::vector<std::string> warnings = {
+            "Animator controller 'Hero \"A\" \\ B': default state refers to missing state id 8.",
+            "Animator controller 'Hero \"A\" \\ B': transition source refers to missing state id 7."};
+        if (!resolves)
+            warnings.insert(warnings.begin(),
+                            "Unresolved animator controller asset reference in state 'Idle' layer 'Upper'.clip");
+        EXPECT_EQ(log.Messages(Core::LogLevel::Warning), warnings);
+        std::string repaired = Healthy();
+        repaired.replace(repaired.find("default_state_id 3"), 18, "default_state_id 0");
+        repaired.replace(repaired.find("transition 6 3 4"), 16, "transition 6 0 4");
+        EXPECT_EQ(ReadText(folder_ / "Hero.bcontroller"), resolves ? repaired : text);
+    }
 }
 
 TEST_F(AnimatorControllerFileTest, SavingWarnsForALostHandleAndIsRefusedReadOnly) {

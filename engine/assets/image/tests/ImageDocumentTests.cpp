@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <functional>
+#include <tuple>
 
 namespace Brelk::Assets {
 namespace {
@@ -68,16 +69,12 @@ TEST(ImageDocumentTest, ACommandExactlyAtTheBudgetPassesAndOneByteMoreChangesNot
         document.historyBudget = budget;
         ImageDocumentEditor editor(document);
         std::string error;
-        const bool added = editor.AddLayer({}, nullptr, &error);
-        EXPECT_EQ(added, budget == 472u);
-        if (added) {
-            EXPECT_EQ(editor.HistoryBytes(), 472u);
-            EXPECT_EQ(editor.Document().layers.size(), 1u);
-        } else {
-            EXPECT_EQ(error, "Layer command exceeds history budget.");
-            EXPECT_EQ(editor.Document(), document);
-            EXPECT_EQ(editor.UndoCount(), 0u);
-        }
+        const bool fits = budget == 472u;
+        EXPECT_EQ(editor.AddLayer({}, nullptr, &error), fits);
+        EXPECT_EQ(error, fits ? "" : "Layer command exceeds history budget.");
+        EXPECT_EQ(std::tuple(editor.HistoryBytes(), editor.UndoCount(), editor.Document().layers.size()),
+                  fits ? std::tuple(472u, 1u, 1u) : std::tuple(0u, 0u, 0u));
+        EXPECT_EQ(editor.Document() == document, !fits);
     }
 }
 
@@ -203,30 +200,31 @@ TEST(ImageDocumentTest, MasksCanvasAndBakeCommandsRoundTripThroughUndo) {
     EXPECT_EQ(editor.Document().width, 6u);
     EXPECT_EQ(editor.Document().layers[0].pixels[0].g, 0.5f);
 
-    // The canvas commands remember every layer: here one of 256 bytes.
-    const std::pair<std::uint64_t, const char*> budgets[] = {
-        {300, "Canvas command requires at least 472 bytes of undo budget (available 300 bytes)."},
-        {255, "Canvas allocation exceeds undo budget."},
+    // The canvas commands remember every layer: here none, or one of 256 bytes.
+    const struct {
+        std::uint64_t budget;
+        std::size_t layers;
+        const char* message;
+    } budgets[] = {
+        {215, 0, "Canvas command exceeds undo budget."},
+        {300, 1, "Canvas command requires at least 472 bytes of undo budget (available 300 bytes)."},
+        {255, 1, "Canvas allocation exceeds undo budget."},
     };
-    for (const auto& [budget, message] : budgets) {
+    for (const auto& row : budgets) {
         ImageDocument tight = MakeImageDocument(4, 4);
-        tight.historyBudget = budget;
-        tight.layers.emplace_back().identity = Core::Guid::New();
-        tight.layers[0].pixels.resize(16);
+        tight.historyBudget = row.budget;
+        for (std::size_t i = 0; i < row.layers; ++i) {
+            tight.layers.emplace_back().identity = Core::Guid::New();
+            tight.layers.back().pixels.resize(16);
+        }
         ImageDocumentEditor small(tight);
         std::string error;
         EXPECT_FALSE(small.CropCanvas({0, 0, 2, 2}, &error));
-        EXPECT_EQ(error, message);
+        EXPECT_EQ(error, row.message);
         EXPECT_FALSE(small.ResizeCanvas(2, 2, ImageResampleFilter::Bilinear, &error));
-        EXPECT_EQ(error, message);
+        EXPECT_EQ(error, row.message);
         EXPECT_EQ(small.Document(), tight);
     }
-    ImageDocument empty = MakeImageDocument(4, 4);
-    empty.historyBudget = 215;
-    ImageDocumentEditor bare(empty);
-    std::string error;
-    EXPECT_FALSE(bare.CropCanvas({0, 0, 2, 2}, &error));
-    EXPECT_EQ(error, "Canvas command exceeds undo budget.");
 }
 
 TEST(ImageDocumentTest, FlipbookAtlasGridFollowsTheVisibleFrames) {

@@ -42,6 +42,8 @@ protected:
     TableResolver resolver_{materials_};
 };
 
+// A load that fails and an instance sharing its base's shader are the asset manager's tests, and
+// references that fail are the reader's.
 TEST_F(MaterialLoadingTest, LoadsCompilesAndResolvesInstancesLoggingWhatFails) {
     WriteText(Content("Base.bmat"), "");
     WriteText(Content("Inst.bmatinst"), "");
@@ -52,8 +54,6 @@ TEST_F(MaterialLoadingTest, LoadsCompilesAndResolvesInstancesLoggingWhatFails) {
     instance.parentMaterial = base;
     Write("Inst.bmatinst", instance);
     WriteText(Content("Orphan.bmatinst"), "version 3\nis_instance 1\n");
-    WriteText(Content("Broken.bmat"), "version 3\nalbedo_texture_ref \"content:Nope.png\"\n");
-    WriteText(Content("Bad.bmat"), "version 3\nnode 1 Texture2D 0 0 \"T\"\nprop 1 \"asset\" \"x\"\n");
     WriteText(Content("Cycle.bmat"), "version 3\nnode 1 Saturate 0 0 \"S\"\npin 1 2 Input Float 0 0 \"Value\"\n"
                                      "pin 1 3 Output Float 0 0 \"Result\"\nnode 4 MaterialOutput 0 0 \"Out\"\n"
                                      "pin 4 5 Input Float 0 0 \"Roughness\"\nlink 6 3 2\nlink 7 3 5\n");
@@ -62,27 +62,15 @@ TEST_F(MaterialLoadingTest, LoadsCompilesAndResolvesInstancesLoggingWhatFails) {
     LogCapture log;
     const MaterialLoadResult result =
         LoadMaterialAssetsFromRegistry(registry_, materials_, resolver_, root_ / "Shaders");
-    EXPECT_EQ(result.loaded.size(), 5u);
-    EXPECT_EQ(result.compiled.size(), 3u);
-    const std::string broken = Content("Broken.bmat").string();
-    EXPECT_EQ(log.Messages(Core::LogLevel::Warning),
-              (std::vector<std::string>{"Failed to load material asset 'Bad.bmat': stoull",
-                                        "Unresolved material asset reference in " + broken +
-                                            " (albedo_texture): content:Nope.png"}));
+    EXPECT_EQ(result.loaded.size(), 4u);
+    EXPECT_EQ(result.compiled.size(), 2u);
     EXPECT_EQ(
         log.Messages(Core::LogLevel::Error),
         (std::vector<std::string>{
             "Failed to compile material asset 'Cycle.bmat': Material graph contains a cycle. Only DAG graphs can "
             "compile.",
             "Failed to compile material asset 'Orphan.bmatinst': Material instance has an invalid parent material."}));
-
-    const MaterialEntry& baseEntry = materials_.at(base);
-    EXPECT_TRUE(baseEntry.compiled.succeeded);
-    EXPECT_EQ(baseEntry.compiled.shaderName.substr(0, 10), "Base_bmat_");
-    const MaterialEntry& instanceEntry = materials_.at(registry_.HandleOfPath(Content("Inst.bmatinst")));
-    EXPECT_TRUE(instanceEntry.compiled.succeeded);
-    EXPECT_EQ(instanceEntry.compiled.shaderName, baseEntry.compiled.shaderName);
-    EXPECT_TRUE(materials_.at(registry_.HandleOfPath(Content("Broken.bmat"))).compiled.succeeded);
+    EXPECT_EQ(materials_.at(base).compiled.shaderName.substr(0, 10), "Base_bmat_");
 
     // Nothing changed on disk and the manager says so: nothing is read or compiled again.
     MaterialLoadOptions unchanged;

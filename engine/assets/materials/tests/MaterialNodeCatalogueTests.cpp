@@ -27,16 +27,14 @@ std::string DumpCatalogue() {
     return text;
 }
 
-TEST(MaterialNodeCatalogueTest, MatchesTheGoldenTableOfIdsWordsTitlesCategoriesPinsAndDefaults) {
+TEST(MaterialNodeCatalogueTest, MatchesTheGoldenTableAndFindsRowsByIdAndExactWord) {
     // Titles and labels spaced from the words (acronyms kept whole) are part of the table. Worked out
     // by hand: the module's own data folder need not exist for the kernel to walk through it.
     const std::filesystem::path golden = std::filesystem::path(BRELK_TEST_DATA_DIR).parent_path().parent_path() /
                                          "materials" / "tests" / "data" / "MaterialNodeCatalogue.txt";
     if (std::getenv("BRELK_UPDATE_GOLDEN")) Testing::WriteText(golden, DumpCatalogue());
     EXPECT_EQ(DumpCatalogue(), Testing::ReadText(golden));
-}
-
-TEST(MaterialNodeCatalogueTest, FindsRowsByIdAndWordOnly) {
+    // Lookups by id and by the exact word only.
     EXPECT_EQ(FindMaterialNode(93u)->name, "VolumeSphere");
     EXPECT_EQ(FindMaterialNode("MaterialOutput")->type, 0u);
     EXPECT_EQ(FindMaterialNode("CustomCode")->type, 85u);

@@ -43,14 +43,10 @@ TEST(ClassifyTextureEncoding, NamesDecideBeforePixelsExceptForNormalMaps) {
 }
 
 TEST(IsCompressibleTextureSource, TakesCommonImagesOutsideUiFolders) {
-    EXPECT_TRUE(IsCompressibleTextureSource("Content/rock.PNG"));
-    EXPECT_TRUE(IsCompressibleTextureSource("Content/rock.jpeg"));
-    EXPECT_TRUE(IsCompressibleTextureSource("Content/rock.tga"));
-    EXPECT_FALSE(IsCompressibleTextureSource("Content/ui/button.png"));
-    EXPECT_FALSE(IsCompressibleTextureSource("Content/UI/button.png"));
-    EXPECT_TRUE(IsCompressibleTextureSource("Content/build/button.png"));
-    EXPECT_FALSE(IsCompressibleTextureSource("Content/sky.hdr"));
-    EXPECT_FALSE(IsCompressibleTextureSource("Content/sky.exr"));
+    for (const char* path : {"Content/rock.PNG", "Content/rock.jpeg", "Content/rock.tga", "Content/build/button.png"})
+        EXPECT_TRUE(IsCompressibleTextureSource(path)) << path;
+    for (const char* path : {"Content/ui/button.png", "Content/UI/button.png", "Content/sky.hdr", "Content/sky.exr"})
+        EXPECT_FALSE(IsCompressibleTextureSource(path)) << path;
 }
 
 } // namespace

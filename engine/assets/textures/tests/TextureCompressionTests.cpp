@@ -54,11 +54,9 @@ ErrorFigures Compare(const TextureAsset& a, const TextureAsset& b, int first, in
 
 TEST(TextureMips, ChainsHalveEachSideDownToOneBlock) {
     EXPECT_EQ(FullMipCount(1, 1), 1u);
-    EXPECT_EQ(FullMipCount(5, 3), 3u);
     EXPECT_EQ(FullMipCount(256, 255), 9u);
     EXPECT_EQ(*TexturePixelBytes(2, 1, 1, 1), 16u);
-    // 5x3: 2x1 blocks, then 2x1 pixels (1 block), then 1x1 (1 block).
-    EXPECT_EQ(*TexturePixelBytes(3, 5, 3, 3), (2 + 1 + 1) * 16u);
+    // The 5x3 chain's three levels and their blocks are pinned by the compression test below.
     EXPECT_EQ(*TexturePixelBytes(1, 3, 2, 1), 3u * 2 * 16);
     EXPECT_EQ(*TexturePixelBytes(2, 1, 1, 0xFFFFFFFFu), 0xFFFFFFFFull * 16);
     EXPECT_FALSE(TexturePixelBytes(1, 0xFFFFFFFFu, 0xFFFFFFFFu, 1).has_value());
@@ -73,8 +71,6 @@ TEST(Downsample, AveragesColourInLinearLightAndAlphaAsStored) {
     // Half the light of white is 188 in sRGB, not 128.
     EXPECT_EQ(srgb.pixels, (std::vector<std::uint8_t>{188, 188, 188, 128}));
     EXPECT_EQ(linear.pixels, (std::vector<std::uint8_t>{128, 128, 128, 128}));
-    EXPECT_FLOAT_EQ(SrgbToLinearTable()[255], 1.0f);
-    EXPECT_NEAR(SrgbToLinearTable()[10], 10.0 / 255.0 / 12.92, 1e-7);
     // An odd side clamps its last pair, and no side goes below one.
     const MipImage odd = Downsample(MipImage{3, 1, {10, 0, 0, 255, 20, 0, 0, 255, 40, 0, 0, 255}}, false);
     EXPECT_EQ(std::tuple(odd.width, odd.height, odd.pixels[0]), std::tuple(1u, 1u, std::uint8_t{15}));
@@ -119,6 +115,13 @@ TEST_F(TextureCompressionTest, DecodedImagesStayWithinTheErrorBoundOfTheirKind) 
              out[3] = static_cast<std::uint8_t>((x + y) * 4);
          }), TextureEncoding::Color, 0, 4, 6.0, 20},
         {"normal map", NormalMapImage(64, 64), TextureEncoding::Normal, 0, 3, 1.5, 4},
+        // Fully transparent and fully opaque pixels keep their alpha exactly.
+        {"binary alpha", MakeImage(8, 8, [](std::uint32_t x, std::uint32_t y, std::uint8_t* out) {
+             out[0] = static_cast<std::uint8_t>(x * 30);
+             out[1] = static_cast<std::uint8_t>(y * 30);
+             out[2] = 200;
+             out[3] = (x + y) % 3 == 0 ? 0 : 255;
+         }), TextureEncoding::Color, 3, 4, 0.0, 0},
     };
     for (const Case& c : cases) {
         const TextureAsset decoded = DecompressTexture(CompressTexture(c.image, c.encoding, 0, nullptr));
@@ -131,25 +134,14 @@ TEST_F(TextureCompressionTest, DecodedImagesStayWithinTheErrorBoundOfTheirKind) 
     }
 }
 
-TEST_F(TextureCompressionTest, FullyTransparentAndOpaquePixelsKeepTheirAlpha) {
-    const TextureAsset image = MakeImage(8, 8, [](std::uint32_t x, std::uint32_t y, std::uint8_t* out) {
-        out[0] = static_cast<std::uint8_t>(x * 30);
-        out[1] = static_cast<std::uint8_t>(y * 30);
-        out[2] = 200;
-        out[3] = (x + y) % 3 == 0 ? 0 : 255;
-    });
-    const TextureAsset decoded = DecompressTexture(CompressTexture(image, TextureEncoding::Color, 0, nullptr));
-    for (std::size_t i = 3; i < image.pixels.size(); i += 4) {
-        EXPECT_EQ(decoded.pixels[i], image.pixels[i]) << i / 4;
-    }
-}
-
 TEST_F(TextureCompressionTest, ASetCancelFlagStopsBeforeTheFirstMip) {
     std::atomic<bool> cancel{true};
-    EXPECT_EQ(ThrownMessage([&] { (void)CompressTexture(SmoothImage(8, 8), TextureEncoding::Color, 0, &cancel); }),
-              "Texture compression cancelled.");
-    EXPECT_THROW((void)CompressTexture(SmoothImage(8, 8), TextureEncoding::Color, 0, &cancel),
-                 TextureCompressionCancelled);
+    try {
+        (void)CompressTexture(SmoothImage(8, 8), TextureEncoding::Color, 0, &cancel);
+        ADD_FAILURE() << "no cancellation";
+    } catch (const TextureCompressionCancelled& cancelled) {
+        EXPECT_STREQ(cancelled.what(), "Texture compression cancelled.");
+    }
 }
 
 TEST_F(TextureCompressionTest, RefusesWhatItCannotRead) {
