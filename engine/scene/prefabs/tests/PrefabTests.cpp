@@ -257,6 +257,27 @@ TEST_F(PrefabTests, ApplyWritesTheInstanceBackAndOtherInstancesKeepTheirOwnChang
     EXPECT_EQ(CollectInstanceEntities(scene_, second).bySource.count(kBase), 0u);
 }
 
+TEST_F(PrefabTests, NestedPrefabsAreFlattenedAndFollowTheirOwnFile) {
+    const Assets::AssetHandle lampPrefab = WriteLampPrefab();
+    Scene source;
+    const Entity room = Make(source, "Room", G("00000000-0000-0000-0000-0000000000c1"), kNullEntity);
+    std::string error;
+    ASSERT_EQ(InstantiatePrefab(source, assets_, lampPrefab, room, &error).size(), 1u) << error;
+    ASSERT_TRUE(CreatePrefabFromEntity(source, assets_, room, PrefabPath("Room.bprefab"), &error)) << error;
+    const Entity placed = Instantiate(assets_.GetRegistry().HandleOfPath(PrefabPath("Room.bprefab")));
+    const CollectedInstance collected = CollectInstanceEntities(scene_, placed);
+    EXPECT_EQ(collected.bySource.size(), 5u);
+    EXPECT_TRUE(collected.added.empty());
+
+    Scene lamp;
+    ASSERT_TRUE(LoadScene(PrefabPath("Lamp.bprefab"), lamp, assets_, nullptr));
+    lamp.Get<PointLightComponent>(lamp.FindEntityByGuid(kArm)).intensity = 2.0f;
+    ASSERT_TRUE(SaveScene(PrefabPath("Lamp.bprefab"), lamp, assets_, nullptr));
+    EXPECT_EQ(Update(lampPrefab), 1u);
+    const Entity lampInRoom = scene_.GetChildren(placed).front();
+    EXPECT_EQ(scene_.Get<PointLightComponent>(scene_.GetChildren(lampInRoom).front()).intensity, 2.0f);
+}
+
 TEST_F(PrefabTests, APrefabThatHoldsItselfIsRefused) {
     const Assets::AssetHandle lampPrefab = WriteLampPrefab();
     const Entity lamp = Instantiate(lampPrefab);
@@ -298,6 +319,14 @@ TEST_F(PrefabTests, OperationsRefuseWhatIsNoInstanceOrNoPrefab) {
          "Cannot create prefab from an invalid entity."},
         {[&] { return ResolveBaseline(cached, WriteLampPrefab("Other.bvfx"), &error) != nullptr; },
          "No baseline for " + PrefabPath("Other.bvfx").string() + "."},
+        {[&] {
+             const Entity placed = Instantiate(lampPrefab);
+             Scene rootless;
+             (void)SaveScene(PrefabPath("Lamp.bprefab"), rootless, assets_, nullptr);
+             const Core::Guid guid = scene_.GetEntityGuid(placed);
+             return UpdatePrefabInstances(scene_, assets_, {&guid, 1}, 0, false, &error) != 0;
+         },
+         "The prefab no longer contains the instance's root entity."},
     };
     for (const auto& [run, message] : rows) {
         error.clear();
@@ -306,7 +335,7 @@ TEST_F(PrefabTests, OperationsRefuseWhatIsNoInstanceOrNoPrefab) {
     }
     EXPECT_FALSE(CreatePrefabFromEntity(scene_, assets_, plain, root_ / "Content" / "File" / "P", &error));
     EXPECT_EQ(error.rfind("Failed to create prefab folder: ", 0), 0u) << error;
-    EXPECT_EQ(scene_.Entities().size(), 1u + 4u); // nothing of the failed instantiations stayed
+    EXPECT_EQ(scene_.Entities().size(), 1u + 4u + 4u); // nothing of the failed instantiations stayed
 }
 
 } // namespace
