@@ -114,16 +114,23 @@ TEST(LogLevelsText, ParsesNamesInAnyCaseLeftToRightAndStopsAtTheFirstBadEntry) {
 
 // ---- Filtering and standard output -----------------------------------------------------
 
-TEST(Logger, EchoesInfoToStandardOutputOnlyWhenConfigured) {
-    Logger echoing;
+TEST(Logger, EchoesToStandardOutputOnlyWhenConfiguredAndTheFreeFunctionsUseTheGlobalLoggerInGeneral) {
     Logger quiet(QuietConfig());
+    std::uint64_t before = 0;
+    (void)Logger::Get().HistorySince(0, &before);
     ::testing::internal::CaptureStdout();
-    echoing.Log(LogCategory::Assets, LogLevel::Info, "loaded");
-    echoing.Log(LogCategory::Assets, LogLevel::Debug, "details");
     quiet.Log(LogCategory::General, LogLevel::Error, "quiet");
+    Logger::Get().Log(LogCategory::Assets, LogLevel::Info, "loaded");
+    Logger::Get().Log(LogCategory::Assets, LogLevel::Debug, "details");
+    LogInfo("free info");
+    LogWarning("free warning");
+    LogError("free error");
     const std::string output = ::testing::internal::GetCapturedStdout();
-    EXPECT_THAT(output, ::testing::MatchesRegex("[0-9][0-9]:[0-9][0-9]:[0-9][0-9] \\[Info\\] \\[Assets\\] loaded\n"));
+    const std::string time = "[0-9][0-9]:[0-9][0-9]:[0-9][0-9] ";
+    EXPECT_THAT(output, ::testing::MatchesRegex(time + "\\[Info\\] \\[Assets\\] loaded\n" + time + "\\[Info\\] free info\n" +
+                                                time + "\\[Warn\\] free warning\n" + time + "\\[Error\\] free error\n"));
     EXPECT_EQ(Messages(quiet.History()), Strings{"quiet"});
+    EXPECT_EQ(Messages(Logger::Get().HistorySince(before)), (Strings{"loaded", "free info", "free warning", "free error"}));
 }
 
 TEST(Logger, FiltersByCategoryThresholdAndDropsUnknownCategoriesAndLevelsBeforeBuildingTheMessage) {
@@ -164,19 +171,6 @@ TEST(Logger, FiltersByCategoryThresholdAndDropsUnknownCategoriesAndLevelsBeforeB
     EXPECT_EQ(built, 1);
 }
 
-TEST(Logger, FreeFunctionsLogToTheGlobalLoggerInGeneral) {
-    std::uint64_t before = 0;
-    (void)Logger::Get().HistorySince(0, &before);
-    ::testing::internal::CaptureStdout();
-    LogInfo("free info");
-    LogWarning("free warning");
-    LogError("free error");
-    EXPECT_NE(::testing::internal::GetCapturedStdout().find("[Warn] free warning\n"), std::string::npos);
-    Strings described;
-    for (const LogEntry& entry : Logger::Get().HistorySince(before)) described.push_back(FormatLogLine(entry).substr(9));
-    EXPECT_EQ(described, (Strings{"[Info] free info", "[Warn] free warning", "[Error] free error"}));
-}
-
 // ---- History ---------------------------------------------------------------------------
 
 TEST(Logger, NumbersEntriesFromOneKeepsTheHistoryCapacityAndGivesTheHistorySinceASequence) {
@@ -214,36 +208,31 @@ TEST(Logger, NumbersEntriesFromOneKeepsTheHistoryCapacityAndGivesTheHistorySince
 
 // ---- Sinks -----------------------------------------------------------------------------
 
-TEST(Logger, SinksGetEntryAndLinePastAFailingSinkUntilRemoved) {
-    Logger logger(QuietConfig());
-    logger.AddSink(std::make_shared<ThrowingSink>());
-    auto sink = std::make_shared<RecordingSink>();
-    const std::uint64_t id = logger.AddSink(sink);
-    EXPECT_NE(id, 0u);
-    logger.Log(LogCategory::Physics, LogLevel::Error, "contact");
-    ASSERT_EQ(sink->entries.size(), 1u);
-    EXPECT_EQ(sink->lines[0], sink->entries[0].timestamp + " [Error] [Physics] contact");
-    EXPECT_GE(sink->flushes, 1);
-    EXPECT_TRUE(logger.RemoveSink(id));
-    EXPECT_FALSE(logger.RemoveSink(id));
-    logger.Log(LogCategory::General, LogLevel::Info, "after");
-    EXPECT_EQ(Messages(sink->entries), Strings{"contact"});
-}
-
-TEST(Logger, SinkThatLogsInsideWriteKeepsTheNestedEntryInHistoryOnlyOnEitherThread) {
+TEST(Logger, SinksGetEntryAndLinePastAFailingSinkUntilRemovedAndWhatASinkLogsGoesToTheHistoryOnly) {
     ScratchFolder folder;
     RunWithDeadline(kDeadline, [&] {
         Logger logger(QuietConfig());
-        auto sink = std::make_shared<ReenteringSink>(logger);
-        logger.AddSink(sink);
-        logger.Log(LogCategory::General, LogLevel::Info, "outer");
-        EXPECT_EQ(sink->writes.load(), 1);
-        EXPECT_EQ(Messages(logger.History()), (Strings{"outer", "nested"}));
+        logger.AddSink(std::make_shared<ThrowingSink>());
+        auto sink = std::make_shared<RecordingSink>();
+        const std::uint64_t id = logger.AddSink(sink);
+        auto reentering = std::make_shared<ReenteringSink>(logger);
+        logger.AddSink(reentering);
+        EXPECT_NE(id, 0u);
+        logger.Log(LogCategory::Physics, LogLevel::Error, "contact");
+        ASSERT_EQ(sink->entries.size(), 1u);
+        EXPECT_EQ(sink->lines[0], sink->entries[0].timestamp + " [Error] [Physics] contact");
+        EXPECT_GE(sink->flushes, 1);
+        EXPECT_EQ(reentering->writes.load(), 1);
+        EXPECT_EQ(Messages(logger.History()), (Strings{"contact", "nested"}));
+        EXPECT_TRUE(logger.RemoveSink(id));
+        EXPECT_FALSE(logger.RemoveSink(id));
+        // On the sink thread too.
         logger.StartSession("Reenter", folder.Path());
         for (int i = 0; i < 50; ++i) logger.Log(LogCategory::General, LogLevel::Info, "outer");
         logger.Flush();
         logger.Shutdown();
-        EXPECT_EQ(sink->writes.load(), 51);
+        EXPECT_EQ(Messages(sink->entries), Strings{"contact"});
+        EXPECT_EQ(reentering->writes.load(), 51);
         EXPECT_EQ(logger.History().size(), 102u);
     });
 }
@@ -324,10 +313,18 @@ TEST(LoggerSession, WritesEntriesFromManyThreadsInOrderUnderBackPressureUntilFlu
     });
 }
 
-TEST(LoggerSession, ReadsLogLevelsOnlyAtTheStartAndWarnsAboutAnInvalidEntry) {
+TEST(LoggerSession, FolderThatCannotBeCreatedThrowsAndLogLevelsAreReadOnlyAtTheStartWithAWarning) {
     ScratchFolder folder;
-    ::setenv("BRELK_LOG_LEVELS", "Render=Error;Assets=Loud", 1);
+    Brelk::Testing::WriteText(folder / "blocker", "x");
     Logger logger(QuietConfig());
+    try {
+        logger.StartSession("Blocked", folder / "blocker" / "Logs");
+        FAIL() << "StartSession should have thrown";
+    } catch (const std::filesystem::filesystem_error& error) {
+        EXPECT_EQ(error.path1(), folder / "blocker" / "Logs");
+        EXPECT_EQ(error.code(), std::make_error_code(std::errc::not_a_directory));
+    }
+    ::setenv("BRELK_LOG_LEVELS", "Render=Error;Assets=Loud", 1);
     EXPECT_EQ(logger.Threshold(LogCategory::Render), LogLevel::Info);
     logger.StartSession("Levels", folder.Path());
     ::unsetenv("BRELK_LOG_LEVELS");
@@ -339,19 +336,6 @@ TEST(LoggerSession, ReadsLogLevelsOnlyAtTheStartAndWarnsAboutAnInvalidEntry) {
     EXPECT_EQ(std::tie(history[0].level, history[0].category, history[0].message),
               std::tuple(LogLevel::Warning, LogCategory::Core,
                          "BRELK_LOG_LEVELS contains an invalid entry: 'Render=Error;Assets=Loud'."));
-}
-
-TEST(LoggerSession, FolderThatCannotBeCreatedThrowsTheFileSystemError) {
-    ScratchFolder folder;
-    Brelk::Testing::WriteText(folder / "blocker", "x");
-    Logger logger(QuietConfig());
-    try {
-        logger.StartSession("Blocked", folder / "blocker" / "Logs");
-        FAIL() << "StartSession should have thrown";
-    } catch (const std::filesystem::filesystem_error& error) {
-        EXPECT_EQ(error.path1(), folder / "blocker" / "Logs");
-        EXPECT_EQ(error.code(), std::make_error_code(std::errc::not_a_directory));
-    }
 }
 
 TEST(LoggerSession, SessionWithoutFilesOrConfigurationStartsTheNamedSinkThread) {
