@@ -68,11 +68,8 @@ Strings Messages(const std::vector<LogEntry>& entries) {
 
 // ---- Line format and names -------------------------------------------------------------
 
-TEST(LogLineFormat, FormatsLinesWithLevelTagsAndCategoryNames) {
-    EXPECT_EQ(FormatLogLine({LogLevel::Info, LogCategory::General, 1, 1, "12:03:44", "message"}),
-              "12:03:44 [Info] message");
-    EXPECT_EQ(FormatLogLine({LogLevel::Warning, LogCategory::Assets, 1, 1, "12:03:44", "message"}),
-              "12:03:44 [Warn] [Assets] message");
+// The lines themselves are checked where they are echoed and handed to sinks.
+TEST(LogLineFormat, NamesEveryLevelTagAndCategory) {
     const char* tags[] = {"[Trace]", "[Debug]", "[Info]", "[Warn]", "[Error]", "[Fatal]", ""};
     for (int level = 0; level <= 6; ++level) EXPECT_EQ(LogLevelTag(static_cast<LogLevel>(level)), tags[level]);
     const char* names[] = {"General", "Core", "Render", "Assets", "Scene", "Physics", "Audio", "Net", "Script", "Editor"};
@@ -185,7 +182,6 @@ TEST(Logger, NumbersEntriesFromOneKeepsTheHistoryCapacityAndGivesTheHistorySince
     const std::vector<LogEntry> history = logger.History();
     ASSERT_EQ(history.size(), 3u);
     for (std::size_t i = 0; i < 3; ++i) EXPECT_EQ(history[i].sequence, i + 1);
-    EXPECT_THAT(history[0].timestamp, ::testing::MatchesRegex("[0-9][0-9]:[0-9][0-9]:[0-9][0-9]"));
     EXPECT_GT(history[0].threadId, 0u);
     EXPECT_EQ(history[0].threadId, history[1].threadId);
     EXPECT_NE(history[0].threadId, history[2].threadId);
@@ -338,50 +334,41 @@ TEST(LoggerSession, FolderThatCannotBeCreatedThrowsAndLogLevelsAreReadOnlyAtTheS
                          "BRELK_LOG_LEVELS contains an invalid entry: 'Render=Error;Assets=Loud'."));
 }
 
-TEST(LoggerSession, SessionWithoutFilesOrConfigurationStartsTheNamedSinkThread) {
+TEST(LoggerSession, SessionWithoutFilesOrConfigurationStartsTheNamedSinkThreadWhoseFlushCanGiveUp) {
+    struct BlockingSink : RecordingSink {
+        void Write(const LogEntry& entry, std::string_view line) override {
+            RecordingSink::Write(entry, line);
+            entered.set_value();
+            released.wait();
+        }
+        std::promise<void> entered, release;
+        std::shared_future<void> released = release.get_future().share();
+    };
     for (const bool configured : {false, true}) {
         SCOPED_TRACE(configured ? "configured" : "session without a folder");
         RunWithDeadline(kDeadline, [configured] {
             LoggerConfig config = QuietConfig();
             config.startSinkThread = configured;
             Logger logger(config);
-            auto sink = std::make_shared<RecordingSink>();
+            auto sink = std::make_shared<BlockingSink>();
+            std::future<void> entered = sink->entered.get_future();
             logger.AddSink(sink);
             if (!configured) {
                 logger.StartSession("NoFiles", std::filesystem::path());
                 EXPECT_TRUE(logger.SessionLogPath().empty());
             }
-            logger.Log(LogCategory::General, LogLevel::Info, "queued");
+            logger.Log(LogCategory::General, LogLevel::Info, "held");
+            entered.wait();
+            EXPECT_FALSE(logger.Flush(20));
+            sink->release.set_value();
             EXPECT_TRUE(logger.Flush(10000));
-            EXPECT_EQ(Messages(sink->entries), Strings{"queued"});
+            EXPECT_EQ(Messages(sink->entries), Strings{"held"});
             EXPECT_EQ(sink->thread, "Brelk Log Sink");
         });
     }
 }
 
-TEST(LoggerSession, BoundedFlushGivesUpAtItsDeadlineAndASinkThatShutsTheLoggerDownDoesNotDeadlock) {
-    RunWithDeadline(kDeadline, [] {
-        struct BlockingSink : LogSink {
-            void Write(const LogEntry&, std::string_view) override {
-                entered.set_value();
-                released.wait();
-            }
-            void Flush() override {}
-            std::promise<void> entered, release;
-            std::shared_future<void> released = release.get_future().share();
-        };
-        Logger logger(QuietConfig());
-        auto sink = std::make_shared<BlockingSink>();
-        std::future<void> entered = sink->entered.get_future();
-        logger.AddSink(sink);
-        logger.StartSession("Blocked", std::filesystem::path());
-        logger.Log(LogCategory::General, LogLevel::Info, "held");
-        entered.wait();
-        EXPECT_FALSE(logger.Flush(20));
-        sink->release.set_value();
-        EXPECT_TRUE(logger.Flush(10000));
-        logger.Shutdown();
-    });
+TEST(LoggerSession, ASinkThatShutsTheLoggerDownDoesNotDeadlock) {
     RunWithDeadline(kDeadline, [] {
         struct StoppingSink : LogSink {
             explicit StoppingSink(Logger& logger) : logger(logger) {}

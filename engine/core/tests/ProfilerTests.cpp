@@ -216,7 +216,7 @@ TEST_F(ProcessRecorder, ExportWritesTheSnapshotUnderTheGivenNameAndLogsIt) {
     std::string error;
     const std::optional<std::filesystem::path> path =
         ExportProfilerCapture(folder / "captures", "run.json", ProfilerCaptureMetadata{}, &error);
-    const std::string output = ::testing::internal::GetCapturedStdout();
+    (void)::testing::internal::GetCapturedStdout();
     ASSERT_TRUE(path.has_value()) << error;
     EXPECT_EQ(*path, folder / "captures" / "run.json");
     const std::string text = ReadText(*path);
@@ -226,10 +226,9 @@ TEST_F(ProcessRecorder, ExportWritesTheSnapshotUnderTheGivenNameAndLogsIt) {
     ASSERT_EQ(logged.size(), 1u);
     EXPECT_EQ(logged[0].level, LogLevel::Info);
     EXPECT_EQ(logged[0].message, "Exported profiler capture: " + path->string());
-    EXPECT_NE(output.find("Exported profiler capture: "), std::string::npos);
 }
 
-TEST(ProfilerCaptureExport, GeneratedNameTakesACounterWhileTheNameIsTaken) {
+TEST(ProfilerCaptureExport, GeneratedNameTakesACounterWhileTakenAndAFolderOrTargetInTheWayFails) {
     ScratchFolder folder;
     // Every stamp that the export can see in the next seconds is taken already.
     std::vector<std::string> taken;
@@ -251,10 +250,7 @@ TEST(ProfilerCaptureExport, GeneratedNameTakesACounterWhileTheNameIsTaken) {
     EXPECT_TRUE(std::any_of(taken.begin(), taken.end(), [&](const std::string& t) { return name == t + "_1.json"; }))
         << name;
     EXPECT_NE(ReadText(*path).find("\"frameCount\": 0,"), std::string::npos);
-}
 
-TEST(ProfilerCaptureExport, FolderThatCannotBeCreatedOrTargetThatCannotBeReplacedFails) {
-    ScratchFolder folder;
     WriteText(folder / "blocker", "x");
     std::filesystem::create_directories(folder / "occupied" / "inner");
     std::string error;
