@@ -135,6 +135,8 @@ TEST(RunCapturedProcess, GathersBothStreamsTheExitCodeAndTheArgumentsAsGivenOrTh
     const ProcessResult refused = RunToEnd({folder / "not-executable", {}, {}});
     EXPECT_EQ(std::make_tuple(refused.status, refused.message, refused.exitCode),
               std::make_tuple(PlatformStatus::SystemError, std::string("Failed to launch process: Permission denied"), -1));
+    std::unique_ptr<CapturedProcess> process;
+    EXPECT_EQ(StartCapturedProcess({folder / "not-executable", {}, {}}, process).message, refused.message);
     EXPECT_EQ(RunToEnd(Shell("true", {std::string("a\0b", 3)})).message, "Failed to launch process: Invalid argument");
 }
 
