@@ -74,25 +74,6 @@ TEST(TaskSystemLayout, FollowsTheProcessorCountAndClampsTheBackgroundLimit) {
     }
 }
 
-// ---- Inline mode -----------------------------------------------------------------------
-
-TEST(TaskSystemInline, SubmitRunsTheTaskBeforeItReturnsAndWaitRethrowsTheFirstFailure) {
-    TaskSystem system(Workers(0));
-    EXPECT_TRUE(system.IsInline());
-    EXPECT_EQ(system.WorkerCount() + system.IoThreadCount(), 0u);
-    std::thread::id ranOn;
-    const TaskCounter ran = system.Submit(TaskPriority::Normal, [&] { ranOn = std::this_thread::get_id(); });
-    EXPECT_EQ(ranOn, std::this_thread::get_id());
-    EXPECT_TRUE(system.IsComplete(ran));
-    TaskCounter counter;
-    system.AddTask(TaskPriority::Normal, [] { throw std::runtime_error("first"); }, counter);
-    system.AddTask(TaskPriority::Normal, [] { throw std::runtime_error("second"); }, counter);
-    EXPECT_TRUE(system.HasFailed(counter));
-    EXPECT_EQ(ThrownMessage([&] { system.Wait(counter); }), "first");
-    const TaskCounter empty = system.Submit(TaskPriority::High, std::function<void()>());
-    EXPECT_THROW(system.Wait(empty), std::bad_function_call);
-}
-
 TEST(TaskSystem, CurrentPriorityIsTheRunningTasksWithIoAsBackgroundWithoutIoThreads) {
     for (const std::uint32_t workers : {0u, 1u}) {
         RunWithDeadline(kDeadline, [workers] {
@@ -364,13 +345,27 @@ TEST(TaskSystemShutdown, FromAWorkerIsIgnoredWithAnErrorLineCancelFailsQueuedTas
 
 // ---- The current system ----------------------------------------------------------------
 
-TEST(TaskSystemCurrent, InstallExchangesTheDestructorClearsAndGetFallsBackToInlineWithOneWarning) {
+TEST(TaskSystemCurrent, InstallExchangesAnInlineSystemTheDestructorClearsAndGetFallsBackToInlineWithOneWarning) {
     TaskSystem* const previous = TaskSystem::Install(nullptr);
     {
         TaskSystem system(Workers(0));
         EXPECT_EQ(TaskSystem::Install(&system), nullptr);
         EXPECT_EQ(TaskSystem::Current(), &system);
         EXPECT_EQ(&TaskSystem::Get(), &system);
+        // Without threads a task runs before Submit returns and Wait rethrows the first failure.
+        EXPECT_TRUE(system.IsInline());
+        EXPECT_EQ(system.WorkerCount() + system.IoThreadCount(), 0u);
+        std::thread::id ranOn;
+        const TaskCounter ran = system.Submit(TaskPriority::Normal, [&] { ranOn = std::this_thread::get_id(); });
+        EXPECT_EQ(ranOn, std::this_thread::get_id());
+        EXPECT_TRUE(system.IsComplete(ran));
+        TaskCounter counter;
+        system.AddTask(TaskPriority::Normal, [] { throw std::runtime_error("first"); }, counter);
+        system.AddTask(TaskPriority::Normal, [] { throw std::runtime_error("second"); }, counter);
+        EXPECT_TRUE(system.HasFailed(counter));
+        EXPECT_EQ(ThrownMessage([&] { system.Wait(counter); }), "first");
+        const TaskCounter empty = system.Submit(TaskPriority::High, std::function<void()>());
+        EXPECT_THROW(system.Wait(empty), std::bad_function_call);
     }
     EXPECT_EQ(TaskSystem::Current(), nullptr);
     const char* const warning = "TaskSystem::Get() used without an installed task system; tasks run inline.";
