@@ -25,18 +25,16 @@ TEST(GuidTests, FromNameMatchesKnownVectors) {
     EXPECT_EQ(empty.low, 0x80000100000001B3ull);
 }
 
-TEST(GuidTests, NameAndRandomGuidsCarryTheirVersionAndVariant) {
+TEST(GuidTests, RandomGuidsCarryTheirVersionAndVariant) {
+    // Name-based ones show theirs in the known vectors above.
     for (int i = 0; i < 64; ++i) {
-        const std::string named = Guid::FromName(std::to_string(i)).ToString();
         const std::string random = Guid::New().ToString();
-        EXPECT_EQ(named[14], '5');
         EXPECT_EQ(random[14], '4');
-        EXPECT_NE(std::string_view("89ab").find(named[19]), std::string_view::npos);
-        EXPECT_NE(std::string_view("89ab").find(random[19]), std::string_view::npos);
+        EXPECT_NE(std::string_view("89ab").find(random[19]), std::string_view::npos) << random;
     }
 }
 
-TEST(GuidTests, TextAndBytesRoundTrip) {
+TEST(GuidTests, TextAndBytesRoundTripAndTheLenientParseRefusesOtherLengthsAndDigits) {
     const Guid guid{0x0123456789ABCDEFull, 0xFEDCBA9876543210ull};
     EXPECT_EQ(guid.ToString(), "01234567-89ab-cdef-fedc-ba9876543210");
     EXPECT_EQ(guid.ToBytes()[0], 0x01);
@@ -45,12 +43,9 @@ TEST(GuidTests, TextAndBytesRoundTrip) {
     EXPECT_EQ(Guid::Parse(guid.ToString()), guid);
     EXPECT_EQ(Guid{}.ToString(), "00000000-0000-0000-0000-000000000000");
     EXPECT_FALSE(Guid{}.IsValid());
-}
-
-TEST(GuidTests, LenientParseDropsHyphensAnywhere) {
-    const Guid expected{0x0123456789ABCDEFull, 0xFEDCBA9876543210ull};
-    EXPECT_EQ(Guid::Parse("0123456789ABCDEFFEDCBA9876543210"), expected);
-    EXPECT_EQ(Guid::Parse("0123-456789ABCDEF-FEDCBA9876543210"), expected);
+    // The lenient parse drops hyphens anywhere.
+    EXPECT_EQ(Guid::Parse("0123456789ABCDEFFEDCBA9876543210"), guid);
+    EXPECT_EQ(Guid::Parse("0123-456789ABCDEF-FEDCBA9876543210"), guid);
     EXPECT_FALSE(Guid::Parse(""));
     EXPECT_FALSE(Guid::Parse("0123456789ABCDEFFEDCBA987654321"));
     EXPECT_FALSE(Guid::Parse("0123456789ABCDEFFEDCBA9876543210a"));

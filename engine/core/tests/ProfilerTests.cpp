@@ -78,8 +78,8 @@ TEST(ProfilerRecorder, RecordsOnlyEnabledCategoriesWhileCpuProfilingIsOnAndNotPa
     EXPECT_EQ(Describe(snapshot.frames.at(0).events),
               (std::vector<std::string>{"cpu Audio/Mix depth 0 parent -1", "gpu Render/Shadows depth 0 parent -1"}));
     const ProfilerEvent& gpu = snapshot.frames[0].events[1];
-    EXPECT_EQ(std::tuple(gpu.startNanoseconds, gpu.endNanoseconds), std::tuple(100u, 400u));
-    EXPECT_DOUBLE_EQ(gpu.durationMilliseconds, 0.0003);
+    EXPECT_EQ(std::tuple(gpu.startNanoseconds, gpu.endNanoseconds, gpu.startMilliseconds, gpu.durationMilliseconds),
+              std::tuple(100u, 400u, 0.0001, 0.0003));
 }
 
 TEST(ProfilerRecorder, NestedZonesKnowTheirParentDepthAndTimes) {
@@ -102,8 +102,6 @@ TEST(ProfilerRecorder, NestedZonesKnowTheirParentDepthAndTimes) {
     EXPECT_EQ(event.eventId, 3u);
     EXPECT_EQ(event.frameId, snapshot.frames[0].frameId);
     EXPECT_GE(event.endNanoseconds, event.startNanoseconds);
-    EXPECT_DOUBLE_EQ(event.startMilliseconds, static_cast<double>(event.startNanoseconds) / 1.0e6);
-    EXPECT_DOUBLE_EQ(event.durationMilliseconds, static_cast<double>(event.endNanoseconds - event.startNanoseconds) / 1.0e6);
     const auto before = recorder.OpenZone("Core", "Before");
     recorder.Clear();
     recorder.CloseZone(before);
@@ -178,14 +176,20 @@ TEST(ProfilerCaptureDocument, EmptyCaptureHasNoFramesAndEscapesText) {
               ReadText(std::filesystem::path(BRELK_TEST_DATA_DIR) / "EmptyCapture.json"));
 }
 
-TEST(ProfilerCaptureDocument, FrameWithOneEventMatchesTheGoldenFile) {
+TEST(ProfilerCaptureDocument, FramesWithCountersAndAnEventMatchTheGoldenFileWithTheirSummary) {
     ProfilerSnapshot snapshot;
     snapshot.categories.push_back({"Assets", true});
-    ProfilerFrame& frame = snapshot.frames.emplace_back();
-    frame.frameId = 3;
+    for (const double workingSet : {100.0, 300.0}) {
+        ProfilerFrame& frame = snapshot.frames.emplace_back();
+        frame.frameId = 2 + snapshot.frames.size();
+        frame.frameDurationMilliseconds = workingSet == 100.0 ? 16.25 : 23.75;
+        frame.counters.processWorkingSetMb = workingSet;
+        frame.counters.processPeakWorkingSetMb = workingSet + 50.0;
+        frame.counters.drawCalls = static_cast<std::uint64_t>(workingSet);
+    }
+    ProfilerFrame& frame = snapshot.frames[0];
     frame.frameStartNanoseconds = 1500000;
     frame.frameStartMilliseconds = 1.5;
-    frame.frameDurationMilliseconds = 16.25;
     ProfilerEvent& event = frame.events.emplace_back();
     event.eventId = 9;
     event.frameId = 3;
@@ -198,24 +202,7 @@ TEST(ProfilerCaptureDocument, FrameWithOneEventMatchesTheGoldenFile) {
     event.durationMilliseconds = 0.5;
     event.complete = true;
     EXPECT_EQ(FormatProfilerCapture(snapshot, {}, "2024-01-02T03:04:05"),
-              ReadText(std::filesystem::path(BRELK_TEST_DATA_DIR) / "OneFrameCapture.json"));
-}
-
-TEST(ProfilerCaptureDocument, SummaryAveragesAndPeaksOverFrames) {
-    ProfilerSnapshot snapshot;
-    for (const double workingSet : {100.0, 300.0}) {
-        ProfilerFrame& frame = snapshot.frames.emplace_back();
-        frame.frameDurationMilliseconds = 20.0;
-        frame.counters.processWorkingSetMb = workingSet;
-        frame.counters.processPeakWorkingSetMb = workingSet + 50.0;
-        frame.counters.drawCalls = static_cast<std::uint64_t>(workingSet);
-    }
-    const std::string text = FormatProfilerCapture(snapshot, {}, "x");
-    for (const char* part : {"\"processWorkingSetMb\": {\n      \"average\": 200,\n      \"maximum\": 300\n    }",
-                             "\"averageFps\": 50,", "\"averageDrawCalls\": 200,", "\"peakProcessWorkingSetMb\": 350,",
-                             "\"frameCount\": 2,"}) {
-        EXPECT_NE(text.find(part), std::string::npos) << part;
-    }
+              ReadText(std::filesystem::path(BRELK_TEST_DATA_DIR) / "FramesCapture.json"));
 }
 
 // ---- Export ----------------------------------------------------------------------------
@@ -229,7 +216,7 @@ TEST_F(ProcessRecorder, ExportWritesTheSnapshotUnderTheGivenNameAndLogsIt) {
     std::string error;
     const std::optional<std::filesystem::path> path =
         ExportProfilerCapture(folder / "captures", "run.json", ProfilerCaptureMetadata{}, &error);
-    const std::string output = ::testing::internal::GetCapturedStdout();
+    (void)::testing::internal::GetCapturedStdout();
     ASSERT_TRUE(path.has_value()) << error;
     EXPECT_EQ(*path, folder / "captures" / "run.json");
     const std::string text = ReadText(*path);
@@ -239,10 +226,9 @@ TEST_F(ProcessRecorder, ExportWritesTheSnapshotUnderTheGivenNameAndLogsIt) {
     ASSERT_EQ(logged.size(), 1u);
     EXPECT_EQ(logged[0].level, LogLevel::Info);
     EXPECT_EQ(logged[0].message, "Exported profiler capture: " + path->string());
-    EXPECT_NE(output.find("Exported profiler capture: "), std::string::npos);
 }
 
-TEST(ProfilerCaptureExport, GeneratedNameTakesACounterWhileTheNameIsTaken) {
+TEST(ProfilerCaptureExport, GeneratedNameTakesACounterWhileTakenAndAFolderOrTargetInTheWayFails) {
     ScratchFolder folder;
     // Every stamp that the export can see in the next seconds is taken already.
     std::vector<std::string> taken;
@@ -264,10 +250,7 @@ TEST(ProfilerCaptureExport, GeneratedNameTakesACounterWhileTheNameIsTaken) {
     EXPECT_TRUE(std::any_of(taken.begin(), taken.end(), [&](const std::string& t) { return name == t + "_1.json"; }))
         << name;
     EXPECT_NE(ReadText(*path).find("\"frameCount\": 0,"), std::string::npos);
-}
 
-TEST(ProfilerCaptureExport, FolderThatCannotBeCreatedOrTargetThatCannotBeReplacedFails) {
-    ScratchFolder folder;
     WriteText(folder / "blocker", "x");
     std::filesystem::create_directories(folder / "occupied" / "inner");
     std::string error;

@@ -54,7 +54,7 @@ TEST(WriteFileAtomic, WritesExactlyTheBytesGivenIntoNewFoldersOrOverAnOldFile) {
     EXPECT_EQ(CountEntries(folder / "one/two"), 1u);
 }
 
-TEST(WriteFileAtomic, FailedWriteOrReplaceLeavesTheTargetAndRemovesTheTemporary) {
+TEST(WriteFileAtomic, FailedWriteReplaceTemporaryOrParentLeavesTheTargetAndNoTemporaryAndSaysWhy) {
     ScratchFolder folder;
     const std::filesystem::path target = folder / "a.txt";
     WriteText(target, "old");
@@ -71,26 +71,22 @@ TEST(WriteFileAtomic, FailedWriteOrReplaceLeavesTheTargetAndRemovesTheTemporary)
     EXPECT_FALSE(WriteFileAtomic(folder / "dir", std::string_view("new"), &error));
     EXPECT_EQ(error, "Failed to replace " + (folder / "dir").string() + ": Failed to replace file: Is a directory");
     EXPECT_EQ(ReadText(folder / "dir/inside.txt"), "kept");
-    EXPECT_EQ(CountEntries(folder.Path()), 2u);
-}
 
-TEST(WriteFileAtomic, ReportsATemporaryOrParentThatCannotBeCreated) {
-    ScratchFolder folder;
     // Only with the temporary suffix is the name too long.
-    const std::filesystem::path target = folder / std::string(240, 'n');
-    WriteText(target, "old");
-    std::string error;
-    EXPECT_FALSE(WriteFileAtomic(target, std::string_view("new"), &error));
+    const std::filesystem::path longTarget = folder / std::string(240, 'n');
+    WriteText(longTarget, "old");
+    EXPECT_FALSE(WriteFileAtomic(longTarget, std::string_view("new"), &error));
     EXPECT_THAT(error, MatchesRegex("Failed to open .*/n{240}\\.cook-[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-"
                                     "[0-9a-f]{4}-[0-9a-f]{12}\\.tmp for writing\\."));
-    EXPECT_THAT(error, StartsWith("Failed to open " + target.string() + ".cook-"));
-    EXPECT_EQ(ReadText(target), "old");
+    EXPECT_THAT(error, StartsWith("Failed to open " + longTarget.string() + ".cook-"));
+    EXPECT_EQ(ReadText(longTarget), "old");
     WriteText(folder / "file", "a regular file");
     EXPECT_FALSE(WriteFileAtomic(folder / "file/sub/a.txt", std::string_view("x"), &error));
     const std::string prefix = "Failed to create " + (folder / "file/sub").string() + ": ";
     EXPECT_THAT(error, StartsWith(prefix));
     EXPECT_GT(error.size(), prefix.size());
     EXPECT_EQ(ReadText(folder / "file"), "a regular file");
+    EXPECT_EQ(CountEntries(folder.Path()), 4u);
 }
 
 TEST(ReadFileBytes, ReadsTheWholeFileOrReportsWhyNot) {

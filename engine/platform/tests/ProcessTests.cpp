@@ -107,36 +107,40 @@ TEST(ValidateProcessCommand, MakesPathsAbsoluteAndDefaultsTheFolderToTheExecutab
     EXPECT_EQ(withFolder.workingDirectory, folder / "work");
 }
 
-TEST(RunCapturedProcess, GathersBothStreamsTheExitCodeAndTheArgumentsAsGiven) {
+TEST(RunCapturedProcess, GathersBothStreamsTheExitCodeAndTheArgumentsAsGivenOrTheHostsLaunchFailure) {
     ScratchFolder folder;
     const ProcessResult run =
         RunToEnd(Shell("printf out; printf err >&2; for a in \"$@\"; do printf '[%s]' \"$a\"; done; pwd; exit 3",
                   {"", "a b\\\"c\\", fs::path("p q")}));
-    EXPECT_EQ(run.status, PlatformStatus::Ok) << run.message;
-    EXPECT_EQ(run.exitCode, 3);
-    EXPECT_EQ(run.output, "outerr[][a b\\\"c\\][p q]" + fs::canonical("/bin").string() + "\n");
+    EXPECT_EQ(std::tuple(run.status, run.exitCode, run.output),
+              std::tuple(PlatformStatus::Ok, 3, "outerr[][a b\\\"c\\][p q]" + fs::canonical("/bin").string() + "\n"))
+        << run.message;
 
     ProcessCommand inFolder = Shell("pwd -P");
     inFolder.workingDirectory = folder.Path();
     EXPECT_EQ(RunToEnd(inFolder).output, folder.Path().string() + "\n");
+    // A launched child goes on alone, in the same folder.
+    inFolder.arguments[1] = "printf done > launched.txt";
+    ASSERT_TRUE(LaunchProcess(inFolder).Ok());
+    RunWithDeadline(kDeadline, [&] {
+        while (Testing::ReadText(folder / "launched.txt") != "done") std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    });
     EXPECT_EQ(RunToEnd(Shell("kill -9 $$")).exitCode, 128 + SIGKILL);
     // Its own process group: the group's id is the child's own pid.
     const ProcessResult group = RunToEnd(Shell("echo $$ $(cut -d' ' -f5 /proc/$$/stat)"));
     const std::size_t blank = group.output.find(' ');
     EXPECT_EQ(group.output.substr(0, blank) + "\n", group.output.substr(blank + 1));
-}
 
-TEST(RunCapturedProcess, ReportsALaunchFailureWithTheHostsText) {
-    ScratchFolder folder;
     WriteText(folder / "not-executable", "#!/bin/sh\n");
-    const ProcessResult run = RunToEnd({folder / "not-executable", {}, {}});
-    EXPECT_EQ(std::make_tuple(run.status, run.message, run.exitCode),
+    const ProcessResult refused = RunToEnd({folder / "not-executable", {}, {}});
+    EXPECT_EQ(std::make_tuple(refused.status, refused.message, refused.exitCode),
               std::make_tuple(PlatformStatus::SystemError, std::string("Failed to launch process: Permission denied"), -1));
-    const ProcessResult zero = RunToEnd(Shell("true", {std::string("a\0b", 3)}));
-    EXPECT_EQ(zero.message, "Failed to launch process: Invalid argument");
+    std::unique_ptr<CapturedProcess> process;
+    EXPECT_EQ(StartCapturedProcess({folder / "not-executable", {}, {}}, process).message, refused.message);
+    EXPECT_EQ(RunToEnd(Shell("true", {std::string("a\0b", 3)})).message, "Failed to launch process: Invalid argument");
 }
 
-TEST(CapturedProcess, HandsOverLongOutputInBoundedPollsAndReportsTheEndOnlyAfterIt) {
+TEST(CapturedProcess, HandsOverLongOutputInBoundedPollsReportsTheEndOnlyAfterItAndEndsAChildThatOutlivesItsHandle) {
     RunWithDeadline(kDeadline, [] {
         std::unique_ptr<CapturedProcess> process;
         ASSERT_TRUE(StartCapturedProcess(Shell("head -c 200000 /dev/zero; exit 5"), process).Ok());
@@ -160,31 +164,14 @@ TEST(CapturedProcess, HandsOverLongOutputInBoundedPollsAndReportsTheEndOnlyAfter
         EXPECT_GE(fullPolls, 1u);
         EXPECT_EQ(poll.exitCode, 5);
         EXPECT_EQ(process->Poll().state, 0);
-    });
-}
 
-bool ProcessExists(pid_t pid) { return ::kill(pid, 0) == 0; }
-
-TEST(CapturedProcess, EndsAndReapsAChildThatOutlivesItsHandle) {
-    RunWithDeadline(kDeadline, [] {
-        std::unique_ptr<CapturedProcess> process;
         ASSERT_TRUE(StartCapturedProcess(Shell("echo $$; exec sleep 60"), process).Ok());
-        std::string output;
+        output.clear();
         while (output.find('\n') == std::string::npos) output += process->Poll().output;
         const pid_t pid = static_cast<pid_t>(std::stol(output));
-        EXPECT_TRUE(ProcessExists(pid));
+        EXPECT_EQ(::kill(pid, 0), 0);
         process.reset();
-        EXPECT_FALSE(ProcessExists(pid));
-    });
-}
-
-TEST(LaunchProcess, StartsAChildThatGoesOnAlone) {
-    ScratchFolder folder;
-    RunWithDeadline(kDeadline, [&] {
-        ProcessCommand command = Shell("printf done > launched.txt");
-        command.workingDirectory = folder.Path();
-        ASSERT_TRUE(LaunchProcess(command).Ok());
-        while (Testing::ReadText(folder / "launched.txt") != "done") std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        EXPECT_EQ(::kill(pid, 0), -1) << "the child outlived its handle";
     });
 }
 
