@@ -11,7 +11,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 
 namespace Brelk::Assets {
 namespace {
@@ -28,14 +27,10 @@ const std::string kSpirvMagic("\x03\x02\x23\x07", 4);
 
 // A content folder, a settings folder for the generated shaders, and a search path that
 // holds only the compiler script a test installs.
-class AssetManagerMaterialsTest : public ::testing::Test {
+class AssetManagerMaterialsTest : public Testing::ProjectTest {
 protected:
-    AssetManagerMaterialsTest()
-        : settings_("BRELK_USER_SETTINGS_DIR", root_ / "Settings"), path_("PATH", root_ / "bin") {
-        fs::create_directories(root_ / "bin");
-    }
+    AssetManagerMaterialsTest() { fs::create_directories(root_ / "bin"); }
 
-    fs::path Content(std::string_view name) const { return root_ / "Content" / name; }
     fs::path Shaders() const { return root_ / "Settings/GeneratedShaders"; }
 
     // The script writes the SPIR-V magic to its output and logs the source it was given.
@@ -57,7 +52,7 @@ protected:
         Brelk::Testing::RunWithDeadline(Brelk::Testing::kDeadline, [&] {
             Core::Tasks::TaskSystem tasks(Core::Tasks::TaskSystemConfig{2, 1, std::nullopt});
             Core::Tasks::TaskSystem* previous = Core::Tasks::TaskSystem::Install(&tasks);
-            manager.Initialize(root_ / "Content", mode);
+            manager.Initialize(Content(), mode);
             Core::Tasks::TaskSystem::Install(previous);
         });
     }
@@ -65,9 +60,7 @@ protected:
         return manager.GetRegistry().HandleOfPath(Content(name));
     }
 
-    Testing::ScratchFolder root_;
-    Testing::ScopedEnvironmentVariable settings_;
-    Testing::ScopedEnvironmentVariable path_;
+    Testing::ScopedEnvironmentVariable path_{"PATH", root_ / "bin"};
 };
 
 TEST_F(AssetManagerMaterialsTest, InitializeBuildsMissingShadersOnceAndInstancesShareTheirBase) {
