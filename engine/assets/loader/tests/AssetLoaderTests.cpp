@@ -29,7 +29,6 @@ constexpr AssetType kType = AssetType::Texture;
 struct Script {
     std::string error;
     bool hasRead = true;
-    bool hasDecode = true;
     std::vector<AssetDependency> dependencies;
     std::vector<AssetDependency> discovered;
     std::uint64_t sizeBytes = 1;
@@ -59,13 +58,11 @@ public:
                     return std::vector<std::uint8_t>{1, 2, 3};
                 };
             }
-            if (script.hasDecode) {
-                recipe.decode = [script, generation = prepares[handle]](std::vector<std::uint8_t> bytes) {
-                    if (script.duringDecode) script.duringDecode();
-                    return AssetLoadPayload{std::make_shared<int>(static_cast<int>(bytes.size()) * 100 + generation),
-                                            script.sizeBytes};
-                };
-            }
+            recipe.decode = [script, generation = prepares[handle]](std::vector<std::uint8_t> bytes) {
+                if (script.duringDecode) script.duringDecode();
+                return AssetLoadPayload{std::make_shared<int>(static_cast<int>(bytes.size()) * 100 + generation),
+                                        script.sizeBytes};
+            };
             if (!script.discovered.empty()) {
                 recipe.discoverDependencies = [script](const AssetLoadPayload&) { return script.discovered; };
             }
@@ -424,24 +421,6 @@ TEST_F(AssetLoaderThreadTest, WaitLetsOtherThreadsUseTheLoaderWhileItBlocks) {
         EXPECT_TRUE(loader_->Wait(lease));
         other.join();
         EXPECT_EQ(PublishedHandles(family_), (std::vector<AssetHandle>{22, 21, 20}));
-    });
-}
-
-TEST_F(AssetLoaderThreadTest, DestroyingTheLoaderWaitsForItsJobs) {
-    RunWithDeadline(kDeadline, [&] {
-        auto finished = std::make_shared<std::atomic<bool>>(false);
-        std::promise<void> started;
-        family_[3].duringRead = [&started, finished] {
-            started.set_value();
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-            finished->store(true);
-        };
-        const AssetLoadLease lease = loader_->Request(3, kType, 1);
-        loader_->Update();
-        started.get_future().wait();
-        loader_->Release(3);
-        loader_.reset();
-        EXPECT_TRUE(finished->load());
     });
 }
 
