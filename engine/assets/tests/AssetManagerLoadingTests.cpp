@@ -23,7 +23,6 @@ struct FakeTextures {
     std::map<AssetHandle, std::string> table;
     std::vector<std::string> steps;
     bool failPrepare = false;
-    int publishes = 0;
 
     AssetFamilyRow Row(AssetManager& manager) {
         AssetFamilyRow row;
@@ -45,7 +44,6 @@ struct FakeTextures {
             };
             recipe.publish = [this, handle](AssetLoadPayload& payload) {
                 table[handle] = *static_cast<std::string*>(payload.data.get());
-                ++publishes;
             };
             return recipe;
         };

@@ -100,30 +100,19 @@ TEST_F(AssetManagerMaterialsTest, InitializeBuildsMissingShadersOnceAndInstances
     EXPECT_EQ(CompilerRuns(), 4u);
 }
 
-TEST_F(AssetManagerMaterialsTest, WithoutAWorkingCompilerTheMaterialKeepsItsTextAndTheStartGoesOn) {
-    struct Row {
-        std::optional<std::string> script; // none: no compiler on the search path
-        std::string error;
-    } const rows[] = {
-        {std::nullopt, "glslc was not found on this machine."},
-        {"echo 'something broke' >&2; exit 1", "something broke\n"},
-        {"exit 3", "glslc failed to compile generated shaders."},
-    };
-    for (const Row& row : rows) {
-        fs::remove_all(root_ / "Settings");
-        if (row.script) InstallCompiler(*row.script);
-        WriteText(Content("Rock.bmat"), "");
-        AssetManager manager;
-        LogCapture log;
-        Initialize(manager);
-        EXPECT_EQ(log.Messages(LogLevel::Error),
-                  std::vector<std::string>{"Failed to compile material asset 'Rock.bmat': " + row.error});
-        const MaterialCompiledState& compiled = manager.GetMaterial(Handle(manager, "Rock.bmat"))->compiled;
-        EXPECT_FALSE(compiled.succeeded);
-        EXPECT_FALSE(compiled.parameters.empty());
-        EXPECT_EQ(ListFiles(Shaders()), (std::vector<std::string>{compiled.shaderName + ".frag",
-                                                                  compiled.shaderName + ".vert"}));
-    }
+// How each kind of compiler failure reads is the shader build's own; here only what the start does with one.
+TEST_F(AssetManagerMaterialsTest, WithoutACompilerTheMaterialKeepsItsTextAndTheStartGoesOn) {
+    WriteText(Content("Rock.bmat"), "");
+    AssetManager manager;
+    LogCapture log;
+    Initialize(manager);
+    EXPECT_EQ(log.Messages(LogLevel::Error),
+              std::vector<std::string>{"Failed to compile material asset 'Rock.bmat': glslc was not found on this machine."});
+    const MaterialCompiledState& compiled = manager.GetMaterial(Handle(manager, "Rock.bmat"))->compiled;
+    EXPECT_FALSE(compiled.succeeded);
+    EXPECT_FALSE(compiled.parameters.empty());
+    EXPECT_EQ(ListFiles(Shaders()),
+              (std::vector<std::string>{compiled.shaderName + ".frag", compiled.shaderName + ".vert"}));
 }
 
 TEST_F(AssetManagerMaterialsTest, ACompilerErrorOnAGeneratedLineNamesTheNodeThatWroteIt) {
@@ -221,10 +210,7 @@ TEST_F(AssetManagerMaterialsTest, ACookedMaterialBringsItsShadersAndNoCompilerRu
 TEST_F(AssetManagerMaterialsTest, TheDefaultMaterialAndTheLoadOfAMaterialThatIsNotThere) {
     WriteText(Content("Bad.bmat"), "version 3\nnode 1 Texture2D 0 0 \"T\"\nprop 1 \"asset\" \"x\"\n");
     AssetManager manager;
-    LogCapture log;
     Initialize(manager);
-    EXPECT_EQ(log.Messages(LogLevel::Warning),
-              std::vector<std::string>{"Failed to load material asset 'Bad.bmat': stoull"});
     const MaterialEntry* fallback = manager.GetMaterial(manager.GetBuiltinDefaultMaterial());
     ASSERT_NE(fallback, nullptr);
     MaterialAsset expected = MakeDefaultMaterial(manager.GetBuiltinHandles());
