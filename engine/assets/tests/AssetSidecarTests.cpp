@@ -28,10 +28,6 @@ TEST(AssetSidecar, WritesTheExactTextAndRoundTripsQuotesBackslashesAndSubAssets)
     bare.guid = kGuid;
     bare.importerVersion = 3;
     EXPECT_EQ(SerializeSidecar(bare), kHeader + "importer native 3\nsettings\nend\n");
-    AssetSidecar model = MakeDefaultSidecar(AssetType::Scene, "Tree.fbx", kGuid);
-    model.subAssets.push_back(SidecarSubAsset{"Trunk#1", AssetType::Mesh, kSubGuid});
-    EXPECT_EQ(SerializeSidecar(model),
-              kHeader + "importer model 1\nsettings\nend\nsubassets\nmesh \"Trunk#1\" " + kSubGuidText + "\nend\n");
     const AssetSidecar sidecar{1, kGuid, "model", 7, {{"path", "C:\\Art\\\"Rock\" 1"}, {"empty", ""}, {"scale", "0.5"}},
                                {{"Body \"main\"", AssetType::Mesh, kSubGuid}, {"Walk", AssetType::Clip, kGuid}}};
     std::string error;

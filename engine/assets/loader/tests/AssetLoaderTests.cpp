@@ -153,9 +153,8 @@ TEST_F(AssetLoaderTest, LoadsThroughReadDecodeAndPublishInOneUpdateAndTellsListe
     EXPECT_EQ(lease.Generation(), 1u);
     EXPECT_EQ(family_.published, (std::vector<std::pair<AssetHandle, int>>{{7, 301}}));
     ASSERT_EQ(events.size(), 1u);
-    EXPECT_EQ(events[0].handle, 7u);
-    EXPECT_EQ(events[0].state, AssetLoadState::Ready);
-    EXPECT_FALSE(events[0].wasResident);
+    EXPECT_EQ(std::tuple(events[0].handle, events[0].state, events[0].wasResident),
+              std::tuple(7u, AssetLoadState::Ready, false));
     ASSERT_EQ(callbacks.size(), 1u);
     EXPECT_EQ(callbacks[0].generation, 1u);
 
