@@ -104,7 +104,8 @@ TEST_F(AssetManagerMaterialsTest, WithoutACompilerTheMaterialKeepsItsTextAndTheS
     LogCapture log;
     Initialize(manager);
     EXPECT_EQ(log.Messages(LogLevel::Error),
-              std::vector<std::string>{"Failed to compile material asset 'Rock.bmat': glslc was not found on this machine."});
+              std::vector<std::string>{"Failed to compile material asset 'Rock.bmat': glslc was not found on this "
+                                       "machine."});
     const MaterialCompiledState& compiled = manager.GetMaterial(Handle(manager, "Rock.bmat"))->compiled;
     EXPECT_FALSE(compiled.succeeded);
     EXPECT_FALSE(compiled.parameters.empty());

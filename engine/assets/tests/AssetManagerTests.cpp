@@ -63,15 +63,15 @@ TEST_F(AssetManagerTest, EmptyContentFolderGivesExactlyTheFifteenBuiltinsInOrder
     EXPECT_EQ(names, (std::vector<std::string>{
                          "mesh Builtin/Cube", "mesh Builtin/Quad", "mesh Builtin/Plane", "mesh Builtin/Sphere",
                          "mesh Builtin/MaterialPreviewSphere", "mesh Builtin/Cylinder", "mesh Builtin/Cone",
-                         "mesh Builtin/Torus", "mesh Builtin/Diamond", "mesh Builtin/Cube_LOD1", "mesh Builtin/Cube_LOD2",
-                         "texture Builtin/White", "texture Builtin/Black", "texture Builtin/FlatNormal",
-                         "material Builtin/DefaultMaterial"}));
-    EXPECT_EQ(withGetters,
-              (std::vector<AssetHandle>{manager.GetBuiltinCube(), manager.GetBuiltinQuad(), manager.GetBuiltinPlane(),
-                                        manager.GetBuiltinSphere(), manager.GetBuiltinMaterialPreviewSphere(),
-                                        manager.GetBuiltinCylinder(), manager.GetBuiltinCone(), manager.GetBuiltinTorus(),
-                                        manager.GetBuiltinDiamond(), manager.GetBuiltinWhite(), manager.GetBuiltinBlack(),
-                                        manager.GetBuiltinFlatNormal(), manager.GetBuiltinDefaultMaterial()}));
+                         "mesh Builtin/Torus", "mesh Builtin/Diamond", "mesh Builtin/Cube_LOD1",
+                         "mesh Builtin/Cube_LOD2", "texture Builtin/White", "texture Builtin/Black",
+                         "texture Builtin/FlatNormal", "material Builtin/DefaultMaterial"}));
+    const AssetManager& m = manager;
+    EXPECT_EQ(withGetters, (std::vector<AssetHandle>{m.GetBuiltinCube(), m.GetBuiltinQuad(), m.GetBuiltinPlane(),
+                                                     m.GetBuiltinSphere(), m.GetBuiltinMaterialPreviewSphere(),
+                                                     m.GetBuiltinCylinder(), m.GetBuiltinCone(), m.GetBuiltinTorus(),
+                                                     m.GetBuiltinDiamond(), m.GetBuiltinWhite(), m.GetBuiltinBlack(),
+                                                     m.GetBuiltinFlatNormal(), m.GetBuiltinDefaultMaterial()}));
     EXPECT_EQ(AssetReferenceOf(registry, manager.GetBuiltinDefaultMaterial()), "builtin:Builtin/DefaultMaterial");
 }
 

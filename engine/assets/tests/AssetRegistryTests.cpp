@@ -102,23 +102,19 @@ TEST_F(AssetRegistryTest, RescanWithNothingChangedWritesNothingKeepsGuidsAndHand
         EXPECT_EQ(std::tie(second[i].guid, second[i].handle), std::tie(first[i].guid, first[i].handle));
 }
 
-TEST_F(AssetRegistryTest, ReplacesACorruptOrNewerSidecarAndLogsItButOnlyLogsInReadOnlyMode) {
-    const struct {
-        std::string text;
-        std::string reason;
-    } table[] = {{"garbage\n", "Missing bmeta header."},
-                 {"bmeta 2\nguid " + kGuid.ToString() + "\n", "bmeta version 2 is newer than this engine reads."}};
-    for (const auto& c : table) {
-        WriteText(Content("Rock.png"), "png");
-        WriteText(Content("Rock.png.bmeta"), c.text);
+// Any sidecar that does not read is handled alike, whatever its reason; one that is newer stands for all.
+TEST_F(AssetRegistryTest, ReplacesAnUnreadableSidecarAndLogsItButOnlyLogsInReadOnlyMode) {
+    WriteText(Content("Rock.png"), "png");
+    WriteText(Content("Rock.png.bmeta"), "bmeta 2\nguid " + kGuid.ToString() + "\n");
+    {
         LogCapture log;
-        AssetRegistry registry;
-        registry.SetContentRoot(ContentRoot(), AssetSourceMode::Authoring);
-        EXPECT_EQ(GuidOf("Rock.png", &registry), ContentGuid("Rock.png"));
+        Scan();
+        EXPECT_EQ(GuidOf("Rock.png"), ContentGuid("Rock.png"));
         EXPECT_EQ(SidecarText("Rock.png"), DefaultSidecarText(AssetType::Texture, "Rock.png", ContentGuid("Rock.png")));
         EXPECT_EQ(log.Messages(LogLevel::Warning),
                   std::vector<std::string>{"Ignoring unreadable asset sidecar " + Content("Rock.png.bmeta").string() +
-                                           ": " + c.reason + " A new identity is assigned."});
+                                           ": bmeta version 2 is newer than this engine reads. A new identity is "
+                                           "assigned."});
     }
     WriteText(Content("Rock.png.bmeta"), "garbage\n");
     WriteText(Content("Sand.png"), "png");
