@@ -63,7 +63,7 @@ protected:
     Testing::ScopedEnvironmentVariable path_{"PATH", root_ / "bin"};
 };
 
-TEST_F(AssetManagerMaterialsTest, InitializeBuildsMissingShadersOnceAndInstancesShareTheirBase) {
+TEST_F(AssetManagerMaterialsTest, InitializeBuildsMissingShadersOnceAndARequestedCompileBuildsInTheBackground) {
     InstallCompiler();
     WriteText(Content("Rock.bmat"), "");
     WriteText(Content("Sand.bmat"), "version 3\nroughness 0.25\n");
@@ -95,6 +95,25 @@ TEST_F(AssetManagerMaterialsTest, InitializeBuildsMissingShadersOnceAndInstances
     EXPECT_TRUE(second.GetMaterial(rock)->compiled.succeeded);
     EXPECT_TRUE(second.EnsureMaterialCompiled(rock, true));
     EXPECT_EQ(CompilerRuns(), 4u);
+
+    // Without its files, a requested compile builds in the background until an update collects it.
+    fs::remove_all(Shaders());
+    Brelk::Testing::RunWithDeadline(Brelk::Testing::kDeadline, [&] {
+        Core::Tasks::TaskSystem tasks(Core::Tasks::TaskSystemConfig{2, 1, std::nullopt});
+        Core::Tasks::TaskSystem* previous = Core::Tasks::TaskSystem::Install(&tasks);
+        EXPECT_TRUE(second.RequestMaterialCompile(rock));
+        EXPECT_FALSE(second.RequestMaterialCompile(rock));
+        while (second.IsMaterialCompilePending(rock)) second.UpdateAsyncLoads();
+        Core::Tasks::TaskSystem::Install(previous);
+    });
+    const MaterialEntry* rebuilt = second.GetMaterial(rock);
+    EXPECT_TRUE(rebuilt->compiled.succeeded);
+    EXPECT_EQ(CompilerRuns(), 6u);
+    EXPECT_EQ(ReadText(rebuilt->compiled.vertexSpirvPath), kSpirvMagic);
+    EXPECT_EQ(second.GetMaterial(Handle(second, "Wet.bmatinst"))->compiled.shaderName, stem);
+    EXPECT_TRUE(second.RequestMaterialCompile(Handle(second, "Wet.bmatinst")));
+    EXPECT_FALSE(second.RequestMaterialCompile(12345));
+    EXPECT_FALSE(second.EnsureMaterialCompiled(12345));
 }
 
 // How each kind of compiler failure reads is the shader build's own; here only what the start does with one.
@@ -151,32 +170,6 @@ TEST_F(AssetManagerMaterialsTest, ACompilerErrorOnAGeneratedLineNamesTheNodeThat
                                   "Shader error in node " + std::to_string(compiled.statements.front().node) +
                                       ": 'x' : undeclared identifier"}));
     EXPECT_EQ(compiled.diagnostics.back().node, 0u);
-}
-
-TEST_F(AssetManagerMaterialsTest, RequestMaterialCompileBuildsInTheBackgroundUntilUpdateCollectsIt) {
-    InstallCompiler();
-    WriteText(Content("Rock.bmat"), "");
-    WriteText(Content("Wet.bmatinst"), "version 3\nis_instance 1\nparent_material_ref \"content:Rock.bmat\"\n");
-    AssetManager manager;
-    Initialize(manager);
-    const AssetHandle rock = Handle(manager, "Rock.bmat");
-    fs::remove_all(Shaders());
-
-    Brelk::Testing::RunWithDeadline(Brelk::Testing::kDeadline, [&] {
-        Core::Tasks::TaskSystem tasks(Core::Tasks::TaskSystemConfig{2, 1, std::nullopt});
-        Core::Tasks::TaskSystem* previous = Core::Tasks::TaskSystem::Install(&tasks);
-        EXPECT_TRUE(manager.RequestMaterialCompile(rock));
-        EXPECT_FALSE(manager.RequestMaterialCompile(rock));
-        while (manager.IsMaterialCompilePending(rock)) manager.UpdateAsyncLoads();
-        Core::Tasks::TaskSystem::Install(previous);
-    });
-    const MaterialEntry* entry = manager.GetMaterial(rock);
-    EXPECT_TRUE(entry->compiled.succeeded);
-    EXPECT_EQ(ReadText(entry->compiled.vertexSpirvPath), kSpirvMagic);
-    EXPECT_EQ(manager.GetMaterial(Handle(manager, "Wet.bmatinst"))->compiled.shaderName, entry->compiled.shaderName);
-    EXPECT_TRUE(manager.RequestMaterialCompile(Handle(manager, "Wet.bmatinst")));
-    EXPECT_FALSE(manager.RequestMaterialCompile(12345));
-    EXPECT_FALSE(manager.EnsureMaterialCompiled(12345));
 }
 
 TEST_F(AssetManagerMaterialsTest, ACookedMaterialBringsItsShadersAndNoCompilerRuns) {
