@@ -226,13 +226,10 @@ TEST_F(AssetLoaderTest, BudgetLetsTheFirstUploadThroughAndNeverLetsALaterOneOver
     EXPECT_EQ(PublishedHandles(family_), (std::vector<AssetHandle>{1, 2}));
     loader_->Update();
     EXPECT_EQ(PublishedHandles(family_), (std::vector<AssetHandle>{1, 2, 3, 4}));
-    const AssetLoaderStats stats = loader_->Stats();
-    EXPECT_EQ(stats.frame, 3u);
-    EXPECT_EQ(stats.uploadBytesThisFrame, 90u);
-    EXPECT_EQ(stats.uploadsThisFrame, 2u);
-    EXPECT_EQ(stats.publishedThisFrame, 2u);
-    EXPECT_EQ(stats.peakUploadBytes, 150u);
-    EXPECT_EQ(stats.ready, 4u);
+    const AssetLoaderStats s = loader_->Stats();
+    EXPECT_EQ(std::tuple(s.frame, s.uploadBytesThisFrame, s.uploadsThisFrame, s.publishedThisFrame, s.peakUploadBytes,
+                         s.ready),
+              std::tuple(3u, 90u, 2u, 2u, 150u, 4u));
 }
 
 TEST_F(AssetLoaderTest, HigherPriorityStartsAndPublishesFirstAndLimitsHoldTheRestQueued) {
