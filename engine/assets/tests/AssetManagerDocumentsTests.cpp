@@ -19,15 +19,12 @@ constexpr std::string_view kHealthyController =
     "0\nparameters 0\n"
     "motions 0\nstates 0\nlayer_groups 0\ntransitions 0\n";
 
-class AssetManagerDocumentsTest : public ::testing::Test {
+class AssetManagerDocumentsTest : public Testing::ProjectTest {
 protected:
-    fs::path Content(std::string_view relative) const { return root_ / "Content" / relative; }
     AssetHandle Handle(std::string_view relative) const {
         return manager_.GetRegistry().HandleOfPath(Content(relative));
     }
 
-    Testing::ScratchFolder root_;
-    Testing::ScopedEnvironmentVariable settings_{"BRELK_USER_SETTINGS_DIR", root_ / "Settings"};
     AssetManager manager_;
 };
 
@@ -47,14 +44,14 @@ TEST_F(AssetManagerDocumentsTest, InitializeLoadsEachFamilyAndLogsWhatFailsButAC
     WriteText(Content("Bad.brigdef"), "");
 
     LogCapture log;
-    manager_.Initialize(root_ / "Content", AssetSourceMode::Authoring);
+    manager_.Initialize(Content(), AssetSourceMode::Authoring);
     ASSERT_NE(manager_.GetAnimationClip(Handle("Clips/Walk.bclip")), nullptr);
     EXPECT_EQ(manager_.GetAnimationClip(Handle("Clips/Walk.bclip"))->name, "Walk");
     EXPECT_EQ(manager_.GetAnimationClip(Handle("Clips/Text.bclip")), nullptr);
     EXPECT_NE(manager_.GetUiDocument(Handle("Hud.bui")), nullptr);
     EXPECT_EQ(manager_.GetRigDefinition(Handle("Hero.brigdef"))->name, "Hero");
     EXPECT_EQ(manager_.GetAnimatorController(Handle("Hero.bcontroller"))->name, "Hero");
-    const std::string root = (root_ / "Content").string();
+    const std::string root = (Content()).string();
     EXPECT_EQ(
         log.Messages(Core::LogLevel::Warning),
         (std::vector<std::string>{
@@ -80,7 +77,7 @@ TEST_F(AssetManagerDocumentsTest, InitializeLoadsEachFamilyAndLogsWhatFailsButAC
 }
 
 TEST_F(AssetManagerDocumentsTest, CreateAndSaveWriteFilesThatTheNextLoadReads) {
-    manager_.Initialize(root_ / "Content", AssetSourceMode::Authoring);
+    manager_.Initialize(Content(), AssetSourceMode::Authoring);
     const AssetHandle controller = manager_.CreateAnimatorControllerAsset("Animation", "Hero Moves");
     EXPECT_EQ(manager_.GetRegistry().Copy(controller)->sourcePath, Content("Animation/Hero_Moves.bcontroller"));
     AnimatorController edited = *manager_.GetAnimatorController(controller);
@@ -102,7 +99,7 @@ TEST_F(AssetManagerDocumentsTest, CreateAndSaveWriteFilesThatTheNextLoadReads) {
     EXPECT_EQ(error, "Unknown animation clip asset " + std::to_string(first) + ".");
 
     AssetManager reader;
-    reader.Initialize(root_ / "Content", AssetSourceMode::ReadOnly);
+    reader.Initialize(Content(), AssetSourceMode::ReadOnly);
     const auto handleIn = [&](std::string_view relative) {
         return reader.GetRegistry().HandleOfPath(Content(relative));
     };

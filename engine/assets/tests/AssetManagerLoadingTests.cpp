@@ -2,13 +2,10 @@
 
 #include "engine/assets/AssetNames.h"
 #include "engine/assets/tests/AssetTestSupport.h"
-#include "engine/core/TaskSystem.h"
-#include "tests/support/Deadline.h"
 #include "engine/platform/Files.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <map>
 
 namespace Brelk::Assets {
@@ -16,8 +13,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using Core::LogLevel;
-using Brelk::Testing::kDeadline;
-using Brelk::Testing::RunWithDeadline;
 using Testing::AgeFile;
 using Testing::LogCapture;
 using Testing::ThrownMessage;
@@ -28,7 +23,6 @@ struct FakeTextures {
     std::map<AssetHandle, std::string> table;
     std::vector<std::string> steps;
     bool failPrepare = false;
-    int publishes = 0;
 
     AssetFamilyRow Row(AssetManager& manager) {
         AssetFamilyRow row;
@@ -50,7 +44,6 @@ struct FakeTextures {
             };
             recipe.publish = [this, handle](AssetLoadPayload& payload) {
                 table[handle] = *static_cast<std::string*>(payload.data.get());
-                ++publishes;
             };
             return recipe;
         };
@@ -60,19 +53,17 @@ struct FakeTextures {
     }
 };
 
-class AssetManagerLoadingTest : public ::testing::Test {
+class AssetManagerLoadingTest : public Testing::ProjectTest {
 protected:
     void SetUp() override {
-        WriteText(root_ / "Content/Art/Rock.png", "rock");
-        WriteText(root_ / "Content/Materials/Stone.bmat", "stone");
+        WriteText(Content("Art/Rock.png"), "rock");
+        WriteText(Content("Materials/Stone.bmat"), "stone");
         manager_.RegisterAssetFamily(textures_.Row(manager_));
-        manager_.Initialize(root_ / "Content", AssetSourceMode::Authoring);
-        rock_ = manager_.GetRegistry().HandleOfPath(root_ / "Content/Art/Rock.png");
-        stone_ = manager_.GetRegistry().HandleOfPath(root_ / "Content/Materials/Stone.bmat");
+        manager_.Initialize(Content(), AssetSourceMode::Authoring);
+        rock_ = manager_.GetRegistry().HandleOfPath(Content("Art/Rock.png"));
+        stone_ = manager_.GetRegistry().HandleOfPath(Content("Materials/Stone.bmat"));
     }
 
-    Testing::ScratchFolder root_;
-    Testing::ScopedEnvironmentVariable settings_{"BRELK_USER_SETTINGS_DIR", root_ / "Settings"};
     FakeTextures textures_;
     AssetManager manager_;
     AssetHandle rock_ = 0;
@@ -81,7 +72,7 @@ protected:
 
 TEST_F(AssetManagerLoadingTest, RequestLoadServesOnlyMeshesMaterialsAndTexturesOfKnownHandles) {
     EXPECT_FALSE(manager_.RequestLoad(12345, 1));
-    const AssetHandle world = manager_.GetRegistry().RegisterFile(AssetType::World, root_ / "Content/W.bworld");
+    const AssetHandle world = manager_.GetRegistry().RegisterFile(AssetType::World, Content("W.bworld"));
     EXPECT_FALSE(manager_.RequestLoad(world, 1));
     // A loaded material refers to no texture here: its load has nothing to wait for.
     const AssetLoadLease material = manager_.RequestLoad(stone_, 1);
@@ -95,22 +86,6 @@ TEST_F(AssetManagerLoadingTest, RequestLoadServesOnlyMeshesMaterialsAndTexturesO
     EXPECT_EQ(group.ReadyCount(), 1u);
     EXPECT_FLOAT_EQ(group.Progress(), 1.0f);
     EXPECT_EQ(textures_.table.at(rock_), "rock");
-}
-
-TEST_F(AssetManagerLoadingTest, EnsureAndTouchLoadTexturesAndRefuseOtherTypes) {
-    RunWithDeadline(kDeadline, [&] {
-        Core::Tasks::TaskSystem tasks(Core::Tasks::TaskSystemConfig{2, 1, std::nullopt});
-        Core::Tasks::TaskSystem* previous = Core::Tasks::TaskSystem::Install(&tasks);
-        EXPECT_FALSE(manager_.EnsureTextureLoaded(stone_));
-        EXPECT_FALSE(manager_.TouchTexture(stone_));
-        EXPECT_FALSE(manager_.EnsureMeshLoaded(rock_));
-        EXPECT_TRUE(manager_.EnsureTextureLoaded(rock_));
-        EXPECT_EQ(textures_.table.at(rock_), "rock");
-        EXPECT_TRUE(manager_.TouchTexture(rock_));
-        EXPECT_EQ(textures_.publishes, 1);
-        manager_.GetLoader().Reset();
-        Core::Tasks::TaskSystem::Install(previous);
-    });
 }
 
 TEST_F(AssetManagerLoadingTest, TouchIsFalseOnlyOnceTheLoadFailedAndRefreshLetsItTryAgain) {
@@ -132,29 +107,15 @@ TEST_F(AssetManagerLoadingTest, InitializeEmptiesTablesAndRunsTheFamiliesStepsAn
     manager_.UpdateAsyncLoads();
     textures_.table[stone_] = "a material handle in the texture table";
     textures_.table[777] = "a handle without a record";
-    fs::remove(root_ / "Content/Art/Rock.png");
+    fs::remove(Content("Art/Rock.png"));
     manager_.Refresh();
     EXPECT_TRUE(textures_.table.empty());
     EXPECT_EQ(manager_.GetLoader().State(rock_), AssetLoadState::Unloaded);
 
     textures_.table[777] = "left from before";
-    manager_.Initialize(root_ / "Content", AssetSourceMode::Authoring);
+    manager_.Initialize(Content(), AssetSourceMode::Authoring);
     EXPECT_TRUE(textures_.table.empty());
     EXPECT_EQ(textures_.steps, (std::vector<std::string>{"builtins", "load", "load", "builtins", "load"}));
-}
-
-TEST_F(AssetManagerLoadingTest, ReloadAssetReplacesLoadedTexturesThroughTheLoader) {
-    EXPECT_FALSE(manager_.ReloadAsset(12345));
-    EXPECT_FALSE(manager_.ReloadAsset(rock_));  // neither loaded nor requested
-
-    textures_.table[rock_] = "rock";
-    EXPECT_TRUE(manager_.ReloadAsset(rock_));
-    EXPECT_EQ(manager_.GetLoader().State(rock_), AssetLoadState::Ready);
-    WriteText(root_ / "Content/Art/Rock.png", "new rock");
-    EXPECT_EQ(manager_.UpdateAsyncLoads(), 1u);
-    EXPECT_EQ(textures_.table.at(rock_), "new rock");
-    // Pinned at the reload, so a sweep keeps it.
-    EXPECT_EQ(manager_.GetLoader().SweepUnused(), 0u);
 }
 
 TEST_F(AssetManagerLoadingTest, ShouldLoadFromDiskFollowsTheStampAndKeepsUnsavedEditsWithOneWarning) {
@@ -183,7 +144,7 @@ TEST(AssetNames, CleaningKeepsLettersDigitsUnderscoresAndDashesAndDropsLeadingUn
 }
 
 TEST_F(AssetManagerLoadingTest, NewAssetPathsAreCleanedMadeUniqueAndTheirFolderCreated) {
-    const fs::path content = root_ / "Content";
+    const fs::path content = Content();
     EXPECT_EQ(manager_.NewAssetPath({}, "!!!", ".bmat", "Material"), content / "Material.bmat");
     EXPECT_EQ(manager_.NewAssetPath("Materials", "Stone", ".bmat"), content / "Materials/Stone_1.bmat");
     WriteText(content / "Materials/Stone_1.bmat", "");

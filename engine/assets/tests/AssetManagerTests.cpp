@@ -1,12 +1,11 @@
 #include "engine/assets/AssetManager.h"
 
 #include "engine/assets/AssetReference.h"
+#include "engine/assets/AssetTypeWords.h"
 #include "engine/assets/tests/AssetTestSupport.h"
 #include "engine/core/Profiler.h"
 
 #include <gtest/gtest.h>
-
-#include <cstdlib>
 
 namespace Brelk::Assets {
 namespace {
@@ -18,16 +17,7 @@ using Testing::LogCapture;
 using Testing::ThrownMessage;
 using Testing::WriteText;
 
-// Keeps the generated-shaders folder inside the scratch folder.
-class AssetManagerTest : public ::testing::Test {
-protected:
-    fs::path Content(std::string_view relative = {}) const {
-        return relative.empty() ? root_ / "Content" : root_ / "Content" / relative;
-    }
-
-    Testing::ScratchFolder root_;
-    Testing::ScopedEnvironmentVariable settings_{"BRELK_USER_SETTINGS_DIR", root_ / "Settings"};
-};
+using AssetManagerTest = Testing::ProjectTest;
 
 TEST_F(AssetManagerTest, CreatesAMissingFolderInAuthoringAndThrowsForOneInReadOnlyInAProfilerZone) {
     AssetManager manager;
@@ -57,42 +47,31 @@ TEST_F(AssetManagerTest, EmptyContentFolderGivesExactlyTheFifteenBuiltinsInOrder
     const AssetRegistry& registry = manager.GetRegistry();
     EXPECT_EQ(registry.AllRecords().size(), 15u);
     EXPECT_TRUE(ListFiles(Content()).empty());
-    using Getter = AssetHandle (AssetManager::*)() const;
-    const struct {
-        AssetType type;
-        std::string name;
-        Getter getter;
-    } expected[] = {
-        {AssetType::Mesh, "Builtin/Cube", &AssetManager::GetBuiltinCube},
-        {AssetType::Mesh, "Builtin/Quad", &AssetManager::GetBuiltinQuad},
-        {AssetType::Mesh, "Builtin/Plane", &AssetManager::GetBuiltinPlane},
-        {AssetType::Mesh, "Builtin/Sphere", &AssetManager::GetBuiltinSphere},
-        {AssetType::Mesh, "Builtin/MaterialPreviewSphere", &AssetManager::GetBuiltinMaterialPreviewSphere},
-        {AssetType::Mesh, "Builtin/Cylinder", &AssetManager::GetBuiltinCylinder},
-        {AssetType::Mesh, "Builtin/Cone", &AssetManager::GetBuiltinCone},
-        {AssetType::Mesh, "Builtin/Torus", &AssetManager::GetBuiltinTorus},
-        {AssetType::Mesh, "Builtin/Diamond", &AssetManager::GetBuiltinDiamond},
-        {AssetType::Mesh, "Builtin/Cube_LOD1", nullptr},
-        {AssetType::Mesh, "Builtin/Cube_LOD2", nullptr},
-        {AssetType::Texture, "Builtin/White", &AssetManager::GetBuiltinWhite},
-        {AssetType::Texture, "Builtin/Black", &AssetManager::GetBuiltinBlack},
-        {AssetType::Texture, "Builtin/FlatNormal", &AssetManager::GetBuiltinFlatNormal},
-        {AssetType::Material, "Builtin/DefaultMaterial", &AssetManager::GetBuiltinDefaultMaterial},
-    };
-    const std::span<const BuiltinAssetDefinition> definitions = BuiltinAssetDefinitions();
-    ASSERT_EQ(definitions.size(), std::size(expected));
-    for (std::size_t i = 0; i < definitions.size(); ++i) {
-        const auto& e = expected[i];
-        EXPECT_EQ(definitions[i].type, e.type);
-        EXPECT_EQ(definitions[i].name, e.name);
-        const AssetHandle handle = registry.HandleOfBuiltin(e.name);
+    std::vector<std::string> names;
+    std::vector<AssetHandle> withGetters;
+    for (const BuiltinAssetDefinition& builtin : BuiltinAssetDefinitions()) {
+        const std::string name(builtin.name);
+        names.push_back(std::string(AssetTypeWord(builtin.type)) + " " + name);
+        const AssetHandle handle = registry.HandleOfBuiltin(name);
         const AssetRecord* record = registry.Find(handle);
-        ASSERT_NE(record, nullptr) << e.name;
+        ASSERT_NE(record, nullptr) << name;
         EXPECT_EQ(std::tuple(record->type, record->isBuiltin, record->guid),
-                  std::tuple(e.type, true, Guid::FromName("builtin:" + e.name)));
-        EXPECT_EQ(e.getter ? (manager.*e.getter)() : handle, handle) << e.name;
-        EXPECT_EQ(ResolveAssetReference(registry, "builtin:" + e.name, e.type), handle);
+                  std::tuple(builtin.type, true, Guid::FromName("builtin:" + name)));
+        EXPECT_EQ(ResolveAssetReference(registry, "builtin:" + name, builtin.type), handle);
+        if (builtin.slot) withGetters.push_back(handle);
     }
+    EXPECT_EQ(names, (std::vector<std::string>{
+                         "mesh Builtin/Cube", "mesh Builtin/Quad", "mesh Builtin/Plane", "mesh Builtin/Sphere",
+                         "mesh Builtin/MaterialPreviewSphere", "mesh Builtin/Cylinder", "mesh Builtin/Cone",
+                         "mesh Builtin/Torus", "mesh Builtin/Diamond", "mesh Builtin/Cube_LOD1",
+                         "mesh Builtin/Cube_LOD2", "texture Builtin/White", "texture Builtin/Black",
+                         "texture Builtin/FlatNormal", "material Builtin/DefaultMaterial"}));
+    const AssetManager& m = manager;
+    EXPECT_EQ(withGetters, (std::vector<AssetHandle>{m.GetBuiltinCube(), m.GetBuiltinQuad(), m.GetBuiltinPlane(),
+                                                     m.GetBuiltinSphere(), m.GetBuiltinMaterialPreviewSphere(),
+                                                     m.GetBuiltinCylinder(), m.GetBuiltinCone(), m.GetBuiltinTorus(),
+                                                     m.GetBuiltinDiamond(), m.GetBuiltinWhite(), m.GetBuiltinBlack(),
+                                                     m.GetBuiltinFlatNormal(), m.GetBuiltinDefaultMaterial()}));
     EXPECT_EQ(AssetReferenceOf(registry, manager.GetBuiltinDefaultMaterial()), "builtin:Builtin/DefaultMaterial");
 }
 

@@ -102,23 +102,19 @@ TEST_F(AssetRegistryTest, RescanWithNothingChangedWritesNothingKeepsGuidsAndHand
         EXPECT_EQ(std::tie(second[i].guid, second[i].handle), std::tie(first[i].guid, first[i].handle));
 }
 
-TEST_F(AssetRegistryTest, ReplacesACorruptOrNewerSidecarAndLogsItButOnlyLogsInReadOnlyMode) {
-    const struct {
-        std::string text;
-        std::string reason;
-    } table[] = {{"garbage\n", "Missing bmeta header."},
-                 {"bmeta 2\nguid " + kGuid.ToString() + "\n", "bmeta version 2 is newer than this engine reads."}};
-    for (const auto& c : table) {
-        WriteText(Content("Rock.png"), "png");
-        WriteText(Content("Rock.png.bmeta"), c.text);
+// Any sidecar that does not read is handled alike, whatever its reason; one that is newer stands for all.
+TEST_F(AssetRegistryTest, ReplacesAnUnreadableSidecarAndLogsItButOnlyLogsInReadOnlyMode) {
+    WriteText(Content("Rock.png"), "png");
+    WriteText(Content("Rock.png.bmeta"), "bmeta 2\nguid " + kGuid.ToString() + "\n");
+    {
         LogCapture log;
-        AssetRegistry registry;
-        registry.SetContentRoot(ContentRoot(), AssetSourceMode::Authoring);
-        EXPECT_EQ(GuidOf("Rock.png", &registry), ContentGuid("Rock.png"));
+        Scan();
+        EXPECT_EQ(GuidOf("Rock.png"), ContentGuid("Rock.png"));
         EXPECT_EQ(SidecarText("Rock.png"), DefaultSidecarText(AssetType::Texture, "Rock.png", ContentGuid("Rock.png")));
         EXPECT_EQ(log.Messages(LogLevel::Warning),
                   std::vector<std::string>{"Ignoring unreadable asset sidecar " + Content("Rock.png.bmeta").string() +
-                                           ": " + c.reason + " A new identity is assigned."});
+                                           ": bmeta version 2 is newer than this engine reads. A new identity is "
+                                           "assigned."});
     }
     WriteText(Content("Rock.png.bmeta"), "garbage\n");
     WriteText(Content("Sand.png"), "png");
@@ -136,10 +132,12 @@ TEST_F(AssetRegistryTest, ReplacesACorruptOrNewerSidecarAndLogsItButOnlyLogsInRe
     EXPECT_EQ(std::tie(sidecar->version, sidecar->importer), std::tuple(0u, "texture"));
 }
 
-TEST_F(AssetRegistryTest, RenamedFileKeepsItsIdentityAndDeletedOrChangedOnesLoseItAndLeaveTheirSidecar) {
-    WriteText(Content("Rock.png"), "png");
-    WriteText(Content("Gone.png"), "gone");
-    WriteText(Content("Sand.png"), "a sand png");
+TEST_F(AssetRegistryTest, OnlyAFileWithTheStampAndExtensionOfExactlyOneOrphanTakesItsIdentity) {
+    // Every source a size of its own, so that only the times chosen here make stamps alike.
+    for (const auto& [name, text] : {std::pair{"Rock.png", "png"}, {"Gone.png", "gone"}, {"Sand.png", "a sand png"},
+                                     {"a.png", "same same"}, {"b.png", "same same"}, {"x.png", "other"}})
+        WriteText(Content(name), text);
+    fs::last_write_time(Content("b.png"), fs::last_write_time(Content("a.png")));
     Scan();
     const Guid gone = GuidOf("Gone.png");
     const Guid guid = GuidOf("Rock.png");
@@ -149,6 +147,9 @@ TEST_F(AssetRegistryTest, RenamedFileKeepsItsIdentityAndDeletedOrChangedOnesLose
     fs::remove(Content("Gone.png"));
     fs::rename(Content("Sand.png"), Content("Dune.png"));
     WriteText(Content("Dune.png"), "a longer sand png");
+    fs::rename(Content("a.png"), Content("c.png")); // a.png and b.png left orphans alike
+    fs::remove(Content("b.png"));
+    fs::rename(Content("x.png"), Content("x.jpg"));
     LogCapture log;
     registry_.Rescan();
     EXPECT_EQ(GuidOf("Moved/Stone.png"), guid);
@@ -156,26 +157,11 @@ TEST_F(AssetRegistryTest, RenamedFileKeepsItsIdentityAndDeletedOrChangedOnesLose
     EXPECT_EQ(log.Messages(LogLevel::Info),
               std::vector<std::string>{"Asset sidecar followed renamed file: " + Content("Moved/Stone.png").string()});
     EXPECT_EQ(registry_.HandleOfGuid(gone) + registry_.HandleOfPath(Content("Gone.png")), 0u);
-    EXPECT_EQ(GuidOf("Dune.png"), ContentGuid("Dune.png"));
-    EXPECT_EQ(ListFiles(ContentRoot()), (std::vector<std::string>{"Dune.png", "Dune.png.bmeta", "Gone.png.bmeta",
-                                                                  "Moved/Stone.png", "Moved/Stone.png.bmeta",
-                                                                  "Sand.png.bmeta"}));
-}
-
-TEST_F(AssetRegistryTest, AmbiguousOrphansAndOrphansOfAnotherExtensionAreNotAdopted) {
-    WriteText(Content("a.png"), "same");
-    WriteText(Content("b.png"), "same");
-    WriteText(Content("x.png"), "other");
-    fs::last_write_time(Content("b.png"), fs::last_write_time(Content("a.png")));
-    Scan();
-    fs::rename(Content("a.png"), Content("c.png"));
-    fs::remove(Content("b.png"));
-    fs::rename(Content("x.png"), Content("x.jpg"));
-    registry_.Rescan();
-    EXPECT_EQ(GuidOf("c.png"), ContentGuid("c.png"));
-    EXPECT_EQ(GuidOf("x.jpg"), ContentGuid("x.jpg"));
-    EXPECT_EQ(ListFiles(ContentRoot()), (std::vector<std::string>{"a.png.bmeta", "b.png.bmeta", "c.png", "c.png.bmeta",
-                                                                  "x.jpg", "x.jpg.bmeta", "x.png.bmeta"}));
+    for (const char* fresh : {"Dune.png", "c.png", "x.jpg"}) EXPECT_EQ(GuidOf(fresh), ContentGuid(fresh)) << fresh;
+    EXPECT_EQ(ListFiles(ContentRoot()),
+              (std::vector<std::string>{"Dune.png", "Dune.png.bmeta", "Gone.png.bmeta", "Moved/Stone.png",
+                                        "Moved/Stone.png.bmeta", "Sand.png.bmeta", "a.png.bmeta", "b.png.bmeta",
+                                        "c.png", "c.png.bmeta", "x.jpg", "x.jpg.bmeta", "x.png.bmeta"}));
 }
 
 TEST_F(AssetRegistryTest, CopiedSidecarKeepsTheGuidForTheFileThatHadItOrTheFirstPath) {
@@ -222,7 +208,9 @@ TEST_F(AssetRegistryTest, CopiedSidecarsInReadOnlyModeGetAReproducibleGuidAndNot
     }
 }
 
-TEST_F(AssetRegistryTest, RegisterFileGivesANewFileASidecarAKnownPathItsHandleAndAnOutsideFileAPathGuid) {
+TEST_F(AssetRegistryTest, RegisterFileGivesANewFileOrACopyANewIdentityAndAKnownOrMovedOneItsOld) {
+    WriteText(Content("a.bworld"), "world");
+    WriteText(Content("m.bworld"), "moved world");
     Scan();
     const std::uint64_t revision = registry_.Revision();
     WriteText(Content("Worlds/Island.bworld"), "world");
@@ -230,7 +218,8 @@ TEST_F(AssetRegistryTest, RegisterFileGivesANewFileASidecarAKnownPathItsHandleAn
     EXPECT_EQ(handle, HandleForGuid(ContentGuid("Worlds/Island.bworld")));
     EXPECT_EQ(registry_.HandleOfPath(Content("Worlds/Island.bworld")), handle);
     EXPECT_EQ(registry_.Find(handle)->type, AssetType::World);
-    EXPECT_EQ(SidecarText("Worlds/Island.bworld"), DefaultSidecarText(AssetType::World, "Island.bworld", ContentGuid("Worlds/Island.bworld")));
+    EXPECT_EQ(SidecarText("Worlds/Island.bworld"),
+              DefaultSidecarText(AssetType::World, "Island.bworld", ContentGuid("Worlds/Island.bworld")));
     EXPECT_GT(registry_.Revision(), revision);
 
     AssetRegistry rescanned;
@@ -243,19 +232,13 @@ TEST_F(AssetRegistryTest, RegisterFileGivesANewFileASidecarAKnownPathItsHandleAn
     EXPECT_EQ(registry_.Find(outside)->guid,
               Guid::FromName("brelk-asset:path:" + AssetPathKey(root_ / "Outside/Far.bworld")));
     EXPECT_FALSE(fs::exists(root_ / "Outside/Far.bworld.bmeta"));
-}
 
-TEST_F(AssetRegistryTest, RegisterFileGivesACopyANewIdentityAndAMovedFileItsOld) {
-    WriteText(Content("a.bworld"), "world");
-    WriteText(Content("m.bworld"), "moved world");
-    Scan();
     const AssetHandle original = registry_.HandleOfPath(Content("a.bworld"));
     fs::copy_file(Content("a.bworld"), Content("b.bworld"));
     fs::copy_file(Content("a.bworld.bmeta"), Content("b.bworld.bmeta"));
     EXPECT_NE(registry_.RegisterFile(AssetType::World, Content("b.bworld")), original);
     EXPECT_EQ(registry_.HandleOfPath(Content("a.bworld")), original);
     EXPECT_NE(SidecarText("b.bworld"), SidecarText("a.bworld"));
-
     const AssetHandle moved = registry_.HandleOfPath(Content("m.bworld"));
     ASSERT_TRUE(RenameAssetSource(Content("m.bworld"), Content("n.bworld")));
     EXPECT_EQ(registry_.RegisterFile(AssetType::World, Content("n.bworld")), moved);
@@ -271,10 +254,7 @@ TEST_F(AssetRegistryTest, BuiltinsSurviveRescansAndListLastWhileTypesListByPath)
     registry_.Rescan();
     EXPECT_EQ(registry_.HandleOfBuiltin("Builtin/Cube"), cube);
     EXPECT_EQ(registry_.HandleOfBuiltin("Builtin/Sphere"), 0u);
-    const AssetRecord* record = registry_.Find(cube);
-    ASSERT_NE(record, nullptr);
-    EXPECT_TRUE(record->isBuiltin && record->sourcePath.empty());
-    EXPECT_EQ(record->guid, Guid::FromName("builtin:Builtin/Cube"));
+    EXPECT_TRUE(registry_.Find(cube)->sourcePath.empty());
 
     std::vector<std::string> names;
     for (const AssetRecord& r : registry_.AllRecords()) names.push_back(r.name);

@@ -4,10 +4,13 @@
 #include "engine/core/Logger.h"
 #include "tests/support/TestSupport.h"
 
+#include <gtest/gtest.h>
+
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Brelk::Assets::Testing {
@@ -41,6 +44,17 @@ public:
 
 private:
     std::uint64_t start_ = 0;
+};
+
+// A scratch project whose user settings (texture caches, generated shaders) stay inside it.
+class ProjectTest : public ::testing::Test {
+protected:
+    std::filesystem::path Content(std::string_view relative = {}) const {
+        return relative.empty() ? root_ / "Content" : root_ / "Content" / relative;
+    }
+
+    ScratchFolder root_;
+    ScopedEnvironmentVariable settings_{"BRELK_USER_SETTINGS_DIR", root_ / "Settings"};
 };
 
 } // namespace Brelk::Assets::Testing
