@@ -201,7 +201,10 @@ TEST_F(AssetManagerMaterialsTest, ACookedMaterialBringsItsShadersAndNoCompilerRu
 TEST_F(AssetManagerMaterialsTest, TheDefaultMaterialAndTheLoadOfAMaterialThatIsNotThere) {
     WriteText(Content("Bad.bmat"), "version 3\nnode 1 Texture2D 0 0 \"T\"\nprop 1 \"asset\" \"x\"\n");
     AssetManager manager;
+    LogCapture log;
     Initialize(manager);
+    EXPECT_EQ(log.Messages(LogLevel::Warning),
+              std::vector<std::string>{"Failed to load material asset 'Bad.bmat': stoull"});
     const MaterialEntry* fallback = manager.GetMaterial(manager.GetBuiltinDefaultMaterial());
     ASSERT_NE(fallback, nullptr);
     MaterialAsset expected = MakeDefaultMaterial(manager.GetBuiltinHandles());
