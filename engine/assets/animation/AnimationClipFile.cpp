@@ -19,7 +19,6 @@ namespace {
 constexpr std::string_view kHeaderMessage = "Invalid animation clip asset header.";
 constexpr std::string_view kPayloadMessage = "Invalid animation clip payload.";
 
-constexpr std::uint64_t kStringBytes = 4;
 constexpr std::uint64_t kVectorKeyBytes = 16;
 constexpr std::uint64_t kRotationKeyBytes = 20;
 // A track with an empty name and no keys: name length, index and three counts.
