@@ -62,7 +62,7 @@ TEST(ReflectionRegistry, InconsistentRegistrationsFailWithTheirExactMessage) {
              r.AddProperty<Pose, bool>("Pose", "weight", &Pose::locked, PropertyKind::Bool, {});
          },
          "Duplicate reflection property: Pose.weight"},
-        {[](ReflectionRegistry& r) { r.AddOffsetProperty<float>("Acme.Door", "open", 0, PropertyKind::Float, {}, 1.f); },
+        {[](ReflectionRegistry& r) { r.AddOffsetProperty<float>("Acme.Door", "open", 0, PropertyKind::Float, {}, 1); },
          "Reflection offset property needs a registered owner type: Acme.Door"},
         {[](ReflectionRegistry& r) { ReflectedTypeBuilder<Other>("Other", "", "", r).Version(0); },
          "Value schema versions start at 1: Other"},
