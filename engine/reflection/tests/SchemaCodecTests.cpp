@@ -15,6 +15,7 @@
 #include <array>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -76,6 +77,16 @@ struct Locked {
     float value = 1.0f;
 };
 
+struct Node {
+    std::vector<Node> children;
+};
+
+struct Rows {
+    std::vector<std::vector<float>> rows;
+};
+
+const std::string kBudget = "Schema exceeds the nesting or field budget.";
+
 const Guid kGuidA{0x0123456789abcdefull, 0xfedcba9876543210ull};
 const Guid kGuidB{0x1111111111111111ull, 0x2222222222222222ull};
 
@@ -111,6 +122,8 @@ protected:
             .Field("inners", &E::inners).Field("grid", &E::grid).Field("fixed", &E::fixed)
             .Field("shades", &E::shades, FieldAttr().Enum("Shade"))
             .Field("materials", &E::materials, FieldAttr().AssetType("Material"));
+        ReflectedTypeBuilder<Node>("Node", "", "", registry).Field("children", &Node::children);
+        ReflectedTypeBuilder<Rows>("Rows", "", "", registry).Field("rows", &Rows::rows);
 
         context.assetToText = [](std::uint64_t asset, const Assets::AssetTypeInfo& type) {
             return asset == 404 ? std::string() : type.name + ":" + std::to_string(asset);
@@ -124,20 +137,33 @@ protected:
         context.guidToEntity = [](const Guid& g) -> EntityHandle { return g == kGuidA ? 7 : (g == kGuidB ? 8 : 0); };
     }
 
-    SchemaRecord Encode(const Everything& value) { return EncodeObject(MakeConstView(value), registry, context); }
+    template <class T>
+    SchemaRecord Encode(const T& value) { return EncodeObject(MakeConstView(value), registry, context); }
 
     Everything Decode(const SchemaRecord& record, Everything value = {}) {
         DecodeObject(record, MakeView(value), registry, context);
         return value;
     }
 
-    std::string EncodeFailure(const Everything& value) { return ThrownMessage([&] { (void)Encode(value); }); }
+    template <class T>
+    std::string EncodeFailure(const T& value) { return ThrownMessage([&] { (void)Encode(value); }); }
     std::string DecodeFailure(const SchemaRecord& record) { return ThrownMessage([&] { (void)Decode(record); }); }
 
     SchemaRecord WithLeaf(std::string_view field, std::string text) {
         SchemaRecord record = Encode(Everything{});
         record.FindField(field)->value = std::move(text);
         return record;
+    }
+
+    // Decodes into a fresh object and writes it back as record and text, or gives the failure message.
+    template <class T>
+    std::string RoundTrip(const SchemaRecord& record) {
+        auto value = std::make_unique<T>();
+        return ThrownMessage([&] {
+            DecodeObject(record, MakeView(*value), registry, context);
+            if (!(Encode(*value) == record)) throw std::runtime_error("changed by the round trip");
+            (void)FormatSchemaRecord(record);
+        });
     }
 
     ReflectionRegistry registry;
@@ -510,6 +536,63 @@ TEST(SchemaCodecViews, ViewsWithMisbehavingOperationsAreRefused) {
             EXPECT_EQ(ThrownMessage([&] { DecodeObject(record, MakeView(box), registry, context); }), c.decoded);
         }
     }
+}
+
+// A chain of `count` nodes: the top record is at depth 1, each node's children array one
+// deeper, each child node one deeper again.
+Node Chain(int count) {
+    Node top;
+    Node* current = &top;
+    for (int i = 1; i < count; ++i) current = &current->children.emplace_back();
+    return top;
+}
+
+TEST_F(SchemaCodec, Depth16PassesAndDepth17FailsBothWays) {
+    const SchemaRecord record = Encode(Chain(8)); // the last node's empty array stands at depth 16
+    EXPECT_EQ(RoundTrip<Node>(record), "<no exception>");
+    std::string prefix;
+    for (int i = 0; i < 8; ++i) prefix += "Node.children: ";
+    EXPECT_EQ(EncodeFailure(Chain(9)), prefix + kBudget);
+    SchemaRecord deeper = record;
+    SchemaRecord* deepest = &deeper;
+    for (int i = 1; i < 8; ++i) {
+        deepest = &std::get<SchemaRecord>(std::get<SchemaArray>(deepest->fields[0].value).elements[0]);
+    }
+    std::get<SchemaArray>(deepest->fields[0].value).elements.emplace_back(SchemaRecord{"Node", 1, {}});
+    EXPECT_EQ(RoundTrip<Node>(deeper), prefix + kBudget);
+}
+
+TEST_F(SchemaCodec, Exactly4096ValuesPassAndOneMoreFailsBothWays) {
+    Rows value; // 1 field + 4 rows + 4091 elements
+    for (const std::size_t size : {1023, 1023, 1023, 1022}) value.rows.emplace_back(size, 0.25f);
+    SchemaRecord record = Encode(value);
+    EXPECT_EQ(RoundTrip<Rows>(record), "<no exception>");
+    std::get<SchemaArray>(std::get<SchemaArray>(record.fields[0].value).elements[3]).elements.emplace_back("1");
+    EXPECT_EQ(RoundTrip<Rows>(record), "Rows.rows: " + kBudget);
+    value.rows[3].push_back(1.0f);
+    EXPECT_EQ(EncodeFailure(value), "Rows.rows: " + kBudget);
+}
+
+struct Block {
+    bool flags[1100]{};
+};
+
+TEST_F(SchemaCodec, ATypeOf1024PropertiesPassesAnd1025FailBothWays) {
+    registry.RegisterType<Block>("Block");
+    SchemaRecord record{"Block", 1, {}};
+    for (int i = 0; i < 1025; ++i) {
+        registry.AddOffsetProperty<bool>("Block", "f" + std::to_string(i), static_cast<std::size_t>(i),
+                                         PropertyKind::Bool, {}, false);
+        record.fields.push_back({"f" + std::to_string(i), "1"});
+    }
+    auto block = std::make_unique<Block>();
+    EXPECT_EQ(EncodeFailure(*block), kBudget);
+    EXPECT_EQ(RoundTrip<Block>(record), kBudget);
+    registry.FindType("Block")->properties.pop_back();
+    record.fields.pop_back();
+    EXPECT_EQ(RoundTrip<Block>(record), "<no exception>");
+    DecodeObject(record, MakeView(*block), registry, context);
+    EXPECT_TRUE(block->flags[0] && block->flags[1023] && !block->flags[1024]);
 }
 
 } // namespace
