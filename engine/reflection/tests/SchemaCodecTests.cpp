@@ -171,30 +171,15 @@ protected:
 };
 
 Everything Populated() {
-    Everything value;
-    value.flag = false;
-    value.count = std::numeric_limits<std::int32_t>::min();
-    value.mask = 4000000000u;
-    value.big = std::numeric_limits<std::uint64_t>::max();
-    value.ratio = -0.0f;
-    value.label = kLabel;
-    value.uv = {1.0e-45f, -3.40282347e38f};
-    value.position = {0.1f, 1.17549435e-38f, 16777216.0f};
-    value.color = {0.25f, 0.5f, 0.75f, 1.0f};
-    value.rotation = glm::quat(0.5f, 0.1f, 0.2f, 0.3f);
-    value.shade = Shade::Blue;
-    value.mesh = 42;
-    value.target = 7;
-    value.id = kGuidB;
-    value.link = Link{0, kGuidA};
-    value.inner = Inner{glm::vec3(2.0f, 3.0f, 4.0f), 0.75f};
-    value.samples = {1.0f, 0.1f, -2.5e-7f, 1.17549421e-38f /* largest denormal */, 123456792.0f, -1.0e-45f};
-    value.inners = {Inner{}, Inner{glm::vec3(5.0f), 6.0f}};
-    value.grid = {{1, 2}, {}, {-3}};
-    value.fixed = {1.0f, 2.0f, 3.0f, 4.0f};
-    value.shades = {Shade::Red, Shade::Blue};
-    value.materials = {3, 9};
-    return value;
+    return {.flag = false, .count = std::numeric_limits<std::int32_t>::min(), .mask = 4000000000u, .target = 7,
+            .big = std::numeric_limits<std::uint64_t>::max(), .mesh = 42, .ratio = -0.0f, .label = kLabel,
+            .uv = {1.0e-45f, -3.40282347e38f}, .position = {0.1f, 1.17549435e-38f, 16777216.0f},
+            .color = {0.25f, 0.5f, 0.75f, 1.0f}, .rotation = glm::quat(0.5f, 0.1f, 0.2f, 0.3f), .shade = Shade::Blue,
+            .id = kGuidB, .link = Link{0, kGuidA}, .inner = Inner{glm::vec3(2.0f, 3.0f, 4.0f), 0.75f},
+            // 1.17549421e-38 is the largest denormal.
+            .samples = {1.0f, 0.1f, -2.5e-7f, 1.17549421e-38f, 123456792.0f, -1.0e-45f},
+            .inners = {Inner{}, Inner{glm::vec3(5.0f), 6.0f}}, .grid = {{1, 2}, {}, {-3}},
+            .fixed = {1.0f, 2.0f, 3.0f, 4.0f}, .shades = {Shade::Red, Shade::Blue}, .materials = {3, 9}};
 }
 
 TEST_F(SchemaCodec, EveryPropertyKindWritesItsCanonicalTextInDeclarationOrderAndReadsItBack) {
