@@ -14,8 +14,10 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -379,45 +381,6 @@ TEST_F(SchemaCodec, OnlyLiveSavedPropertiesAreWrittenOrRead) {
     EXPECT_EQ(read(SchemaRecord{"Versioned", 2, {}}).retired, 20.0f);
 }
 
-TEST(SchemaCodecProperties, PropertiesThatCannotBeCodedAreRefused) {
-    // A default that cannot be encoded fails only the load that keeps it.
-    const auto nanDefault = [](PropertyInfo& p) { p.defaultValue = std::numeric_limits<float>::quiet_NaN(); };
-    const struct {
-        FieldAttr attributes;
-        void (*tweak)(PropertyInfo&);
-        bool withValue;
-        const char* encoded; // empty when encoding succeeds
-        const char* decoded;
-    } cases[] = {
-        {FieldAttr().ReadOnly(), nullptr, false, "Locked.value: Schema record requires a writable property: value",
-         "Schema record requires a writable property: value"},
-        {FieldAttr(), [](PropertyInfo& p) { p.valueType = typeid(double); }, false,
-         "Locked.value: Property schema disagrees with its storage: value",
-         "Property schema disagrees with its storage: value"},
-        {FieldAttr(), [](PropertyInfo& p) { p.defaultValue.reset(); }, false, "",
-         "Property has no writable schema default: value"},
-        {FieldAttr().Kind(PropertyKind::Custom), nullptr, true, "Locked.value: Unsupported schema leaf kind.",
-         "Locked.value: Unsupported schema leaf kind."},
-        {FieldAttr(), nanDefault, false, "", "Locked.value: Cannot save a non-finite schema value."},
-        {FieldAttr(), nanDefault, true, "", "<no exception>"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.decoded);
-        ReflectionRegistry registry;
-        const SchemaCodecContext context;
-        ReflectedTypeBuilder<Locked>("Locked", "", "", registry).Field("value", &Locked::value, c.attributes);
-        if (c.tweak) c.tweak(registry.FindType("Locked")->properties[0]);
-        Locked locked;
-        if (*c.encoded != '\0') {
-            EXPECT_EQ(ThrownMessage([&] { (void)EncodeObject(MakeConstView(locked), registry, context); }),
-                      c.encoded);
-        }
-        SchemaRecord record{"Locked", 1, {{"value", "2"}}};
-        if (!c.withValue) record.fields.clear();
-        EXPECT_EQ(ThrownMessage([&] { DecodeObject(record, MakeView(locked), registry, context); }), c.decoded);
-    }
-}
-
 struct Lists {
     std::vector<Shade> shades;
     std::vector<std::uint64_t> assets;
@@ -470,7 +433,7 @@ void Substitute(PropertyInfo& property, const ObjectViewOperations* operations, 
     property.mutableView = [retype, original = property.mutableView](void* owner) { return retype(original(owner)); };
 }
 
-TEST(SchemaCodecViews, ViewsWithMisbehavingOperationsAreRefused) {
+TEST(SchemaCodecProperties, PropertiesAndViewsThatCannotBeCodedAreRefused) {
     ObjectViewOperations refusing{};
     ObjectViewOperations accepting{};
     accepting.accepts = [](const ValueSchema&) { return true; };
@@ -480,26 +443,43 @@ TEST(SchemaCodecViews, ViewsWithMisbehavingOperationsAreRefused) {
     ObjectViewOperations blind = ViewOperationsFor<std::vector<float>>();
     blind.visitConst = [](const void*, std::uint64_t, ViewVisitor) { return false; };
     blind.visitMutable = [](void*, std::uint64_t, ViewVisitor) { return false; };
-    const SchemaValue leaf1("1"), empty("");
+    using Tweak = std::function<void(PropertyInfo&)>;
+    const auto views = [](const ObjectViewOperations& operations, std::type_index viewType) -> Tweak {
+        return [&operations, viewType](PropertyInfo& property) { Substitute(property, &operations, viewType); };
+    };
+    // A default that cannot be encoded fails only the load that keeps it.
+    const Tweak nanDefault = [](PropertyInfo& p) { p.defaultValue = std::numeric_limits<float>::quiet_NaN(); };
+    const std::string rejected = "Box.single: Schema accessor rejected value storage.";
+    const std::string leafKind = "Box.single: Unsupported schema leaf kind.";
     const struct {
         const char* property;
-        const ObjectViewOperations* operations;
-        std::type_index viewType;
+        FieldAttr attributes; // of `single`
+        Tweak tweak;
         const char* encoded; // empty when encoding is not checked
-        SchemaValue read;
-        const char* decoded; // empty when decoding is not checked
+        std::optional<SchemaValue> read; // none: the field is missing from the record
+        std::string decoded; // empty when decoding is not checked
     } cases[] = {
-        {"single", &refusing, typeid(float), "Box.single: Value schema disagrees with captured storage.", leaf1,
-         "Box.single: Value schema disagrees with writable storage."},
-        {"single", &accepting, typeid(std::int32_t), "Box.single: Schema accessor rejected value storage.", leaf1,
-         "Box.single: Schema accessor rejected value storage."},
-        {"link", &accepting, typeid(Link), "Box.link: Invalid entity-reference storage.", empty,
+        {"single", FieldAttr().ReadOnly(), nullptr, "Box.single: Schema record requires a writable property: single",
+         std::nullopt, "Schema record requires a writable property: single"},
+        {"single", {}, [](PropertyInfo& p) { p.valueType = typeid(double); },
+         "Box.single: Property schema disagrees with its storage: single", std::nullopt,
+         "Property schema disagrees with its storage: single"},
+        {"single", {}, [](PropertyInfo& p) { p.defaultValue.reset(); }, "", std::nullopt,
+         "Property has no writable schema default: single"},
+        {"single", FieldAttr().Kind(PropertyKind::Custom), nullptr, leafKind.c_str(), "1", leafKind},
+        {"single", {}, nanDefault, "", std::nullopt, "Box.single: Cannot save a non-finite schema value."},
+        {"single", {}, nanDefault, "", "2", "<no exception>"},
+        {"single", {}, views(refusing, typeid(float)), "Box.single: Value schema disagrees with captured storage.",
+         "1", "Box.single: Value schema disagrees with writable storage."},
+        {"single", {}, views(accepting, typeid(std::int32_t)), rejected.c_str(), "1", rejected},
+        {"link", {}, views(accepting, typeid(Link)), "Box.link: Invalid entity-reference storage.", "",
          "Box.link: Invalid entity-reference storage."},
-        {"mesh", &accepting, typeid(std::int64_t), "Box.mesh: Invalid asset constraint or storage.", empty,
+        {"mesh", {}, views(accepting, typeid(std::int64_t)), "Box.mesh: Invalid asset constraint or storage.", "",
          "Box.mesh: Invalid asset constraint or storage."},
-        {"values", &huge, typeid(std::vector<float>), "Box.values: Invalid or oversized collection.", empty, ""},
-        {"values", &blind, typeid(std::vector<float>), "Box.values: Collection element accessor failed.",
-         SchemaValue(SchemaArray{{"1"}}), "Box.values: Mutable collection element accessor failed."},
+        {"values", {}, views(huge, typeid(std::vector<float>)), "Box.values: Invalid or oversized collection.", "",
+         ""},
+        {"values", {}, views(blind, typeid(std::vector<float>)), "Box.values: Collection element accessor failed.",
+         SchemaArray{{"1"}}, "Box.values: Mutable collection element accessor failed."},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.property) + ": " + c.encoded + c.decoded);
@@ -507,17 +487,18 @@ TEST(SchemaCodecViews, ViewsWithMisbehavingOperationsAreRefused) {
         registry.RegisterAssetType("Mesh", 1);
         ReflectedTypeBuilder<Box>("Box", "", "", registry)
             .Field("values", &Box::values)
-            .Field("single", &Box::single)
+            .Field("single", &Box::single, c.attributes)
             .Field("link", &Box::link)
             .Field("mesh", &Box::mesh, FieldAttr().AssetType("Mesh"));
-        Substitute(*registry.FindType("Box")->FindProperty(c.property), c.operations, c.viewType);
+        if (c.tweak) c.tweak(*registry.FindType("Box")->FindProperty(c.property));
         const SchemaCodecContext context;
         Box box;
         if (*c.encoded != '\0') {
             EXPECT_EQ(ThrownMessage([&] { (void)EncodeObject(MakeConstView(box), registry, context); }), c.encoded);
         }
-        if (*c.decoded != '\0') {
-            const SchemaRecord record{"Box", 1, {SchemaField{c.property, c.read}}};
+        SchemaRecord record{"Box", 1, {}};
+        if (c.read) record.fields.push_back({c.property, *c.read});
+        if (!c.decoded.empty()) {
             EXPECT_EQ(ThrownMessage([&] { DecodeObject(record, MakeView(box), registry, context); }), c.decoded);
         }
     }
