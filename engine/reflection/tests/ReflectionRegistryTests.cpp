@@ -21,7 +21,6 @@ using Testing::ThrownMessage;
 enum class Mood : std::uint8_t { Calm, Angry };
 
 struct Pose {
-    glm::vec3 position{0.0f};
     glm::vec3 scale{1.0f};
     float weight = 0.5f;
     Mood mood = Mood::Angry;
@@ -34,37 +33,33 @@ struct Other {
 };
 
 TEST(ReflectionRegistry, InconsistentRegistrationsFailWithTheirExactMessage) {
-    using Call = void (*)(ReflectionRegistry&);
-    const std::pair<Call, std::string> cases[] = {
-        {[](ReflectionRegistry& r) { r.RegisterType<Other>("Pose"); },
-         "Reflection type name already belongs to another C++ type: Pose"},
-        {[](ReflectionRegistry& r) { r.RegisterType<Pose>("", "", "", 1); },
-         "Reflection schema requires a name and a positive version."},
-        {[](ReflectionRegistry& r) { r.RegisterType<Pose>("Pose", "", "", 0); },
-         "Reflection schema requires a name and a positive version."},
-        {[](ReflectionRegistry& r) {
-             r.AddProperty<Pose, float>("Pose", "weight", &Pose::weight, PropertyKind::Int, {});
-         },
+    using R = ReflectionRegistry;
+    const std::string schema = "Reflection schema requires a name and a positive version.";
+    const std::pair<void (*)(R&), std::string> cases[] = {
+        {[](R& r) { r.RegisterType<Other>("Pose"); }, "Reflection type name already belongs to another C++ type: Pose"},
+        {[](R& r) { r.RegisterType<Pose>("", "", "", 1); }, schema},
+        {[](R& r) { r.RegisterType<Pose>("Pose", "", "", 0); }, schema},
+        {[](R& r) { r.AddProperty<Pose, float>("Pose", "weight", &Pose::weight, PropertyKind::Int, {}); },
          "Reflection property kind does not match its C++ value type."},
-        {[](ReflectionRegistry& r) {
-             r.AddProperty<Pose, bool>("Pose", "locked", &Pose::locked, PropertyKind::Bool, FieldAttr().Range(0, 1));
+        {[](R& r) {
+             r.AddProperty<Pose, bool>("Pose", "b", &Pose::locked, PropertyKind::Bool, FieldAttr().Range(0, 1));
          },
-         "Property has an invalid numeric authoring range: locked"},
-        {[](ReflectionRegistry& r) { r.AddProperty<Pose, float>("Pose", "weight", nullptr, PropertyKind::Float, {}); },
+         "Property has an invalid numeric authoring range: b"},
+        {[](R& r) { r.AddProperty<Pose, float>("Pose", "weight", nullptr, PropertyKind::Float, {}); },
          "Reflection property requires a member pointer: weight"},
-        {[](ReflectionRegistry& r) {
+        {[](R& r) {
              r.RegisterType<Other>("Other");
              r.AddProperty<Pose, float>("Other", "weight", &Pose::weight, PropertyKind::Float, {});
          },
          "Reflection property owner does not match type: Other"},
-        {[](ReflectionRegistry& r) {
+        {[](R& r) {
              r.AddProperty<Pose, float>("Pose", "weight", &Pose::weight, PropertyKind::Float, {});
              r.AddProperty<Pose, bool>("Pose", "weight", &Pose::locked, PropertyKind::Bool, {});
          },
          "Duplicate reflection property: Pose.weight"},
-        {[](ReflectionRegistry& r) { r.AddOffsetProperty<float>("Acme.Door", "open", 0, PropertyKind::Float, {}, 1); },
+        {[](R& r) { r.AddOffsetProperty<float>("Acme.Door", "open", 0, PropertyKind::Float, {}, 1); },
          "Reflection offset property needs a registered owner type: Acme.Door"},
-        {[](ReflectionRegistry& r) { ReflectedTypeBuilder<Other>("Other", "", "", r).Version(0); },
+        {[](R& r) { ReflectedTypeBuilder<Other>("Other", "", "", r).Version(0); },
          "Value schema versions start at 1: Other"},
     };
     for (const auto& [call, message] : cases) {

@@ -519,13 +519,8 @@ TEST_F(SchemaCodec, Depth16PassesAndDepth17FailsBothWays) {
     std::string prefix;
     for (int i = 0; i < 8; ++i) prefix += "Node.children: ";
     EXPECT_EQ(EncodeFailure(Chain(9)), prefix + kBudget);
-    SchemaRecord deeper = record;
-    SchemaRecord* deepest = &deeper;
-    for (int i = 1; i < 8; ++i) {
-        deepest = &std::get<SchemaRecord>(std::get<SchemaArray>(deepest->fields[0].value).elements[0]);
-    }
-    std::get<SchemaArray>(deepest->fields[0].value).elements.emplace_back(SchemaRecord{"Node", 1, {}});
-    EXPECT_EQ(RoundTrip<Node>(deeper), prefix + kBudget);
+    // One more node on top puts the last node's empty array at depth 18, the node itself at 17.
+    EXPECT_EQ(RoundTrip<Node>(SchemaRecord{"Node", 1, {{"children", SchemaArray{{record}}}}}), prefix + kBudget);
 }
 
 TEST_F(SchemaCodec, Exactly4096ValuesPassAndOneMoreFailsBothWays) {
