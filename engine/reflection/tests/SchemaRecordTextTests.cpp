@@ -114,8 +114,8 @@ Read ReadBlock(std::string_view text, bool stream = false) {
 void ExpectReadsBack(const std::string& text, const SchemaRecord& record) {
     for (const bool stream : {false, true}) {
         const Read read = ReadBlock(text, stream);
-        EXPECT_EQ(read.error, "") << "through a stream: " << stream;
-        EXPECT_EQ(read.record, record) << "through a stream: " << stream;
+        EXPECT_EQ(read.error, "") << text.substr(0, 60) << (stream ? " through a stream" : "");
+        EXPECT_TRUE(read.record == record) << text.substr(0, 60) << (stream ? " through a stream" : "");
     }
 }
 
@@ -377,11 +377,7 @@ TEST(SchemaRecordTextTests, RecordsUpToEveryLimitRoundTripThroughBothReaders) {
         RecordWithLeafFields(1024), SchemaRecord{"A", 1, {{"a", LeafArray(1024)}}},
         RecordOfTotalCount(4096),
     };
-    for (const SchemaRecord& record : records) {
-        SCOPED_TRACE(record.name.substr(0, 20));
-        EXPECT_EQ(WriteError(record), "<no exception>");
-        ExpectReadsBack(FormatSchemaRecord(record), record);
-    }
+    for (const SchemaRecord& record : records) ExpectReadsBack(FormatSchemaRecord(record), record);
 }
 
 TEST(SchemaRecordTextTests, WriterRefusesBrokenRecordsAndRecordsOnePastEveryLimit) {
