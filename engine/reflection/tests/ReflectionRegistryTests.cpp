@@ -96,12 +96,14 @@ TEST(ReflectionRegistry, APropertyAddedBeforeItsTypeCreatesItAndLaterRegistratio
     EXPECT_TRUE(renamed->version == 2u && renamed->properties.size() == 3u);
 }
 
-TEST(ReflectionRegistry, DefaultsAndCheckedAccessHonourReadOnlyAndTheViewType) {
+TEST(ReflectionRegistry, DefaultsAndCheckedAccessHonourReadOnlyTheViewTypeAndTheEnumStorage) {
     ReflectionRegistry registry;
     registry.AddProperty<Pose, glm::vec3>("Pose", "scale", &Pose::scale, PropertyKind::Vec3, {});
     registry.AddProperty<Pose, float>("Pose", "weight", &Pose::weight, PropertyKind::Float, FieldAttr().ReadOnly());
+    registry.AddProperty<Pose, Mood>("Pose", "mood", &Pose::mood, PropertyKind::Enum, FieldAttr().Enum("Mood"));
     const PropertyInfo& scale = registry.FindType("Pose")->properties[0];
     const PropertyInfo& weight = registry.FindType("Pose")->properties[1];
+    const PropertyInfo& mood = registry.FindType("Pose")->properties[2];
     Pose pose;
     pose.scale = glm::vec3(2.0f);
     pose.weight = 3.0f;
@@ -119,18 +121,11 @@ TEST(ReflectionRegistry, DefaultsAndCheckedAccessHonourReadOnlyAndTheViewType) {
     EXPECT_TRUE(scale.MutableView(MakeConstView(pose)).IsNull());
     EXPECT_FALSE(scale.EqualsDefault(ObjectView{}));
     EXPECT_EQ(scale.MutableView(MakeView(pose)).mutableData, &pose.scale);
-}
 
-TEST(ReflectionRegistry, AnEnumPropertyReadsAndWritesItsNumber) {
-    ReflectionRegistry registry;
-    registry.AddProperty<Pose, Mood>("Pose", "mood", &Pose::mood, PropertyKind::Enum, FieldAttr().Enum("Mood"));
-    const PropertyInfo& property = registry.FindType("Pose")->properties[0];
-    Pose pose;
-    EXPECT_TRUE(EnumNumbersEqual(property.GetEnumValue(MakeConstView(pose)).value(), EnumNumber{std::uint64_t{1}}));
-    EXPECT_TRUE(property.SetEnumValue(MakeView(pose), EnumNumber{std::int64_t{0}}));
-    EXPECT_EQ(pose.mood, Mood::Calm);
-    EXPECT_FALSE(property.SetEnumValue(MakeView(pose), EnumNumber{std::int64_t{256}}));
-    EXPECT_FALSE(property.SetEnumValue(MakeView(pose), EnumNumber{std::int64_t{-1}}));
+    EXPECT_TRUE(EnumNumbersEqual(mood.GetEnumValue(MakeConstView(pose)).value(), EnumNumber{std::uint64_t{1}}));
+    EXPECT_TRUE(mood.SetEnumValue(MakeView(pose), EnumNumber{std::int64_t{0}}));
+    EXPECT_FALSE(mood.SetEnumValue(MakeView(pose), EnumNumber{std::int64_t{256}}));
+    EXPECT_FALSE(mood.SetEnumValue(MakeView(pose), EnumNumber{std::int64_t{-1}}));
     EXPECT_EQ(pose.mood, Mood::Calm);
 }
 
