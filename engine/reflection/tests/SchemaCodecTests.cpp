@@ -452,6 +452,8 @@ TEST(SchemaCodecProperties, PropertiesAndViewsThatCannotBeCodedAreRefused) {
     const Tweak nanDefault = [](PropertyInfo& p) { p.defaultValue = std::numeric_limits<float>::quiet_NaN(); };
     const std::string rejected = "Box.single: Schema accessor rejected value storage.";
     const std::string leafKind = "Box.single: Unsupported schema leaf kind.";
+    const std::string link = "Box.link: Invalid entity-reference storage.";
+    const std::string mesh = "Box.mesh: Invalid asset constraint or storage.";
     const struct {
         const char* property;
         FieldAttr attributes; // of `single`
@@ -473,12 +475,9 @@ TEST(SchemaCodecProperties, PropertiesAndViewsThatCannotBeCodedAreRefused) {
         {"single", {}, views(refusing, typeid(float)), "Box.single: Value schema disagrees with captured storage.",
          "1", "Box.single: Value schema disagrees with writable storage."},
         {"single", {}, views(accepting, typeid(std::int32_t)), rejected.c_str(), "1", rejected},
-        {"link", {}, views(accepting, typeid(Link)), "Box.link: Invalid entity-reference storage.", "",
-         "Box.link: Invalid entity-reference storage."},
-        {"mesh", {}, views(accepting, typeid(std::int64_t)), "Box.mesh: Invalid asset constraint or storage.", "",
-         "Box.mesh: Invalid asset constraint or storage."},
-        {"values", {}, views(huge, typeid(std::vector<float>)), "Box.values: Invalid or oversized collection.", "",
-         ""},
+        {"link", {}, views(accepting, typeid(Link)), link.c_str(), "", link},
+        {"mesh", {}, views(accepting, typeid(std::int64_t)), mesh.c_str(), "", mesh},
+        {"values", {}, views(huge, typeid(std::vector<float>)), "Box.values: Invalid or oversized collection.", "", ""},
         {"values", {}, views(blind, typeid(std::vector<float>)), "Box.values: Collection element accessor failed.",
          SchemaArray{{"1"}}, "Box.values: Mutable collection element accessor failed."},
     };
