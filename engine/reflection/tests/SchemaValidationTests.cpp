@@ -9,6 +9,7 @@
 #include <glm/vec3.hpp>
 
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <stdexcept>
@@ -30,33 +31,19 @@ struct Unlisted {
 struct Holder {
     bool flag = false;
     float ratio = 0.0f;
-    glm::vec3 offset{0.0f};
-    glm::quat rotation{1.0f, 0.0f, 0.0f, 0.0f};
-    std::string label;
     Tint tint = Tint::Red;
     std::vector<Tint> tints;
     std::uint64_t mesh = 0;
     std::vector<Unlisted> items;
 };
 
-PropertyAttributes Interval(std::uint32_t since, std::uint32_t until) {
-    PropertyAttributes attributes;
-    attributes.sinceVersion = since;
-    attributes.untilVersion = until;
-    return attributes;
-}
-
-const ValueSchema kFloat = MakeValueSchema<float>(PropertyKind::Float);
+FieldAttr Interval(std::uint32_t since, std::uint32_t until) { return FieldAttr().Since(since).Until(until); }
 
 TEST(ValidateProperty, RefusesInconsistentMetadataWithItsExactMessage) {
     const float nan = std::numeric_limits<float>::quiet_NaN();
+    const ValueSchema real = MakeValueSchema<float>(PropertyKind::Float);
     const ValueSchema tint = MakeValueSchema<Tint>(PropertyKind::Enum);
-    const ValueSchema tints = MakeValueSchema<std::vector<Tint>>(PropertyKind::Enum);
     const ValueSchema asset = MakeValueSchema<std::uint64_t>(PropertyKind::Asset);
-    const ValueSchema plain = MakeValueSchema<std::uint64_t>(PropertyKind::UInt64);
-    const ValueSchema boolean = MakeValueSchema<bool>(PropertyKind::Bool);
-    const ValueSchema vec3 = MakeValueSchema<glm::vec3>(PropertyKind::Vec3);
-    const ValueSchema floats = MakeValueSchema<std::vector<float>>(PropertyKind::Float);
     const std::string interval = "Property requires a name and valid schema-version interval: ";
     const std::string enumMeta = "Enum property requires matching enum metadata: ";
     const std::string assetMeta = "Asset property requires an asset-type constraint: ";
@@ -64,43 +51,34 @@ TEST(ValidateProperty, RefusesInconsistentMetadataWithItsExactMessage) {
     const std::string passes = "<no exception>";
     const struct {
         const char* name;
-        const ValueSchema& schema;
+        ValueSchema schema;
         PropertyAttributes attributes;
         std::string message;
     } cases[] = {
-        {"speed", kFloat, Interval(3, 3), interval + "speed"},
-        {"", kFloat, Interval(1, 0), interval},
-        {"speed", kFloat, Interval(0, 0), interval + "speed"},
-        {"speed", kFloat, Interval(3, 4), passes},
-        {"speed", kFloat, Interval(7, 0), passes},
+        {"speed", real, Interval(3, 3), interval + "speed"},
+        {"", real, Interval(1, 0), interval},
+        {"speed", real, Interval(0, 0), interval + "speed"},
+        {"speed", real, Interval(3, 4), passes},
+        {"speed", real, Interval(7, 0), passes},
         {"tint", tint, {}, enumMeta + "tint"},
-        {"ratio", kFloat, FieldAttr().Enum("Tint"), enumMeta + "ratio"},
+        {"ratio", real, FieldAttr().Enum("Tint"), enumMeta + "ratio"},
         {"tint", tint, FieldAttr().Enum("Tint"), passes},
-        {"tints", tints, FieldAttr().Enum("Tint"), passes},
+        {"tints", MakeValueSchema<std::vector<Tint>>(PropertyKind::Enum), FieldAttr().Enum("Tint"), passes},
         {"mesh", asset, {}, assetMeta + "mesh"},
-        {"count", plain, FieldAttr().AssetType("Mesh"), assetMeta + "count"},
+        {"n", MakeValueSchema<std::uint64_t>(PropertyKind::UInt64), FieldAttr().AssetType("Mesh"), assetMeta + "n"},
         {"mesh", asset, FieldAttr().AssetType("Mesh"), passes},
-        {"p", boolean, FieldAttr().Range(0.0f, 1.0f), range + "p"},
-        {"p", vec3, FieldAttr().Range(-1.0f, 1.0f), passes},
-        {"p", floats, FieldAttr().Range(-1.0f, 1.0f), passes},
-        {"p", kFloat, FieldAttr().Range(nan, 1.0f), range + "p"},
-        {"p", kFloat, FieldAttr().Range(2.0f, 1.0f), range + "p"},
-        {"p", kFloat, FieldAttr().Range(1.0f, 1.0f), passes},
+        {"p", MakeValueSchema<bool>(PropertyKind::Bool), FieldAttr().Range(0.0f, 1.0f), range + "p"},
+        {"p", MakeValueSchema<glm::vec3>(PropertyKind::Vec3), FieldAttr().Range(-1.0f, 1.0f), passes},
+        {"p", MakeValueSchema<std::vector<float>>(PropertyKind::Float), FieldAttr().Range(-1.0f, 1.0f), passes},
+        {"p", real, FieldAttr().Range(nan, 1.0f), range + "p"},
+        {"p", real, FieldAttr().Range(2.0f, 1.0f), range + "p"},
+        {"p", real, FieldAttr().Range(1.0f, 1.0f), passes},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(ThrownMessage([&] { ValidateProperty(c.name, c.schema, c.attributes); }), c.message)
             << c.name << " -> " << c.message;
     }
-    EXPECT_THROW(ValidateProperty("", kFloat, Interval(1, 0)), std::invalid_argument);
-}
-
-TEST(ValidateProperty, RegistrationRunsTheSameChecks) {
-    ReflectionRegistry registry;
-    EXPECT_EQ(ThrownMessage([&] {
-                  registry.AddProperty<Holder, bool>("Holder", "flag", &Holder::flag, PropertyKind::Bool,
-                                                     FieldAttr().Range(0.0f, 1.0f));
-              }),
-              "Property has an invalid numeric authoring range: flag");
+    EXPECT_THROW(ValidateProperty("", real, {}), std::invalid_argument);
 }
 
 std::unique_ptr<ReflectionRegistry> TableRegistry() {
@@ -108,7 +86,6 @@ std::unique_ptr<ReflectionRegistry> TableRegistry() {
     registry->RegisterAssetType("Mesh", 1);
     registry->RegisterEnum<Tint>("Tint", {EnumValueOf(Tint::Red, "Red"), EnumValueOf(Tint::Green, "Green")});
     registry->RegisterEnum<Level>("Level", {EnumValueOf(Level::Low, "Low"), EnumValueOf(Level::High, "High")});
-    registry->RegisterType<Holder>("Holder", "Holder", "Test", 2);
     return registry;
 }
 
@@ -118,50 +95,38 @@ std::string Failure(const ReflectionRegistry& registry) {
 }
 
 TEST(ValidateTable, TheFirstInconsistentPropertyFailsWithTypeAndPropertyNameAndAConsistentOnePasses) {
-    using Add = void (*)(ReflectionRegistry&);
-    const std::pair<Add, std::string> cases[] = {
-        {[](ReflectionRegistry& r) { r.AddProperty<Holder, float>("Holder", "ratio", &Holder::ratio,
-                                                                   PropertyKind::Float, FieldAttr().Since(3)); },
+    using Builder = ReflectedTypeBuilder<Holder>;
+    const std::string enumSchema = "Holder.tint: Enum schema is missing or belongs to another C++ enum.";
+    const std::pair<void (*)(Builder&), std::string> cases[] = {
+        {[](Builder& h) { h.Field("ratio", &Holder::ratio, FieldAttr().Since(3)); },
          "Holder.ratio: Property version exceeds the enclosing schema version."},
-        {[](ReflectionRegistry& r) { r.AddProperty<Holder, std::vector<Unlisted>>("Holder", "items", &Holder::items,
-                                                                                   PropertyKind::Object, {}); },
+        {[](Builder& h) { h.Field("items", &Holder::items); },
          "Holder.items: Nested object schema has not been registered."},
-        {[](ReflectionRegistry& r) { r.AddProperty<Holder, std::uint64_t>("Holder", "mesh", &Holder::mesh,
-                                                                           PropertyKind::Asset,
-                                                                           FieldAttr().AssetType("Texture")); },
+        {[](Builder& h) { h.Field("mesh", &Holder::mesh, FieldAttr().AssetType("Texture")); },
          "Holder.mesh: Asset-type constraint has not been registered."},
-        {[](ReflectionRegistry& r) { r.AddProperty<Holder, Tint>("Holder", "tint", &Holder::tint, PropertyKind::Enum,
-                                                                  FieldAttr().Enum("Level")); },
-         "Holder.tint: Enum schema is missing or belongs to another C++ enum."},
-        {[](ReflectionRegistry& r) {
-             r.AddProperty<Holder, Tint>("Holder", "tint", &Holder::tint, PropertyKind::Enum, FieldAttr().Enum("Tint"));
-             r.FindType("Holder")->properties[0].attributes.enumName = "Missing";
+        {[](Builder& h) { h.Field("tint", &Holder::tint, FieldAttr().Enum("Level")); }, enumSchema},
+        {[](Builder& h) {
+             h.Field("tint", &Holder::tint, FieldAttr().Enum("Tint")).Type().properties[0].attributes.enumName = "Gone";
          },
-         "Holder.tint: Enum schema is missing or belongs to another C++ enum."},
-        {[](ReflectionRegistry& r) {
-             r.AddProperty<Holder, float>("Holder", "ratio", &Holder::ratio, PropertyKind::Float, {});
-             r.FindType("Holder")->properties[0].valueType = typeid(double);
-         },
+         enumSchema},
+        {[](Builder& h) { h.Field("ratio", &Holder::ratio).Type().properties[0].valueType = typeid(double); },
          "Holder.ratio: Property schema disagrees with its checked accessor."},
-        {[](ReflectionRegistry& r) {
-             r.AddProperty<Holder, bool>("Holder", "flag", &Holder::flag, PropertyKind::Bool, {});
-             r.FindType("Holder")->properties[0].attributes.hasRange = true;
-         },
+        {[](Builder& h) { h.Field("flag", &Holder::flag).Type().properties[0].attributes.hasRange = true; },
          "Holder.flag: Property has an invalid numeric authoring range: flag"},
-        {[](ReflectionRegistry& r) {
-             r.AddProperty<Holder, float>("Holder", "ratio", &Holder::ratio, PropertyKind::Custom, {});
-             r.AddProperty<Holder, std::uint64_t>("Holder", "mesh", &Holder::mesh, PropertyKind::Asset,
-                                                  FieldAttr().AssetType("Texture"));
+        {[](Builder& h) {
+             h.Field("ratio", &Holder::ratio, FieldAttr().Kind(PropertyKind::Custom))
+                 .Field("mesh", &Holder::mesh, FieldAttr().AssetType("Texture"));
          },
          "Holder.ratio: Opaque custom property has no value schema."},
     };
     for (const auto& [add, message] : cases) {
         const auto registry = TableRegistry();
-        add(*registry);
+        Builder holder("Holder", "Holder", "Test", *registry);
+        add(holder.Version(2));
         EXPECT_EQ(Failure(*registry), message);
     }
     const auto registry = TableRegistry();
-    ReflectedTypeBuilder<Holder>("Holder", "Holder", "Test", *registry)
+    Builder("Holder", "Holder", "Test", *registry)
         .Version(2)
         .Field("tint", &Holder::tint, FieldAttr().Enum("Tint"))
         .Field("tints", &Holder::tints, FieldAttr().Enum("Tint"))
@@ -173,35 +138,41 @@ TEST(ValidateTable, TheFirstInconsistentPropertyFailsWithTypeAndPropertyNameAndA
     EXPECT_TRUE(registry->Validate(nullptr));
 }
 
-TEST(RegisterEnum, InconsistentEnumsFailWithTheirExactMessage) {
-    using Call = void (*)(ReflectionRegistry&);
+TEST(RegisterEnum, InconsistentEnumsAndAssetTypesFailWithTheirExactMessageAndEdgeValuesLoad) {
+    using Call = std::function<void(ReflectionRegistry&)>;
+    const auto tint = [](std::vector<EnumValue> values, std::string name = "Tint") -> Call {
+        return [=](ReflectionRegistry& r) { r.RegisterEnum<Tint>(name, values); };
+    };
+    const auto asset = [](std::string name, std::uint32_t id) -> Call {
+        return [=](ReflectionRegistry& r) { r.RegisterAssetType(name, id); };
+    };
+    const std::string range = "Enum value is outside its C++ storage range: ";
+    const std::string emptyEnum = "Enum schema requires a name and values.";
+    const std::string badName = "Enum schema contains an empty or duplicate name: Tint";
+    const std::string emptyAsset = "Asset schema requires a name and a nonzero native ID.";
     const std::pair<Call, std::string> cases[] = {
-        {[](ReflectionRegistry& r) { r.RegisterEnum<Tint>("Tint", {EnumValue{std::int64_t{256}, "Big", ""}}); },
-         "Enum value is outside its C++ storage range: Tint"},
-        {[](ReflectionRegistry& r) { r.RegisterEnum<Tint>("Tint", {EnumValue{std::int64_t{-1}, "Minus", ""}}); },
-         "Enum value is outside its C++ storage range: Tint"},
+        {tint({{std::int64_t{256}, "Big", ""}}), range + "Tint"},
+        {tint({{std::int64_t{-1}, "Minus", ""}}), range + "Tint"},
         {[](ReflectionRegistry& r) { r.RegisterEnum<Level>("Level", {EnumValue{std::uint64_t{1u << 31}, "B", ""}}); },
-         "Enum value is outside its C++ storage range: Level"},
-        {[](ReflectionRegistry& r) { r.RegisterEnum<Tint>("", {EnumValueOf(Tint::Red, "Red")}); },
-         "Enum schema requires a name and values."},
-        {[](ReflectionRegistry& r) { r.RegisterEnum<Tint>("Tint", {}); }, "Enum schema requires a name and values."},
-        {[](ReflectionRegistry& r) {
-             r.RegisterEnum<Tint>("Tint", {EnumValue{std::uint64_t{0}, "A", ""}, EnumValue{std::uint64_t{1}, "A", ""}});
-         },
-         "Enum schema contains an empty or duplicate name: Tint"},
-        {[](ReflectionRegistry& r) { r.RegisterEnum<Tint>("Tint", {EnumValue{std::uint64_t{0}, "", ""}}); },
-         "Enum schema contains an empty or duplicate name: Tint"},
+         range + "Level"},
+        {tint({EnumValueOf(Tint::Red, "Red")}, ""), emptyEnum},
+        {tint({}), emptyEnum},
+        {tint({{std::uint64_t{0}, "A", ""}, {std::uint64_t{1}, "A", ""}}), badName},
+        {tint({{std::uint64_t{0}, "", ""}}), badName},
         {[](ReflectionRegistry& r) { r.RegisterEnum<Level>("Tint", {EnumValueOf(Level::Low, "Low")}); },
          "Enum schema name and C++ type disagree: Tint"},
-        {[](ReflectionRegistry& r) { r.RegisterEnum<Tint>("Colour", {EnumValueOf(Tint::Red, "Red")}); },
-         "Enum schema name and C++ type disagree: Colour"},
-        {[](ReflectionRegistry& r) { r.RegisterAssetType("", 1); },
-         "Asset schema requires a name and a nonzero native ID."},
-        {[](ReflectionRegistry& r) { r.RegisterAssetType("Mesh", 0); },
-         "Asset schema requires a name and a nonzero native ID."},
-        {[](ReflectionRegistry& r) { r.RegisterAssetType("Mesh", 2); },
-         "Asset schema name and native ID disagree: Mesh"},
-        {[](ReflectionRegistry& r) { r.RegisterAssetType("Foo", 1); }, "Asset schema name and native ID disagree: Foo"},
+        {tint({EnumValueOf(Tint::Red, "Red")}, "Colour"), "Enum schema name and C++ type disagree: Colour"},
+        {asset("", 1), emptyAsset},
+        {asset("Mesh", 0), emptyAsset},
+        {asset("Mesh", 2), "Asset schema name and native ID disagree: Mesh"},
+        {asset("Foo", 1), "Asset schema name and native ID disagree: Foo"},
+        {[](ReflectionRegistry& r) {
+             r.RegisterEnum<Level>("Level", {{std::int64_t{-2147483647 - 1}, "Bottom", ""},
+                                             {std::int64_t{2147483647}, "Top", ""}});
+         },
+         "<no exception>"},
+        {tint({{std::uint64_t{255}, "A", ""}, {std::uint64_t{255}, "B", ""}}), "<no exception>"},
+        {asset("Mesh", 1), "<no exception>"},
     };
     for (const auto& [call, message] : cases) {
         ReflectionRegistry registry;
@@ -209,20 +180,11 @@ TEST(RegisterEnum, InconsistentEnumsFailWithTheirExactMessage) {
         registry.RegisterAssetType("Mesh", 1);
         EXPECT_EQ(ThrownMessage([&] { call(registry); }), message);
     }
-}
-
-TEST(RegisterEnum, EdgeValuesAndSharedNumbersLoadAndALaterRegistrationReplacesTheValues) {
+    // A later registration replaces the values.
     ReflectionRegistry registry;
     registry.RegisterEnum<Tint>("Tint", {EnumValueOf(Tint::Red, "Red")});
-    registry.RegisterEnum<Level>("Level", {EnumValue{std::int64_t{-2147483647 - 1}, "Bottom", ""},
-                                           EnumValue{std::int64_t{2147483647}, "Top", ""}});
-    registry.RegisterEnum<Tint>("Tint",
-                                {EnumValue{std::uint64_t{255}, "A", ""}, EnumValue{std::uint64_t{255}, "B", ""}});
+    registry.RegisterEnum<Tint>("Tint", {{std::uint64_t{0}, "A", ""}, {std::uint64_t{1}, "B", ""}});
     EXPECT_EQ(registry.FindEnum("Tint")->values.size(), 2u);
-    registry.RegisterAssetType("Mesh", 1);
-    registry.RegisterAssetType("Mesh", 1);
-    EXPECT_EQ(registry.FindAssetType("Mesh")->nativeId, 1u);
-    EXPECT_EQ(registry.FindAssetType("Foo"), nullptr);
 }
 
 TEST(EnumValues, LookupByNameIsExactAndByNumberComparesAcrossSignedness) {

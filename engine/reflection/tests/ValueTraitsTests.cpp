@@ -24,20 +24,14 @@ struct Point {
     float x = 0.0f;
 };
 
-constexpr PropertyKind kAllKinds[] = {
-    PropertyKind::Bool,  PropertyKind::Int,    PropertyKind::UInt,       PropertyKind::UInt64, PropertyKind::Float,
-    PropertyKind::String, PropertyKind::Vec2,  PropertyKind::Vec3,       PropertyKind::Vec4,   PropertyKind::Quat,
-    PropertyKind::Enum,  PropertyKind::Asset,  PropertyKind::Entity,     PropertyKind::Guid,   PropertyKind::Custom,
-    PropertyKind::Object, PropertyKind::EntityGuid,
-};
-
+// Every kind from Bool (0) to EntityGuid (16) that the type may be registered as.
 template <class V>
 std::vector<int> AllowedKinds() {
     std::vector<int> allowed;
-    for (const PropertyKind kind : kAllKinds) {
+    for (int kind = 0; kind <= static_cast<int>(PropertyKind::EntityGuid); ++kind) {
         try {
-            (void)MakeValueSchema<V>(kind);
-            allowed.push_back(static_cast<int>(kind));
+            (void)MakeValueSchema<V>(static_cast<PropertyKind>(kind));
+            allowed.push_back(kind);
         } catch (const std::invalid_argument& exception) {
             EXPECT_STREQ(exception.what(), "Reflection property kind does not match its C++ value type.");
         }
@@ -63,30 +57,6 @@ TEST(ValueTraits, EachNativeTypeAllowsItsKinds) {
     EXPECT_EQ(AllowedKinds<std::vector<std::uint32_t>>(), (Kinds{2, 12, 14}));
 }
 
-TEST(ValueTraits, SchemasTakeTheirShapeAndCollectionsChainTheirElementSchemas) {
-    EXPECT_EQ(MakeValueSchema<Point>(PropertyKind::Object).shape, SchemaShape::Object);
-    EXPECT_EQ(MakeValueSchema<Point>(PropertyKind::Custom).shape, SchemaShape::Scalar);
-    const ValueSchema schema = MakeValueSchema<std::vector<std::array<Shape, 32>>>(PropertyKind::Enum);
-    EXPECT_EQ(schema.shape, SchemaShape::Collection);
-    EXPECT_EQ(schema.kind, PropertyKind::Custom);
-    ASSERT_TRUE(schema.element);
-    EXPECT_EQ(schema.element->extent, 32u);
-    EXPECT_EQ(InnermostSchema(schema).type, std::type_index(typeid(Shape)));
-    EXPECT_EQ(InnermostSchema(schema).kind, PropertyKind::Enum);
-}
-
-TEST(ValueTraits, FieldsTakeTheNaturalKindOfTheirType) {
-    PropertyAttributes none, asset, entity;
-    asset.assetType = "Mesh";
-    entity.kind = PropertyKind::Entity;
-    entity.hasKind = true;
-    EXPECT_EQ(DefaultPropertyKind<std::uint64_t>(none), PropertyKind::UInt64);
-    EXPECT_EQ(DefaultPropertyKind<std::vector<std::uint64_t>>(asset), PropertyKind::Asset);
-    EXPECT_EQ(DefaultPropertyKind<Shape>(none), PropertyKind::Enum);
-    EXPECT_EQ(DefaultPropertyKind<std::vector<Point>>(none), PropertyKind::Object);
-    EXPECT_EQ(ResolvePropertyKind<std::uint32_t>(entity), PropertyKind::Entity);
-}
-
 TEST(ValueTraits, OperationsAcceptOnlyTheirOwnSchemaAndVisitInRange) {
     const ObjectViewOperations& floats = ViewOperationsFor<std::vector<float>>();
     ValueSchema rebuilt = MakeValueSchema<std::vector<float>>(PropertyKind::Float);
@@ -101,7 +71,8 @@ TEST(ValueTraits, OperationsAcceptOnlyTheirOwnSchemaAndVisitInRange) {
     const void* seen = nullptr;
     EXPECT_TRUE(floats.visitConst(&values, 1, [&](const ObjectView& view) { seen = view.constData; }));
     EXPECT_EQ(seen, &values[1]);
-    EXPECT_FALSE(floats.visitMutable(&values, 2, [&](const ObjectView&) { seen = nullptr; }));
+    EXPECT_FALSE(floats.visitConst(&values, 2, [&](const ObjectView&) { seen = nullptr; }) ||
+                 floats.visitMutable(&values, 2, [&](const ObjectView&) { seen = nullptr; }));
     EXPECT_EQ(seen, &values[1]);
 }
 
