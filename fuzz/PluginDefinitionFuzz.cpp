@@ -10,7 +10,9 @@
 // The pool has 64 slots for the whole process and a full pool refuses a new name before
 // its fields are looked at. So the model keeps the last slots free: once they are reached,
 // a definition that would take one gets a last field that spoils it, and the run keeps
-// exercising the layout rules and the refusals that leave the pool untouched.
+// exercising the layout rules and the refusals that leave the pool untouched. The model
+// remembers what the run has defined, so a failing input may fail only after the inputs
+// that came before it; a failed check prints its line for that reason.
 
 #include "engine/core/Guid.h"
 #include "engine/reflection/ReflectionRegistry.h"
