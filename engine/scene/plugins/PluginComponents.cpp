@@ -16,7 +16,9 @@
 #include <memory>
 #include <mutex>
 #include <set>
+#include <type_traits>
 #include <utility>
+#include <variant>
 
 namespace Brelk::Scene {
 
@@ -31,6 +33,8 @@ struct SlotState {
     std::array<std::byte, kPluginDataBytes> defaults{};
     std::array<std::string, kPluginStringCount> stringDefaults;
     ComponentTypeEntry* entry = nullptr;
+    // Why registration threw, for a definition that comes again after its slot was spent.
+    std::string failure;
 };
 
 struct KindLayout {
@@ -54,6 +58,44 @@ std::array<SlotState, kPluginComponentSlots>& Slots() {
 std::mutex& SlotMutex() {
     static std::mutex mutex;
     return mutex;
+}
+
+// Floats compare by their bits: a NaN default must equal the same NaN when a plugin defines
+// its component again, and a negative zero isn't the zero it would be saved as.
+template <class T>
+bool SameBits(const T& a, const T& b) noexcept {
+    return std::memcmp(&a, &b, sizeof(T)) == 0;
+}
+
+bool SameValue(const PluginFieldValue& a, const PluginFieldValue& b) {
+    if (a.index() != b.index()) return false;
+    return std::visit(
+        [&](const auto& left) {
+            using V = std::decay_t<decltype(left)>;
+            const V& right = std::get<V>(b);
+            if constexpr (std::is_same_v<V, float> || std::is_same_v<V, glm::vec2> || std::is_same_v<V, glm::vec3> ||
+                          std::is_same_v<V, glm::vec4>) {
+                return SameBits(left, right);
+            } else {
+                return left == right;
+            }
+        },
+        a);
+}
+
+bool SameField(const PluginFieldDefinition& a, const PluginFieldDefinition& b) {
+    return a.name == b.name && a.displayName == b.displayName && a.category == b.category && a.kind == b.kind &&
+           SameValue(a.defaultValue, b.defaultValue) && a.hidden == b.hidden && a.readOnly == b.readOnly &&
+           a.color == b.color && a.angle == b.angle && a.notSaved == b.notSaved &&
+           a.entityReference == b.entityReference && a.hasRange == b.hasRange && SameBits(a.minimum, b.minimum) &&
+           SameBits(a.maximum, b.maximum);
+}
+
+bool SameDefinition(const PluginComponentDefinition& a, const PluginComponentDefinition& b) {
+    return a.name == b.name && a.displayName == b.displayName && a.group == b.group &&
+           a.description == b.description && a.pluginId == b.pluginId && a.version == b.version &&
+           a.userAddable == b.userAddable && a.saved == b.saved &&
+           std::equal(a.fields.begin(), a.fields.end(), b.fields.begin(), b.fields.end(), SameField);
 }
 
 bool Fail(std::string* error, std::string message) {
@@ -234,7 +276,10 @@ ComponentTypeEntry* DefinePluginComponent(const PluginComponentDefinition& defin
     auto& slots = Slots();
     for (const SlotState& slot : slots) {
         if (!slot.used || slot.definition.name != name) continue;
-        if (slot.definition == definition) return slot.entry;
+        if (SameDefinition(slot.definition, definition)) {
+            if (slot.entry == nullptr) Fail(error, slot.failure);
+            return slot.entry;
+        }
         Fail(error, "The component '" + name +
                         "' is already registered with a different definition in this session (restart to change "
                         "its fields).");
@@ -263,7 +308,8 @@ ComponentTypeEntry* DefinePluginComponent(const PluginComponentDefinition& defin
     try {
         slot.entry = RegistrarOf(index)(slot.definition, offsets);
     } catch (const std::exception& exception) {
-        Fail(error, "The component '" + name + "' could not be registered: " + exception.what());
+        slot.failure = "The component '" + name + "' could not be registered: " + exception.what();
+        Fail(error, slot.failure);
         return nullptr;
     }
     return slot.entry;

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -113,6 +114,40 @@ TEST(PluginComponentsTests, TheSameDefinitionIsHarmlessAndAnotherNeedsARestart) 
     definition.fields[1].defaultValue = 3.0f;
     EXPECT_EQ(DefineError(definition), "The component 'Acme.Door' is already registered with a different "
                                        "definition in this session (restart to change its fields).");
+}
+
+TEST(PluginComponentsTests, DefaultsCompareByTheirBitsWhenDefinedAgain) {
+    struct Row {
+        const char* name;
+        float first;
+        float again;
+        bool same;
+    };
+    const Row rows[] = {
+        {"Acme.NanDefault", std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::quiet_NaN(), true},
+        {"Acme.SignedZero", 0.0f, -0.0f, false},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        std::string error;
+        ComponentTypeEntry* first = DefinePluginComponent(Definition(row.name, {FieldOf("level", row.first)}), &error);
+        ASSERT_NE(first, nullptr) << error;
+        ComponentTypeEntry* again = DefinePluginComponent(Definition(row.name, {FieldOf("level", row.again)}), &error);
+        EXPECT_EQ(again, row.same ? first : nullptr);
+    }
+}
+
+TEST(PluginComponentsTests, ADefinitionWhoseRegistrationFailedGetsItsReasonAgain) {
+    auto speed = FieldOf("speed", 1.0f);
+    speed.hasRange = true;
+    speed.minimum = 2.0f;
+    speed.maximum = 1.0f;
+    const auto definition = Definition("Acme.Backwards", {speed});
+    const std::string reason = "The component 'Acme.Backwards' could not be registered: Property has an invalid "
+                               "numeric authoring range: speed";
+    EXPECT_EQ(DefineError(definition), reason);
+    EXPECT_EQ(DefineError(definition), reason);
+    EXPECT_TRUE(IsPluginComponentDefined("Acme.Backwards"));
 }
 
 TEST(PluginComponentsTests, RehydratesAKeptRecordOnceItsPluginIsDefined) {
