@@ -72,37 +72,27 @@ TEST(RunWorldGenTool, RefusesABadCommandLineAndWritesNothing) {
     EXPECT_FALSE(fs::exists(folder / "Other/Scenes"));
 }
 
-// On a terminal the progress line goes to the error stream and is erased before the summary.
+// A relative scene goes below the content folder and an absolute world anywhere. On a terminal
+// the progress line goes to the error stream and is erased before the summary.
 TEST(RunWorldGenTool, WritesTheWorldAndSceneAndPrintsTheSummaryAfterTheProgressLine) {
     ScratchFolder folder;
-    const std::string content = (folder / "Content").string();
-    const ToolRun run = RunTool({"--content", content, "--cells", "1x", "--props", "3", "--memory-budget-mb", "0.001"},
+    const fs::path world = folder / "Elsewhere/Big.bworld";
+    const ToolRun run = RunTool({"--content", (folder / "Content").string(), "--world", world.string(), "--cells", "1x",
+                                 "--props", "3", "--scene", "S.bscene", "--memory-budget-mb", "0.001"},
                                 true);
     ASSERT_EQ(run.status, 0) << run.err;
     // The budget is only reported.
-    EXPECT_EQ(run.out.rfind("World " + content + "/Worlds/Procedural.bworld: 1 cells, 4 entities, ", 0), 0u) << run.out;
-    EXPECT_NE(run.out.find(" MB estimated resident when fully loaded; memory budget 0.001 MB. Scene " + content +
-                           "/Scenes/Main.bscene\n"),
+    EXPECT_EQ(run.out.rfind("World " + world.string() + ": 1 cells, 4 entities, ", 0), 0u) << run.out;
+    EXPECT_NE(run.out.find(" MB estimated resident when fully loaded; memory budget 0.001 MB. Scene " +
+                           (folder / "Content/S.bscene").string() + "\n"),
               std::string::npos);
-    EXPECT_TRUE(fs::is_regular_file(folder / "Content/Worlds/Procedural.bworld.cells/cell_0_0.bcell"));
-    EXPECT_TRUE(fs::is_regular_file(folder / "Content/Scenes/Main.bscene"));
-    EXPECT_TRUE(fs::is_regular_file(folder / "Content/Worlds/Procedural.bworld.bmeta"));
+    EXPECT_TRUE(fs::is_regular_file(folder / "Elsewhere/Big.bworld.cells/cell_0_0.bcell"));
+    EXPECT_TRUE(fs::is_regular_file(folder / "Content/S.bscene"));
+    EXPECT_FALSE(fs::exists(folder / "Content/Worlds"));
     EXPECT_EQ(run.err.rfind("\rCells 1/1, ", 0), 0u) << run.err;
     const std::size_t erased = run.err.find('\r', 1);
     ASSERT_NE(erased, std::string::npos);
     EXPECT_EQ(run.err.substr(erased), "\r" + std::string(erased - 1, ' ') + "\r");
-}
-
-TEST(RunWorldGenTool, WritesAnAbsoluteWorldPathOutsideTheContentFolder) {
-    ScratchFolder folder;
-    const fs::path world = folder / "Elsewhere/Big.bworld";
-    const ToolRun run = RunTool({"--content", (folder / "Content").string(), "--world", world.string(), "--cells", "2",
-                                 "--scene", "S.bscene"});
-    ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_TRUE(fs::is_regular_file(world));
-    EXPECT_TRUE(fs::is_directory(folder / "Elsewhere/Big.bworld.cells"));
-    EXPECT_FALSE(fs::exists(folder / "Content/Worlds"));
-    EXPECT_NE(run.out.find(" MB. Scene " + (folder / "Content/S.bscene").string() + "\n"), std::string::npos);
 }
 
 TEST(RunWorldGenTool, ReportsAWorldThatCannotBeWritten) {

@@ -51,34 +51,27 @@ TEST_F(GenerateProceduralWorldTest, RefusesAnEmptyGridOrABadCellSizeAndTouchesNo
     EXPECT_EQ(ReadText(WorldPath()), "earlier");
 }
 
-// The golden world pins an even grid with terrain; an odd one has a centre cell, and a
-// terrain needs two samples a side.
+// The golden world pins an even grid with terrain; an odd one has a centre cell, a terrain
+// needs two samples a side, and more props keep the places of the first ones.
 TEST_F(GenerateProceduralWorldTest, CentresAnOddGridAndStartsGuidsAtTheFirstPropWithoutTerrain) {
-    for (const std::uint32_t terrain : {0u, 1u}) {
-        const WorldAsset world = GenerateAndRead(Grid(3, 3, terrain));
+    std::vector<Scene::TransformComponent> firstProps;
+    for (const auto& [props, terrain] : {std::pair{2u, 0u}, std::pair{5u, 1u}}) {
+        const WorldAsset world = GenerateAndRead(Grid(3, props, terrain));
         ASSERT_EQ(world.cells.size(), 9u);
         EXPECT_EQ(world.cells.front().coord, (CellCoord{-1, -1}));
         EXPECT_EQ(world.cells.back().coord, (CellCoord{1, 1}));
         for (const WorldCellEntry& cell : world.cells) {
-            EXPECT_EQ(cell.entityCount, 3u);
+            EXPECT_EQ(cell.entityCount, props);
             EXPECT_EQ(cell.terrainCount, 0u);
         }
         const Scene::Scene scene = LoadCell({-1, -1});
-        const Scene::Entity first = scene.FindEntityByGuid(MakeProceduralGuid(1, -1, -1, 0));
-        ASSERT_NE(first, Scene::kNullEntity);
-        EXPECT_EQ(scene.GetName(first), "Prop 0");
-    }
-}
-
-TEST_F(GenerateProceduralWorldTest, MorePropsKeepTheFirstProps) {
-    (void)GenerateAndRead(Grid(1, 2, 0));
-    const Scene::Scene fewer = LoadCell({0, 0});
-    (void)GenerateAndRead(Grid(1, 5, 0));
-    const Scene::Scene more = LoadCell({0, 0});
-    for (std::uint32_t index = 0; index < 2; ++index) {
-        const Core::Guid guid = MakeProceduralGuid(1, 0, 0, index);
-        EXPECT_EQ(fewer.Get<Scene::TransformComponent>(fewer.FindEntityByGuid(guid)),
-                  more.Get<Scene::TransformComponent>(more.FindEntityByGuid(guid)));
+        for (std::uint32_t index = 0; index < 2; ++index) {
+            const Scene::Entity prop = scene.FindEntityByGuid(MakeProceduralGuid(1, -1, -1, index));
+            ASSERT_NE(prop, Scene::kNullEntity);
+            EXPECT_EQ(scene.GetName(prop), "Prop " + std::to_string(index));
+            if (props == 2) firstProps.push_back(scene.Get<Scene::TransformComponent>(prop));
+            else EXPECT_EQ(scene.Get<Scene::TransformComponent>(prop), firstProps[index]);
+        }
     }
 }
 
