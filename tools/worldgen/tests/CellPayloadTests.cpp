@@ -31,30 +31,23 @@ std::string Names(const CellPayload& payload) {
     return names;
 }
 
-TEST(CellPayloadTest, ParentsComeFirstInFileOrderAndACycleEndsItsWalk) {
-    // C is a grandchild written first; O's parent is not in the file; X and Y are each
-    // other's parent.
-    const std::string text = "scene_version 6\n" + Entity('C', 'B') + Entity('A', 0) + Entity('B', 'A') +
-                             Entity('D', 'A') + Entity('O', 'f') + Entity('X', 'Y') + Entity('Y', 'X');
-    CellPayload payload;
-    std::string error;
-    ASSERT_TRUE(ParseCellPayload(Bytes(text), payload, "c.bcell", &error)) << error;
-    EXPECT_EQ(Names(payload), "AOBDCXY");
-}
-
-TEST(CellPayloadTest, TheEstimateCountsFileNamesStringsRecordsAndArrays) {
+// C is a grandchild written first; O's parent is not in the file; X and Y are each other's
+// parent. Each entity costs 1024 and its name; record R takes 89: R 16+1, a 1+8+2,
+// o 1+(16+1+1+8), l 1+16+(8+1)+8.
+TEST(CellPayloadTest, PutsParentsFirstInFileOrderEndsACycleAndEstimatesNamesRecordsAndArrays) {
     const std::string record = "component_schema \"R\" 1 3\n"
                                "property \"a\" \"xy\"\n"
                                "object_property \"o\" \"N\" 1 1\nproperty \"b\" \"\"\nend_component_schema\n"
                                "array_property \"l\" 2\nvalue \"z\"\nvalue \"\"\nend_array\n"
                                "end_component_schema\n";
-    const std::string text = "scene_version 6\n" + Entity('E', 0, record) + Entity('F', 0);
+    const std::string text = "scene_version 6\n" + Entity('C', 'B', record) + Entity('A', 0) + Entity('B', 'A') +
+                             Entity('D', 'A') + Entity('O', 'f') + Entity('X', 'Y') + Entity('Y', 'X');
     CellPayload payload;
     payload.bytes = Bytes(text);
     std::string error;
     ASSERT_TRUE(ParseCellPayload(payload.bytes, payload, "c.bcell", &error)) << error;
-    // Record R takes 89: R 16+1, a 1+8+2, o 1+(16+1+1+8), l 1+16+(8+1)+8.
-    EXPECT_EQ(payload.estimatedBytes, text.size() + (1024 + 1 + 89) + (1024 + 1));
+    EXPECT_EQ(Names(payload), "AOBDCXY");
+    EXPECT_EQ(payload.estimatedBytes, text.size() + 7 * (1024 + 1) + 89);
 }
 
 TEST(CellPayloadTest, OnlyTheCurrentVersionIsACell) {

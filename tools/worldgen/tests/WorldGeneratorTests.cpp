@@ -69,8 +69,10 @@ TEST_F(GenerateProceduralWorldTest, CentresAnOddGridAndStartsGuidsAtTheFirstProp
             const Scene::Entity prop = scene.FindEntityByGuid(MakeProceduralGuid(1, -1, -1, index));
             ASSERT_NE(prop, Scene::kNullEntity);
             EXPECT_EQ(scene.GetName(prop), "Prop " + std::to_string(index));
-            if (props == 2) firstProps.push_back(scene.Get<Scene::TransformComponent>(prop));
-            else EXPECT_EQ(scene.Get<Scene::TransformComponent>(prop), firstProps[index]);
+            if (props == 2)
+                firstProps.push_back(scene.Get<Scene::TransformComponent>(prop));
+            else
+                EXPECT_EQ(scene.Get<Scene::TransformComponent>(prop), firstProps[index]);
         }
     }
 }
