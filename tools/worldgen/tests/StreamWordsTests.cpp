@@ -80,9 +80,12 @@ TEST(StreamWords, SplitsWordsAtClassicWhiteSpaceAndStaysFailedAfterAFailure) {
     StreamWords words(std::string_view(" cell\t-1\v0\f4\ra\0b 5x", 19));
     std::string_view word;
     std::int32_t x = 0;
+    std::int32_t z = 7;
     std::uint32_t count = 0;
-    ASSERT_TRUE(words.ReadWord(word) && words.Read(x) && words.ReadWord(word) && words.Read(count));
+    ASSERT_TRUE(words.ReadWord(word) && words.Read(x) && words.Read(z) && words.Read(count));
+    EXPECT_EQ(word, "cell");
     EXPECT_EQ(x, -1);
+    EXPECT_EQ(z, 0);
     EXPECT_EQ(count, 4u);
     ASSERT_TRUE(words.ReadWord(word));
     EXPECT_EQ(word, std::string_view("a\0b", 3));
