@@ -16,23 +16,7 @@ namespace fs = std::filesystem;
 using Testing::ReadText;
 using Testing::WriteText;
 
-class GenerateProceduralWorldTest : public WorldFixture {
-protected:
-    WorldAsset GenerateAndRead(const ProceduralWorldSettings& settings) {
-        std::string error;
-        EXPECT_TRUE(GenerateProceduralWorld(assets, WorldPath(), settings, nullptr, &error)) << error;
-        WorldAsset world;
-        EXPECT_TRUE(ReadWorldAsset(WorldPath(), world, &error)) << error;
-        return world;
-    }
-
-    Scene::Scene LoadCell(CellCoord coord) {
-        Scene::Scene scene;
-        std::string error;
-        EXPECT_TRUE(Scene::LoadScene(CellFilePath(WorldPath(), coord), scene, assets, &error)) << error;
-        return scene;
-    }
-};
+using GenerateProceduralWorldTest = WorldFixture;
 
 TEST_F(GenerateProceduralWorldTest, RefusesAnEmptyGridOrABadCellSizeAndTouchesNothing) {
     WriteText(WorldPath(), "earlier");
@@ -56,7 +40,10 @@ TEST_F(GenerateProceduralWorldTest, RefusesAnEmptyGridOrABadCellSizeAndTouchesNo
 TEST_F(GenerateProceduralWorldTest, CentresAnOddGridAndStartsGuidsAtTheFirstPropWithoutTerrain) {
     std::vector<Scene::TransformComponent> firstProps;
     for (const auto& [props, terrain] : {std::pair{2u, 0u}, std::pair{5u, 1u}}) {
-        const WorldAsset world = GenerateAndRead(Grid(3, props, terrain));
+        std::string error;
+        ASSERT_TRUE(GenerateProceduralWorld(assets, WorldPath(), Grid(3, props, terrain), nullptr, &error)) << error;
+        WorldAsset world;
+        ASSERT_TRUE(ReadWorldAsset(WorldPath(), world, &error)) << error;
         ASSERT_EQ(world.cells.size(), 9u);
         EXPECT_EQ(world.cells.front().coord, (CellCoord{-1, -1}));
         EXPECT_EQ(world.cells.back().coord, (CellCoord{1, 1}));
@@ -64,7 +51,8 @@ TEST_F(GenerateProceduralWorldTest, CentresAnOddGridAndStartsGuidsAtTheFirstProp
             EXPECT_EQ(cell.entityCount, props);
             EXPECT_EQ(cell.terrainCount, 0u);
         }
-        const Scene::Scene scene = LoadCell({-1, -1});
+        Scene::Scene scene;
+        ASSERT_TRUE(Scene::LoadScene(CellFilePath(WorldPath(), {-1, -1}), scene, assets, &error)) << error;
         for (std::uint32_t index = 0; index < 2; ++index) {
             const Scene::Entity prop = scene.FindEntityByGuid(MakeProceduralGuid(1, -1, -1, index));
             ASSERT_NE(prop, Scene::kNullEntity);
