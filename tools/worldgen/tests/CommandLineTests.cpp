@@ -7,8 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <bit>
-#include <cerrno>
-#include <cstdlib>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -16,79 +14,75 @@
 namespace Brelk::WorldGen {
 namespace {
 
-std::string FloatValue(float value) { return "value:" + std::to_string(std::bit_cast<std::uint32_t>(value)); }
-
-// "value:<n>" (a float as its bits), or the kind and text of the exception thrown.
+// "value:<n>" (a float as its bits), or the kind of the exception thrown and, unless the
+// standard library's own wording is being compared, its text.
 template <typename Convert>
-std::string Outcome(Convert convert, const std::string& text) {
+std::string Outcome(Convert convert, const std::string& text, bool withMessage = true) {
     try {
         const auto value = convert(text);
         if constexpr (std::is_same_v<decltype(value), const float>)
-            return FloatValue(value);
+            return "value:" + std::to_string(std::bit_cast<std::uint32_t>(value));
         else
             return "value:" + std::to_string(value);
     } catch (const std::invalid_argument& error) {
-        return std::string("invalid:") + error.what();
+        return std::string("invalid:") + (withMessage ? error.what() : "");
     } catch (const std::out_of_range& error) {
-        return std::string("range:") + error.what();
+        return std::string("range:") + (withMessage ? error.what() : "");
     }
 }
 
-// The C library's own answer for a float text, as the conversion must reproduce it.
-std::string CLibraryFloatOutcome(const std::string& text) {
-    errno = 0;
-    char* end = nullptr;
-    const float value = std::strtof(text.c_str(), &end);
-    if (end == text.c_str()) return "invalid:invalid stof argument";
-    if (errno == ERANGE) return "range:stof argument out of range";
-    return FloatValue(value);
-}
-
-TEST(ConvertArgument, ReadsAsTheCLibraryAndNamesTheStandardConversionInErrors) {
-    const auto toSigned = [](const std::string& text) { return ConvertSignedArgument(text); };
-    const auto toUnsigned = [](const std::string& text) { return ConvertUnsignedArgument(text); };
-    const std::string badInt = "invalid:invalid stoi argument", bigInt = "range:stoi argument out of range";
-    const std::string badUnsigned = "invalid:invalid stoul argument", bigUnsigned = "range:stoul argument out of range";
-    const struct {
-        char kind; // 'i' signed, 'u' unsigned
-        std::string text;
-        std::string outcome;
-    } table[] = {
-        {'i', "12", "value:12"}, {'i', "1x", "value:1"}, {'i', "12abc", "value:12"}, {'i', " \t\n+7", "value:7"},
-        {'i', "-2147483648", "value:-2147483648"}, {'i', "2147483647", "value:2147483647"}, {'i', "0x10", "value:0"},
-        {'i', "-0", "value:0"}, {'i', "abc", badInt}, {'i', "", badInt}, {'i', "-", badInt}, {'i', "+-1", badInt},
-        {'i', " x1", badInt}, {'i', "2147483648", bigInt}, {'i', "-2147483649", bigInt},
-        {'i', "99999999999999999999999", bigInt},
-        {'u', "40", "value:40"}, {'u', "4294967295", "value:4294967295"}, {'u', "-1", "value:4294967295"},
-        {'u', "-4294967295", "value:1"}, {'u', "-0", "value:0"}, {'u', "  33 samples", "value:33"},
-        {'u', "many", badUnsigned}, {'u', "--1", badUnsigned}, {'u', "4294967296", bigUnsigned},
-        {'u', "-4294967296", bigUnsigned}, {'u', "18446744073709551615", bigUnsigned},
-    };
-    for (const auto& c : table) {
-        const std::string outcome = c.kind == 'i' ? Outcome(toSigned, c.text) : Outcome(toUnsigned, c.text);
-        EXPECT_EQ(outcome, c.outcome) << c.kind << " \"" << c.text << '"';
-    }
-}
-
-TEST(ConvertArgument, ReadsFloatsAsTheCLibraryDoes) {
+// Signed and float values read as the standard conversions their messages name, whose wording
+// varies between libraries. The listed texts are the edges the drawn ones would hardly reach.
+TEST(ConvertArgument, ReadsSignedAndFloatTextsAsStoiAndStofDo) {
     const std::vector<std::string> texts = {
-        "0", "-0", "1", "nan", "3.4028235e38", "3.4028236e38", "-3.40282357e38", "1.17549435e-38", "1.1754942e-38",
-        "1e-38", "1e-45", "1e-46", "0e-999", "0x1p-149", "0x1p-150", "0x1.8p-149", "0x1p-126", "0x1.fffffep-127",
-        "0x1p128", "0x1.fffffep127", "0X.8", "0x.p1", "0xg", "1e+", "1e-x", "infinity", "-INF", "nan(abc)",
-        "nan(", "in", "0Xnan(680", "0x-1", "0x.8p1", "0x.", "  +.5e-3", "\v7", "0.100000001", "123456789012345678901234567890",
-        "0." + std::string(50, '0') + "1", "1" + std::string(60, '0'), "1e", ".5", "0x1.8p1", "0x", "-Infinity",
-        "+-1", ".", "1e-50",
+        " \t\n+7", "-2147483648", "2147483647", "2147483648", "-2147483649", "99999999999999999999999", " x1",
+        "3.4028235e38", "3.4028236e38", "-3.40282357e38", "1.17549435e-38", "1.1754942e-38", "1e-38", "1e-45",
+        "1e-46", "0e-999", "0x1p-149", "0x1p-150", "0x1.8p-149", "0x1p-126", "0x1.fffffep-127", "0x1p128",
+        "0x1.fffffep127", "0X.8", "0x.p1", "0xg", "infinity", "-INF", "nan(abc)", "nan(", "0Xnan(680", "0x-1",
+        "0x.8p1", "  +.5e-3", "\v7", "0.100000001", "123456789012345678901234567890", "0." + std::string(50, '0') + "1",
+        "1" + std::string(60, '0'), "-Infinity", "1e-50",
     };
-    const auto convert = [](const std::string& text) { return ConvertFloatArgument(text); };
-    for (const std::string& text : texts) EXPECT_EQ(Outcome(convert, text), CLibraryFloatOutcome(text)) << text;
+    const auto check = [](const std::string& text) {
+        EXPECT_EQ(Outcome([](const std::string& t) { return ConvertSignedArgument(t); }, text, false),
+                  Outcome([](const std::string& t) { return std::stoi(t); }, text, false))
+            << '"' << text << '"';
+        EXPECT_EQ(Outcome([](const std::string& t) { return ConvertFloatArgument(t); }, text, false),
+                  Outcome([](const std::string& t) { return std::stof(t); }, text, false))
+            << '"' << text << '"';
+    };
+    for (const std::string& text : texts) check(text);
 
     constexpr std::string_view kAlphabet = "0123456789+-.eExXpPa nif";
     RandomStream random{99};
-    for (int i = 0; i < 40000; ++i) {
+    for (int i = 0; i < 40000 && !HasFailure(); ++i) {
         std::string text;
         const std::size_t length = static_cast<std::size_t>(random.Next() % 10);
         for (std::size_t c = 0; c < length; ++c) text += kAlphabet[random.Next() % kAlphabet.size()];
-        ASSERT_EQ(Outcome(convert, text), CLibraryFloatOutcome(text)) << '"' << text << '"';
+        check(text);
+    }
+}
+
+// Unsigned values wrap after a minus sign, as stoul does, but must fit in 32 bits; each failure
+// has its one message.
+TEST(ConvertArgument, ReadsUnsignedTextsModuloTwoToTheThirtyTwoAndNamesTheConversionInErrors) {
+    const std::string bad = "invalid:invalid stoul argument", big = "range:stoul argument out of range";
+    const struct {
+        char kind; // 'i' signed, 'u' unsigned, 'f' float
+        std::string text;
+        std::string outcome;
+    } table[] = {
+        {'u', "40", "value:40"}, {'u', "4294967295", "value:4294967295"}, {'u', "-1", "value:4294967295"},
+        {'u', "-4294967295", "value:1"}, {'u', "-0", "value:0"}, {'u', "  33 samples", "value:33"}, {'u', "many", bad},
+        {'u', "--1", bad}, {'u', "4294967296", big}, {'u', "-4294967296", big}, {'u', "18446744073709551615", big},
+        {'i', "abc", "invalid:invalid stoi argument"}, {'i', "2147483648", "range:stoi argument out of range"},
+        {'f', "x", "invalid:invalid stof argument"}, {'f', "1e39", "range:stof argument out of range"},
+    };
+    for (const auto& c : table) {
+        const std::string outcome =
+            c.kind == 'u'   ? Outcome([](const std::string& t) { return ConvertUnsignedArgument(t); }, c.text)
+            : c.kind == 'i' ? Outcome([](const std::string& t) { return ConvertSignedArgument(t); }, c.text)
+                            : Outcome([](const std::string& t) { return ConvertFloatArgument(t); }, c.text);
+        EXPECT_EQ(outcome, c.outcome) << c.kind << " \"" << c.text << '"';
     }
 }
 
@@ -131,21 +125,16 @@ TEST(ParseCommandLine, ParsesOptionsOverDefaultsWithTheLastOneWinning) {
     }
 }
 
+// The tool's own run pins an absolute world and a relative scene below an absolute folder.
 TEST(ResolveToolPaths, PutsRelativePathsBelowTheAbsoluteContentFolderUnnormalised) {
     WorldGenOptions options;
     options.contentPath = "Content";
+    options.scenePath = "Sub/../S.bscene";
     ResolveToolPaths(options);
     const std::filesystem::path content = std::filesystem::current_path() / "Content";
     EXPECT_EQ(options.contentPath, content);
     EXPECT_EQ(options.worldPath.native(), content.native() + "/Worlds/Procedural.bworld");
-    EXPECT_EQ(options.scenePath.native(), content.native() + "/Scenes/Main.bscene");
-
-    options.contentPath = "/content";
-    options.worldPath = "/elsewhere/../W.bworld";
-    options.scenePath = "Sub/../S.bscene";
-    ResolveToolPaths(options);
-    EXPECT_EQ(options.worldPath.native(), "/elsewhere/../W.bworld");
-    EXPECT_EQ(options.scenePath.native(), "/content/Sub/../S.bscene");
+    EXPECT_EQ(options.scenePath.native(), content.native() + "/Sub/../S.bscene");
 }
 
 } // namespace

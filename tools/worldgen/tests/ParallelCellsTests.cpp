@@ -91,9 +91,16 @@ TEST_F(ParallelCellsTest, TheFirstFailingCellInGridOrderIsReportedAndNoTemporary
     }
 }
 
-TEST_F(ParallelCellsTest, AFailedRunLeavesThePreviousWorldAsItWas) {
+// A run clears what a killed run left behind and keeps only its own cells; a failed run leaves
+// the previous world as it was.
+TEST_F(ParallelCellsTest, ARunClearsLeftOversAndAFailedRunLeavesThePreviousWorld) {
+    WriteText(StagingCellsFolder(WorldPath()) / "cell_50_50.bcell", "half");
+    WriteText(RetiredCellsFolder(WorldPath()) / "cell_60_60.bcell", "old");
+    WriteText(CellsFolder(WorldPath()) / "cell_70_70.bcell", "stale");
     std::string error;
     ASSERT_TRUE(GenerateProceduralWorld(assets, WorldPath(), Grid(2), nullptr, &error)) << error;
+    EXPECT_FALSE(fs::exists(RetiredCellsFolder(WorldPath())));
+    EXPECT_EQ(Snapshot(CellsFolder(WorldPath())).size(), 4u);
     const std::map<std::string, std::string> before = Snapshot(WorldPath().parent_path());
     // The calling thread's progress call fails part of the way through a larger grid.
     const GenerationProgressFn failing = [](const GenerationProgress& progress) {
@@ -108,17 +115,6 @@ TEST_F(ParallelCellsTest, AFailedRunLeavesThePreviousWorldAsItWas) {
         EXPECT_EQ(Snapshot(WorldPath().parent_path()), before) << workers << " workers";
         EXPECT_FALSE(fs::exists(StagingCellsFolder(WorldPath())));
     }
-}
-
-TEST_F(ParallelCellsTest, LeftOversOfAKilledRunAreClearedAndTheCellsFolderHoldsOnlyTheNewCells) {
-    WriteText(StagingCellsFolder(WorldPath()) / "cell_50_50.bcell", "half");
-    WriteText(RetiredCellsFolder(WorldPath()) / "cell_60_60.bcell", "old");
-    WriteText(CellsFolder(WorldPath()) / "cell_70_70.bcell", "stale");
-    std::string error;
-    ASSERT_TRUE(GenerateProceduralWorld(assets, WorldPath(), Grid(2), nullptr, &error)) << error;
-    EXPECT_FALSE(fs::exists(StagingCellsFolder(WorldPath())));
-    EXPECT_FALSE(fs::exists(RetiredCellsFolder(WorldPath())));
-    EXPECT_EQ(Snapshot(CellsFolder(WorldPath())).size(), 4u);
 }
 
 } // namespace

@@ -7,7 +7,6 @@
 #include "tools/worldgen/CommandLine.h"
 #include "tools/worldgen/tests/WorldFixture.h"
 
-
 namespace Brelk::WorldGen {
 namespace {
 
@@ -23,65 +22,42 @@ std::string WithoutEntityGuids(std::string text) {
     return text;
 }
 
-class WritePersistentSceneTest : public WorldFixture {
-protected:
-    void SetUp() override {
-        WorldFixture::SetUp();
-        WriteText(WorldPath(), "brelk_world 1\n");
-    }
-
-    fs::path ScenePath() const { return Content() / "Scenes" / "Main.bscene"; }
-
-    std::string Write(Scene::WorldPartitionComponent partition = DefaultPartition()) {
-        std::string error;
-        EXPECT_TRUE(WritePersistentScene(assets, ScenePath(), WorldPath(), partition, &error)) << error;
-        return ReadText(ScenePath());
-    }
-
-    Scene::Scene Load() {
-        Scene::Scene scene;
-        std::string error;
-        EXPECT_TRUE(Scene::LoadScene(ScenePath(), scene, assets, &error)) << error;
-        return scene;
-    }
-};
+using WritePersistentSceneTest = WorldFixture;
 
 // Camera, sun and partition in that order, radii and budgets as given whatever their order, and
-// the world named by its GUID: the whole text is pinned, with the run's own GUIDs blanked out.
-TEST_F(WritePersistentSceneTest, WritesTheGoldenSceneAndItLoads) {
+// the world named by its GUID: the whole text is pinned, with the run's own GUIDs blanked out,
+// and a second run differs in those GUIDs alone.
+TEST_F(WritePersistentSceneTest, WritesTheGoldenSceneThatLoadsAndNamesAFailedSave) {
+    WriteText(WorldPath(), "brelk_world 1\n");
+    const fs::path scenePath = Content() / "Scenes" / "Main.bscene";
     Scene::WorldPartitionComponent partition = DefaultPartition();
     partition.loadRadius = 300.0f;
     partition.unloadRadius = 200.0f;
     partition.memoryBudgetMegabytes = 0.5f;
-    std::string text = Write(partition);
+    std::string error;
+    std::string texts[2];
+    for (std::string& text : texts) {
+        ASSERT_TRUE(WritePersistentScene(assets, scenePath, WorldPath(), partition, &error)) << error;
+        text = ReadText(scenePath);
+    }
+    EXPECT_NE(texts[0], texts[1]);
+    EXPECT_EQ(WithoutEntityGuids(texts[0]), WithoutEntityGuids(texts[1]));
     const std::string world =
         Assets::AssetReferenceOf(assets.GetRegistry(), assets.GetRegistry().HandleOfPath(WorldPath()));
     ASSERT_EQ(world.rfind("guid:", 0), 0u) << world;
-    const std::size_t at = text.find("\"" + world + "\"");
+    const std::size_t at = texts[1].find("\"" + world + "\"");
     ASSERT_NE(at, std::string::npos);
-    text.replace(at + 1, world.size(), "<world>");
-    EXPECT_EQ(WithoutEntityGuids(text), ReadText(fs::path(BRELK_TEST_DATA_DIR) / "PersistentScene.bscene"));
-    Scene::Scene scene = Load();
+    texts[1].replace(at + 1, world.size(), "<world>");
+    EXPECT_EQ(WithoutEntityGuids(texts[1]), ReadText(fs::path(BRELK_TEST_DATA_DIR) / "PersistentScene.bscene"));
+    Scene::Scene scene;
+    ASSERT_TRUE(Scene::LoadScene(scenePath, scene, assets, &error)) << error;
     ASSERT_EQ(scene.Entities().size(), 3u);
     EXPECT_EQ(scene.Get<Scene::WorldPartitionComponent>(scene.Entities()[2]).world,
               assets.GetRegistry().HandleOfPath(WorldPath()));
-}
 
-TEST_F(WritePersistentSceneTest, TwoRunsDifferInTheThreeEntityGuidsAlone) {
-    const std::string first = Write();
-    const std::string second = Write();
-    EXPECT_NE(first, second);
-    EXPECT_EQ(WithoutEntityGuids(first), WithoutEntityGuids(second));
-}
-
-TEST_F(WritePersistentSceneTest, AFailedSaveKeepsTheOldScene) {
-    WriteText(ScenePath(), "old");
     fs::create_directories(Content() / "Blocked.bscene" / "inside");
-    Scene::WorldPartitionComponent partition = DefaultPartition();
-    std::string error;
     EXPECT_FALSE(WritePersistentScene(assets, Content() / "Blocked.bscene", WorldPath(), partition, &error));
     EXPECT_EQ(error.rfind("Failed to save scene: Failed to replace scene file: ", 0), 0u) << error;
-    EXPECT_EQ(ReadText(ScenePath()), "old");
 }
 
 } // namespace
