@@ -23,6 +23,7 @@ namespace Brelk::Scene {
 namespace {
 
 using Reflection::SchemaRecord;
+using Testing::Encode;
 using Testing::InstalledReflection;
 using Testing::TestCodec;
 using Brelk::Testing::ThrownMessage;
@@ -57,11 +58,6 @@ TerrainComponent ReadSeries(const std::vector<SchemaRecord>& records) {
     for (const SchemaRecord& record : records) Read(terrain, parts, record);
     FinishTerrainRecords(terrain, parts);
     return terrain;
-}
-
-template <class T>
-SchemaRecord Encode(const T& value) {
-    return Reflection::EncodeObject(Reflection::MakeConstView(value), InstalledReflection(), TestCodec());
 }
 
 SchemaRecord CountsRecord(std::uint64_t heights, std::uint64_t layerWeights) {
