@@ -214,26 +214,6 @@ TEST(TerrainRecordsTests, AChunkRecordOfMoreThanARecordArrayIsRefused) {
     EXPECT_TRUE(terrain.heights.empty());
 }
 
-TEST(TerrainRecordsTests, MissingDeclarationsOrChunksLeaveTheSamplesIncomplete) {
-    TerrainComponent terrain;
-    terrain.heights = Ramp(1025);
-    terrain.layerWeights = Ramp(3);
-    const std::vector<SchemaRecord> all = WriteSeries(terrain);
-    ASSERT_EQ(all.size(), 5u);
-    // Without the declaration, without the last height chunk, without the weights.
-    for (const std::size_t dropped : {std::size_t{1}, std::size_t{3}, std::size_t{4}}) {
-        SCOPED_TRACE(dropped);
-        std::vector<SchemaRecord> records = all;
-        records.erase(records.begin() + static_cast<std::ptrdiff_t>(dropped));
-        if (dropped == 1) records.resize(1);
-        TerrainComponent loaded;
-        TerrainRecordParts parts;
-        for (const SchemaRecord& record : records) Read(loaded, parts, record);
-        EXPECT_EQ(ThrownMessage([&] { FinishTerrainRecords(loaded, parts); }),
-                  "Terrain samples are missing or incomplete.");
-    }
-}
-
 TEST(TerrainRecordsTests, ATerrainEntitySavesAndLoadsThroughTheComponentTableWhichChecksOrderAndSizes) {
     InstallComponents();
     Registry registry;
@@ -265,7 +245,11 @@ TEST(TerrainRecordsTests, ATerrainEntitySavesAndLoadsThroughTheComponentTableWhi
          "TerrainSampleChunk requires its TerrainComponent record first."},
         {{main}, false, "Truncated terrain record."},
         {{main, CountsRecord(1, 0), CountsRecord(1, 0)}, true, "Duplicate component schema: TerrainSampleCounts"},
-        {{main, CountsRecord(1, 0)}, true, "Terrain samples are missing or incomplete."},
+        // Without the declaration, without the last height chunk, without the weights.
+        {{main}, true, "Terrain samples are missing or incomplete."},
+        {{main, CountsRecord(1025, 0), ChunkRecord(TerrainSampleKind::Heights, 0, 1024)}, true,
+         "Terrain samples are missing or incomplete."},
+        {{main, CountsRecord(0, 1)}, true, "Terrain samples are missing or incomplete."},
     };
     for (const auto& c : broken) {
         ComponentLoadSession failing(table, context);
