@@ -30,8 +30,6 @@ struct TestBodyComponent { float mass = 1.0f; std::int32_t layer = 0; std::uint3
 struct TestAardvarkComponent { std::string label = "aardvark"; };
 struct TestHeaderComponent { std::string title; };
 struct TestRuntimeComponent { std::int32_t ticks = 0; };
-struct TestSeriesComponent { float scale = 1.0f; std::vector<float> samples; };
-struct TestSeriesParts { bool hasCount = false; std::uint64_t declared = 0; };
 struct TestLegacyComponent { float amount = 0.0f; };
 struct TestHookComponent { std::string text = "live"; std::int32_t resolved = 0; bool loaded = false; };
 struct TestFailingComponent { std::int32_t value = 0; };
@@ -81,32 +79,6 @@ ComponentRegistry& TestTable() {
             .Field("title", &TestHeaderComponent::title);
         Add<TestRuntimeComponent>(*registry, "TestRuntimeComponent", "Runtime", "Core", F::RuntimeOnly)
             .Field("ticks", &TestRuntimeComponent::ticks);
-        Add<TestSeriesComponent>(*registry, "TestSeriesComponent", "Series", "World")
-            .Field("scale", &TestSeriesComponent::scale)
-            .AddCustom(&TestSeriesComponent::samples)
-            .Records<TestSeriesParts>(
-                {{"TestSeriesComponent", false}, {"TestSeriesCount", false}, {"TestSeriesChunk", true}},
-                [](const TestSeriesComponent& component, std::vector<SchemaRecord>& out,
-                   const ComponentSaveContext&) {
-                    out.push_back(MakeRecord("TestSeriesComponent", 1, {}));
-                    out.push_back(
-                        MakeRecord("TestSeriesCount", 1, {{"count", std::to_string(component.samples.size())}}));
-                    for (float sample : component.samples)
-                        out.push_back(MakeRecord("TestSeriesChunk", 1, {{"value", std::to_string(sample)}}));
-                },
-                [](TestSeriesComponent& component, TestSeriesParts& parts, const SchemaRecord& record,
-                   std::uint64_t, const ComponentLoadContext&) {
-                    if (record.name == "TestSeriesCount") {
-                        parts.hasCount = true;
-                        parts.declared = std::stoull(FieldText(record, "count"));
-                    } else if (record.name == "TestSeriesChunk") {
-                        component.samples.push_back(std::stof(FieldText(record, "value")));
-                    }
-                },
-                [](TestSeriesComponent& component, TestSeriesParts& parts) {
-                    if (!parts.hasCount || parts.declared != component.samples.size())
-                        throw std::runtime_error("Series samples are missing or incomplete.");
-                });
         Add<TestLegacyComponent>(*registry, "TestLegacyComponent", "Legacy", "Core")
             .Field("amount", &TestLegacyComponent::amount)
             .RecordAlias("TestOldLegacy", [](SchemaRecord& record) { record.name = "TestLegacyComponent"; });
@@ -133,12 +105,6 @@ ComponentRegistry& TestTable() {
         return registry;
     }();
     return *table;
-}
-
-std::vector<std::string> Names(const std::vector<const ComponentTypeEntry*>& entries) {
-    std::vector<std::string> names;
-    for (const ComponentTypeEntry* entry : entries) names.push_back(entry->name);
-    return names;
 }
 
 std::vector<std::string> RecordNames(const std::vector<SchemaRecord>& records) {
@@ -179,19 +145,13 @@ protected:
     Entity entity = kNullEntity;
 };
 
-TEST(ComponentRegistryTest, ListsEntriesInRegistrationOrderForFilesAndByGroupThenNameForUsers) {
-    std::vector<const ComponentTypeEntry*> entries;
-    TestTable().EntriesInRegistrationOrder(entries);
-    EXPECT_EQ(Names(entries),
-              (std::vector<std::string>{"TestPoseComponent", "TestBodyComponent", "TestHeaderComponent",
-                                        "TestRuntimeComponent", "TestSeriesComponent", "TestLegacyComponent",
-                                        "TestHookComponent", "TestFailingComponent", "TestUnmigratedComponent",
-                                        "TestAardvarkComponent"}));
+// Files follow registration order (pinned by the saves below); users see groups, then names.
+TEST(ComponentRegistryTest, ListsEntriesForUsersByGroupThenName) {
     std::vector<std::string> listed;
     for (const ComponentTypeEntry* entry : TestTable().Entries()) listed.push_back(entry->group + "/" + entry->displayName);
     EXPECT_EQ(listed, (std::vector<std::string>{"Animals/Aardvark", "Core/Failing", "Core/Header", "Core/Hook",
                                                 "Core/Legacy", "Core/Pose", "Core/Runtime", "Core/Unmigrated",
-                                                "Physics/Body", "World/Series"}));
+                                                "Physics/Body"}));
 }
 
 struct FirstComponent { float value = 0.0f; };
@@ -247,11 +207,9 @@ TEST(ComponentBuilderTest, RefusesBrokenDeclarationsAndClashingRecordNamesWithTh
               "Two components claim the scene record name: FirstComponent");
 }
 
-TEST_F(ComponentLoadTest, LoadsRecordsAndRepeatablePartsIntoComponentsOnlyOnApply) {
+TEST_F(ComponentLoadTest, LoadsRecordsIntoComponentsOnlyOnApply) {
     Read({MakeRecord("TestPoseComponent", 1, {{"position", "1 2 3"}}),
-          MakeRecord("TestBodyComponent", 2, {{"mass", "4.5"}, {"layer", "7"}}), MakeRecord("TestSeriesComponent", 1, {}),
-          MakeRecord("TestSeriesCount", 1, {{"count", "2"}}), MakeRecord("TestSeriesChunk", 1, {{"value", "1"}}),
-          MakeRecord("TestSeriesChunk", 1, {{"value", "2"}})});
+          MakeRecord("TestBodyComponent", 2, {{"mass", "4.5"}, {"layer", "7"}})});
     EXPECT_TRUE(session.Has(typeid(TestBodyComponent)));
     EXPECT_FALSE(session.Has(typeid(TestAardvarkComponent)));
     EXPECT_TRUE(registry.Entities().empty());
@@ -259,21 +217,12 @@ TEST_F(ComponentLoadTest, LoadsRecordsAndRepeatablePartsIntoComponentsOnlyOnAppl
     EXPECT_EQ(body.mass, 4.5f);
     EXPECT_EQ(body.layer, 7);
     EXPECT_EQ(registry.Get<TestPoseComponent>(entity).position, glm::vec3(1.0f, 2.0f, 3.0f));
-    EXPECT_EQ(registry.Get<TestSeriesComponent>(entity).samples, (std::vector<float>{1.0f, 2.0f}));
 }
 
 TEST(ComponentLoadSessionTest, RefusesBrokenRecordSequencesWithTheirMessages) {
     const struct { std::vector<SchemaRecord> records; bool requireAll; std::string message; } cases[] = {
         {{MakeRecord("TestBodyComponent", 2, {}), MakeRecord("TestBodyComponent", 2, {})}, false,
          "Duplicate component schema: TestBodyComponent"},
-        {{MakeRecord("TestSeriesCount", 1, {{"count", "0"}})}, false,
-         "TestSeriesCount requires its TestSeriesComponent record first."},
-        {{MakeRecord("TestSeriesComponent", 1, {}), MakeRecord("TestSeriesCount", 1, {{"count", "0"}}),
-          MakeRecord("TestSeriesCount", 1, {{"count", "0"}})},
-         false, "Duplicate component schema: TestSeriesCount"},
-        {{MakeRecord("TestSeriesComponent", 1, {}), MakeRecord("TestSeriesCount", 1, {{"count", "2"}}),
-          MakeRecord("TestSeriesChunk", 1, {{"value", "1"}})},
-         false, "Series samples are missing or incomplete."},
         {{MakeRecord("FooComponent", 1, {})}, false, "Unsupported component schema: FooComponent"},
         // Header and run-time components have no records of their own.
         {{MakeRecord("TestHeaderComponent", 1, {})}, false, "Unsupported component schema: TestHeaderComponent"},
@@ -387,13 +336,9 @@ TEST_F(ComponentLoadTest, SavesRecordsInRegistrationOrderNotAlphabetically) {
     registry.Emplace<TestPoseComponent>(entity, {});
     registry.Emplace<TestHeaderComponent>(entity, {});
     registry.Emplace<TestRuntimeComponent>(entity, {});
-    TestSeriesComponent series;
-    series.samples = {1.0f, 2.0f};
-    registry.Emplace<TestSeriesComponent>(entity, series);
     const std::vector<SchemaRecord> saved = Saved();
     EXPECT_EQ(RecordNames(saved),
-              (std::vector<std::string>{"TestPoseComponent", "TestBodyComponent", "TestSeriesComponent",
-                                        "TestSeriesCount", "TestSeriesChunk", "TestSeriesChunk", "TestLegacyComponent",
+              (std::vector<std::string>{"TestPoseComponent", "TestBodyComponent", "TestLegacyComponent",
                                         "TestAardvarkComponent"}));
     EXPECT_EQ(saved[1].version, 2u);
     EXPECT_EQ(FieldText(saved[1], "mass"), "1");

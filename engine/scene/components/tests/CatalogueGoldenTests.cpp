@@ -183,7 +183,7 @@ void DescribeComponent(std::string& out, const ComponentTypeEntry& entry) {
 // The records of default values keyed by record name.
 template <class... T>
 std::unordered_map<std::string, std::string> DefaultsOf() {
-    return {{Testing::EncodeDefault<T>().name, Testing::DefaultRecordText<T>()}...};
+    return {{Testing::Encode(T{}).name, Reflection::FormatSchemaRecord(Testing::Encode(T{}))}...};
 }
 
 // The record of a default value of each value structure of the catalogue.

@@ -44,14 +44,8 @@ inline Reflection::ReflectionRegistry& InstalledReflection() {
 }
 
 template <class T>
-Reflection::SchemaRecord EncodeDefault() {
-    const T value{};
+Reflection::SchemaRecord Encode(const T& value) {
     return Reflection::EncodeObject(Reflection::MakeConstView(value), InstalledReflection(), TestCodec());
-}
-
-template <class T>
-std::string DefaultRecordText() {
-    return Reflection::FormatSchemaRecord(EncodeDefault<T>());
 }
 
 inline const ComponentTypeEntry& EntryOf(const std::string& name) {
