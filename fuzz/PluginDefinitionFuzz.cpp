@@ -58,6 +58,8 @@ using Scene::PluginComponentDefinition;
 using Scene::PluginFieldDefinition;
 using Scene::PluginFieldKind;
 using Scene::PluginFieldValue;
+using Scene::SamePluginDefinition;
+using Scene::SamePluginFieldValue;
 
 // Names the line of a failed check, which a crash report of an inlined check can't.
 void Check(bool condition, int line) {
@@ -259,38 +261,6 @@ bool SameBits(const T& a, const T& b) noexcept {
     return std::memcmp(&a, &b, sizeof(T)) == 0;
 }
 
-bool SameValue(const PluginFieldValue& a, const PluginFieldValue& b) {
-    if (a.index() != b.index()) {
-        return false;
-    }
-    return std::visit(
-        [&](const auto& left) {
-            using V = std::decay_t<decltype(left)>;
-            const V& right = std::get<V>(b);
-            if constexpr (std::is_same_v<V, std::string> || std::is_same_v<V, Core::Guid> || std::is_same_v<V, bool>) {
-                return left == right;
-            } else {
-                return SameBits(left, right);
-            }
-        },
-        a);
-}
-
-bool SameField(const PluginFieldDefinition& a, const PluginFieldDefinition& b) {
-    return a.name == b.name && a.displayName == b.displayName && a.category == b.category && a.kind == b.kind &&
-           SameValue(a.defaultValue, b.defaultValue) && a.hidden == b.hidden && a.readOnly == b.readOnly &&
-           a.color == b.color && a.angle == b.angle && a.notSaved == b.notSaved &&
-           a.entityReference == b.entityReference && a.hasRange == b.hasRange && SameBits(a.minimum, b.minimum) &&
-           SameBits(a.maximum, b.maximum);
-}
-
-bool SameDefinition(const PluginComponentDefinition& a, const PluginComponentDefinition& b) {
-    return a.name == b.name && a.displayName == b.displayName && a.group == b.group &&
-           a.description == b.description && a.pluginId == b.pluginId && a.version == b.version &&
-           a.userAddable == b.userAddable && a.saved == b.saved &&
-           std::equal(a.fields.begin(), a.fields.end(), b.fields.begin(), b.fields.end(), SameField);
-}
-
 bool IsLetter(char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0; }
 
 bool IsFieldName(std::string_view name) {
@@ -370,7 +340,7 @@ Prediction Predict(const PluginComponentDefinition& definition) {
         return prediction;
     }
     if (const auto found = pool.taken.find(name); found != pool.taken.end()) {
-        if (!SameDefinition(found->second.definition, definition)) {
+        if (!SamePluginDefinition(found->second.definition, definition)) {
             prediction.message = "The component '" + name +
                                  "' is already registered with a different definition in this session (restart "
                                  "to change its fields).";
@@ -494,7 +464,7 @@ bool SameAsAny(const std::any& stored, const PluginFieldValue& value) {
         [&](const auto& typed) {
             using V = std::decay_t<decltype(typed)>;
             const V* held = std::any_cast<V>(&stored);
-            return held != nullptr && SameValue(PluginFieldValue(*held), value);
+            return held != nullptr && SamePluginFieldValue(PluginFieldValue(*held), value);
         },
         value);
 }

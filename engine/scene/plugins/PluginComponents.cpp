@@ -60,8 +60,6 @@ std::mutex& SlotMutex() {
     return mutex;
 }
 
-// Floats compare by their bits: a NaN default must equal the same NaN when a plugin defines
-// its component again, and a negative zero isn't the zero it would be saved as.
 template <class T>
 bool SameBits(const T& a, const T& b) noexcept {
     return std::memcmp(&a, &b, sizeof(T)) == 0;
@@ -349,6 +347,14 @@ std::uint64_t RehydratePreservedComponents(Registry& registry, const Reflection:
         registry.SetPreservedRecords(entity, replacement->records.empty() ? nullptr : std::move(replacement));
     }
     return applied;
+}
+
+bool SamePluginFieldValue(const PluginFieldValue& a, const PluginFieldValue& b) {
+    return SameValue(a, b);
+}
+
+bool SamePluginDefinition(const PluginComponentDefinition& a, const PluginComponentDefinition& b) {
+    return SameDefinition(a, b);
 }
 
 } // namespace Brelk::Scene

@@ -71,6 +71,12 @@ struct PluginComponentDefinition {
     friend bool operator==(const PluginComponentDefinition&, const PluginComponentDefinition&) = default;
 };
 
+// Equal in every member, floats by their bits: a NaN default equals the same NaN, and a
+// negative zero isn't the zero it would be saved as. A definition given again is the same
+// component only when this holds.
+[[nodiscard]] bool SamePluginFieldValue(const PluginFieldValue& a, const PluginFieldValue& b);
+[[nodiscard]] bool SamePluginDefinition(const PluginComponentDefinition& a, const PluginComponentDefinition& b);
+
 // The number of component types plugins may define in one process.
 inline constexpr std::size_t kPluginComponentSlots = 64;
 
