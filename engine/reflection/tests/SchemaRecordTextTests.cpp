@@ -1,6 +1,6 @@
 #include "engine/reflection/SchemaRecordText.h"
 
-#include "tests/support/TestSupport.h"
+#include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
 
@@ -294,61 +294,22 @@ TEST(SchemaRecordTextTests, BrokenInputsAndTextOnePastEveryLimitFailWithTheirExa
         Replaced(Replaced(FormatSchemaRecord(RecordOfTotalCount(4096)), "\"a3\" 1020", "\"a3\" 1021"), "end_array",
                  "value \"1\"\nend_array");
     const std::string head = "component_schema \"N\" 1 1\n";
-    const std::string number = "Invalid or out-of-range numeric value.";
     const std::string truncated = "Truncated or oversized component schema record.";
-    const std::string named = "Expected named schema property.";
-    const std::string trailing = "Unexpected trailing schema data.";
-    const std::string header = "Invalid component schema header.";
-    const std::string incomplete = "Incomplete component schema header.";
-    const std::string duplicate = "Empty or duplicate schema field.";
-    const std::string bytes = "Schema record exceeds its byte budget.";
     const struct {
         std::string text;
         std::string message;
         std::uint32_t line;
     } cases[] = {
-        {"component_schema Name 1 0\n" + kEnd, "Malformed quoted schema token.", 1},
-        {"component_schema\n" + kEnd, truncated, 1},
         {std::string("component_schema \"N\0\" 1 0\n", 26) + kEnd, "Unescaped NUL in schema record.", 1},
         {head + std::string("property \"a\" \"\0\"\n", 17) + kEnd, "Unescaped NUL in schema record.", 2},
-        {"component_schema \"N\" 1\n" + kEnd, incomplete, 1},
-        {"component_schema \"N\" 1 4294967296\n" + kEnd, number, 1},
-        {"component_schema \"\" 1 0\n" + kEnd, header, 1},
-        {"component_schema \"N\" 0 0\n" + kEnd, header, 1},
-        {"component_schema \"\" x 0\n" + kEnd, number, 1},
-        {"component_schema \"N\" 1 0 x\n" + kEnd, trailing, 1},
-        {"component_schema \"N\" 1 1025 x\n", kBudget, 1},
-        {head + "property \"a\" \"1\" x\n" + kEnd, trailing, 2},
-        {"component_schema \"N\" 1 0\nend_component_schema x\n", trailing, 2},
-        {"component_schema \"N\" 1 2\nproperty \"a\" \"1\"\nproperty \"b\" \"2\"\nproperty \"c\" \"3\"\n" + kEnd,
-         "Missing component schema terminator.", 4},
-        {"component_schema \"N\" 1 3\nproperty \"a\" \"1\"\nproperty \"b\" \"2\"\n" + kEnd, named, 4},
-        {head + "value \"1\"\n" + kEnd, named, 2},
-        {head + "property\"a\" \"1\"\n" + kEnd, named, 2},
-        {head + "property \"\" \"1\"\n" + kEnd, duplicate, 2},
-        {"component_schema \"N\" 1 2\nproperty \"a\" \"1\"\narray_property \"a\" 0\nend_array\n" + kEnd, duplicate, 3},
-        {head + "object_property \"a\" \"T\" 1\n" + kEnd, incomplete, 2},
-        {head + "object_property \"a\" \"T\" 0 0\n" + kEnd + kEnd, header, 2},
-        {head + "object_property \"a\" \"T\" 1 0\n" + kEnd, truncated, 4},
-        {head + "array_property \"a\"\nend_array\n" + kEnd, "Missing array count.", 2},
-        {head + "array_property \"a\" -2\nend_array\n" + kEnd, number, 2},
-        {head + "array_property \"a\" 1025 x\n", trailing, 2},
-        {head + "array_property \"a\" 1025\n", "Array exceeds its element limit.", 2},
-        {head + "array_property \"a\" 1\nproperty \"b\" \"1\"\nend_array\n" + kEnd, "Expected an array element.", 3},
-        {head + "array_property \"a\" 1\nvalue \"1\"\nvalue \"2\"\nend_array\n" + kEnd, "Missing array terminator.", 4},
-        {head + "array_property \"a\" 0\n" + kEnd + kEnd, "Missing array terminator.", 3},
-        {head + "array_property \"a\" 1\nvalue \"1\" 2\nend_array\n" + kEnd, trailing, 3},
-        {head + "array_property \"a\" 1\narray 1025\n", "Array exceeds its element limit.", 3},
-        {head + "array_property \"a\" 1\narray\n", "Missing array count.", 3},
-        {head + "array_property \"a\" 1\nobject \"\" 1 0\n", header, 3},
-        {"component_schema \"N\" 1 2\nproperty \"a\" \"1\"\n", truncated, 3},
-        {head + "array_property \"a\" 2\nvalue \"1\"\n", truncated, 4},
         {deepRecords, kBudget, 17},
         {deepArrays, kBudget, 17},
         {alternating, kBudget, 17},
-        {Replaced(FormatSchemaRecord(RecordWithLeafFields(200)), "\"f150\"", "\"f10\""), duplicate, 152},
+        {Replaced(FormatSchemaRecord(RecordWithLeafFields(200)), "\"f150\"", "\"f10\""),
+         "Empty or duplicate schema field.", 152},
         {total, kBudget, 3080},
-        {Replaced(FormatSchemaRecord(RecordOfTextSize(1048576)), "y\"", "yy\""), bytes, 20},
+        {Replaced(FormatSchemaRecord(RecordOfTextSize(1048576)), "y\"", "yy\""),
+         "Schema record exceeds its byte budget.", 20},
         {Replaced(FormatSchemaRecord(LongLine(65535)), "\"v", "\"vv"), truncated, 2},
         {FormatSchemaRecord(LongHeader(65535)).insert(20, "N"), "Schema header exceeds the line limit.", 1},
         {"component_schema \"" + std::string(70000, 'N') + "\" 1 0\n" + kEnd, truncated, 1},
@@ -358,6 +319,11 @@ TEST(SchemaRecordTextTests, BrokenInputsAndTextOnePastEveryLimitFailWithTheirExa
         EXPECT_EQ(ReadError(c.text, false), expected) << c.text.substr(0, 80);
         EXPECT_EQ(ReadError(c.text, true), expected) << c.text.substr(0, 80) << "(through a stream)";
     }
+    const auto bothReaders = [](const Testing::TextCase& c) {
+        const std::string error = ReadError(c.input, false), streamed = ReadError(c.input, true);
+        return error == streamed ? error : error + " (through a stream: " + streamed + ")";
+    };
+    Testing::ExpectTextCases(std::string(BRELK_TEST_DATA_DIR) + "/BrokenSchemaRecords.txt", bothReaders);
 }
 
 TEST(SchemaRecordTextTests, RecordsUpToEveryLimitRoundTripThroughBothReaders) {
