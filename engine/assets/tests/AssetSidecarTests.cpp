@@ -1,6 +1,7 @@
 #include "engine/assets/AssetSidecar.h"
 
 #include "engine/assets/tests/AssetTestSupport.h"
+#include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
 
@@ -57,34 +58,10 @@ TEST(AssetSidecar, ReadsHandWrittenText) {
 }
 
 TEST(AssetSidecar, RefusesBrokenTextWithTheExactMessage) {
-    const std::string guidLine = "guid 01234567-89ab-cdef-8123-456789abcdef\n";
-    const std::string sub = kHeader + "subassets\n";
-    const struct {
-        std::string text;
-        std::string message;
-    } table[] = {
-        {"", "Missing bmeta header."},
-        {guidLine, "Missing bmeta header."},
-        {"bmeta 1\n", "Missing bmeta guid."},
-        {"bmeta\n" + guidLine, "Invalid bmeta version."},
-        {"bmeta 0\n" + guidLine, "Invalid bmeta version."},
-        {"bmeta 1x\n" + guidLine, "Invalid bmeta version."},
-        {"bmeta 4294967296\n" + guidLine, "Invalid bmeta version."},
-        {"bmeta 2\n" + guidLine, "bmeta version 2 is newer than this engine reads."},
-        {"bmeta 4294967295\n", "bmeta version 4294967295 is newer than this engine reads."},
-        {"bmeta 1\nguid 0123456789abcdef\n", "Invalid bmeta guid."},
-        {"bmeta 1\nguid 00000000-0000-0000-0000-000000000000\n", "Invalid bmeta guid."},
-        {sub + "mesh \"Body\"\n", "Malformed sub-asset at line 4."},
-        {sub + "\n# c\nmesh \"Body " + kSubGuidText + "\n", "Malformed sub-asset at line 6."},
-        {sub + "mesh \"Body\" nope\n", "Invalid sub-asset at line 4."},
-        {sub + "Mesh \"Body\" " + kSubGuidText + "\n", "Invalid sub-asset at line 4."},
-        {sub + "end\nbmeta 3\n", "bmeta version 3 is newer than this engine reads."},
-    };
-    for (const auto& broken : table) {
+    Brelk::Testing::ExpectTextCases(fs::path(BRELK_TEST_DATA_DIR) / "BrokenSidecars.txt", [](const auto& c) {
         std::string error;
-        EXPECT_FALSE(ParseSidecar(broken.text, &error)) << broken.text;
-        EXPECT_EQ(error, broken.message) << broken.text;
-    }
+        return ParseSidecar(c.input, &error) ? "read" : error;
+    });
 }
 
 TEST(AssetSidecarFile, RoundTripsQuotesBackslashesAndSubAssetsWritesOnlyChangedTextAndReportsFailures) {
