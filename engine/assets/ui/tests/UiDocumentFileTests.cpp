@@ -128,24 +128,15 @@ TEST_F(UiDocumentFileTest, BrokenDocumentsGiveTheirMessages) {
 }
 
 TEST_F(UiDocumentFileTest, RepairsIdsWithoutCollidingWithLaterOnesAndLeavesTheFileAlone) {
-    struct Case {
-        std::vector<std::string> ids;
-        std::vector<std::string> repaired;
-    };
-    const Case cases[] = {
-        {{"item", "item", "item"}, {"item", "item_2", "item_3"}},
-        {{"item", "item", "item_2"}, {"item", "item_3", "item_2"}},
-        {{"item_2", "item_2"}, {"item_2", "item_3"}},
-    };
-    for (const Case& c : cases) {
+    Brelk::Testing::ExpectTextCases(Data("RepairedWidgetIds.txt"), [](const auto& c) {
         UiDocumentAsset document;
-        for (const std::string& id : c.ids) document.root.children.push_back(Widget(id));
+        for (std::size_t at = 0, end; (end = c.input.find('\n', at)) != std::string::npos; at = end + 1)
+            document.root.children.push_back(Widget(c.input.substr(at, end - at)));
         RepairUiWidgetIds(document);
-        std::vector<std::string> ids;
-        for (const UiWidgetDefinition& widget : document.root.children) ids.push_back(widget.id);
-        EXPECT_EQ(ids, c.repaired);
-        EXPECT_TRUE(HasUniqueUiWidgetIds(document));
-    }
+        std::string ids = HasUniqueUiWidgetIds(document) ? "" : "still repeated:\n";
+        for (const UiWidgetDefinition& widget : document.root.children) ids += widget.id + "\n";
+        return ids;
+    });
 
     const std::string text = "bui 1\nname \"Hud\"\nwidget_begin \"root\" Canvas\n" + WidgetLines("item") +
                              WidgetLines("item") + WidgetLines("", "name \"Play Button\"\n") + WidgetLines("") +
