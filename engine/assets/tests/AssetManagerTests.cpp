@@ -3,7 +3,6 @@
 #include "engine/assets/AssetReference.h"
 #include "engine/assets/AssetTypeWords.h"
 #include "engine/assets/tests/AssetTestSupport.h"
-#include "engine/core/Profiler.h"
 #include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
@@ -25,19 +24,11 @@ TEST_F(AssetManagerTest, CreatesAMissingFolderInAuthoringAndThrowsForOneInReadOn
     EXPECT_EQ(ThrownMessage([&] { manager.Initialize(Content("Project"), AssetSourceMode::ReadOnly); }),
               "Read-only asset content directory is missing: " + Content("Project").string());
     EXPECT_FALSE(fs::exists(Content("Project")));
-    Core::ProfilerRecorder& recorder = Core::ProfilerRecorder::Instance();
-    recorder.Clear();
-    recorder.SetCpuProfilingEnabled(true);
-    manager.Initialize(Content("Project"), AssetSourceMode::Authoring);
-    recorder.SetCpuProfilingEnabled(false);
+    const std::set<std::string> zones = Testing::ProfiledZones(
+        "Assets", [&] { manager.Initialize(Content("Project"), AssetSourceMode::Authoring); });
+    EXPECT_TRUE(zones.count("AssetManager::Initialize"));
     EXPECT_TRUE(fs::is_directory(Content("Project")));
     EXPECT_TRUE(fs::is_directory(root_ / "Settings" / "GeneratedShaders"));
-    bool found = false;
-    for (const Core::ProfilerFrame& frame : recorder.Snapshot().frames)
-        for (const Core::ProfilerEvent& event : frame.events)
-            found = found || (event.name == "AssetManager::Initialize" && event.category == "Assets" && event.complete);
-    recorder.Clear();
-    EXPECT_TRUE(found);
 }
 
 TEST_F(AssetManagerTest, EmptyContentFolderGivesExactlyTheFifteenBuiltinsInOrderAndNoFiles) {

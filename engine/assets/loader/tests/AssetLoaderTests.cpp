@@ -1,7 +1,6 @@
 #include "engine/assets/loader/AssetLoader.h"
 
 #include "engine/assets/tests/AssetTestSupport.h"
-#include "engine/core/Profiler.h"
 #include "engine/core/TaskSystem.h"
 #include "tests/support/Deadline.h"
 
@@ -410,20 +409,11 @@ TEST_F(AssetLoaderThreadTest, WaitLetsOtherThreadsUseTheLoaderWhileItBlocks) {
 }
 
 TEST_F(AssetLoaderTest, TheMachineIsProfiledByItsZones) {
-    Core::ProfilerRecorder& recorder = Core::ProfilerRecorder::Instance();
-    recorder.Clear();
-    recorder.SetCpuProfilingEnabled(true);
-    const AssetLoadLease lease = loader_.Request(1, kType, 1);
-    EXPECT_TRUE(loader_.Wait(lease));
-    loader_.SweepUnused();
-    recorder.SetCpuProfilingEnabled(false);
-    std::set<std::string> zones;
-    for (const Core::ProfilerFrame& frame : recorder.Snapshot().frames) {
-        for (const Core::ProfilerEvent& event : frame.events) {
-            if (event.category == "Assets") zones.insert(event.name);
-        }
-    }
-    recorder.Clear();
+    const std::set<std::string> zones = Testing::ProfiledZones("Assets", [&] {
+        const AssetLoadLease lease = loader_.Request(1, kType, 1);
+        EXPECT_TRUE(loader_.Wait(lease));
+        loader_.SweepUnused();
+    });
     EXPECT_EQ(zones, (std::set<std::string>{"AssetLoader Decode", "AssetLoader Publish", "AssetLoader Read",
                                             "AssetLoader::Start", "AssetLoader::SweepUnused", "AssetLoader::Wait"}));
 }
