@@ -3,6 +3,7 @@
 #include "engine/assets/AssetTypeWords.h"
 
 #include "engine/core/Hash.h"
+#include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
 
@@ -62,13 +63,9 @@ TEST(AssetTypeWords, MapsEveryWordBothWays) {
 }
 
 TEST(AssetTypeWords, TypesSourcesByTheirExtensionInLowerCase) {
-    const std::pair<const char*, AssetType> table[] = {
-        {"a/Rock.PNG", AssetType::Texture}, {"Rock.obj", AssetType::Mesh},         {"Tree.fbx", AssetType::Scene},
-        {"Level.bscene", AssetType::Scene}, {"Fx.bmatfunc", AssetType::Material},  {"Wind.FLAC", AssetType::Audio},
-        {"Island.bworld", AssetType::World}, {"Keys.binput", AssetType::InputMap},
-        {"Island.bworld.cells/c_0_0.bcell", AssetType::Unknown}, {"Rock.png.bmeta", AssetType::Unknown},
-        {"Notes.txt", AssetType::Unknown},  {"README", AssetType::Unknown}};
-    for (const auto& [path, type] : table) EXPECT_EQ(AssetTypeOfPath(path), type) << path;
+    Brelk::Testing::ExpectTextCases(std::filesystem::path(BRELK_TEST_DATA_DIR) / "AssetTypesOfPaths.txt", [](const auto& c) {
+        return std::string(AssetTypeWord(AssetTypeOfPath(c.input.substr(0, c.input.size() - 1))));
+    });
     EXPECT_EQ(AssetTypeOfExtension(".averyveryverylongextension"), AssetType::Unknown);
 }
 

@@ -50,10 +50,8 @@ protected:
 
     void Initialize(AssetManager& manager, AssetSourceMode mode = AssetSourceMode::Authoring) {
         Brelk::Testing::RunWithDeadline(Brelk::Testing::kDeadline, [&] {
-            Core::Tasks::TaskSystem tasks(Core::Tasks::TaskSystemConfig{2, 1, std::nullopt});
-            Core::Tasks::TaskSystem* previous = Core::Tasks::TaskSystem::Install(&tasks);
+            const Core::Tasks::ScopedTaskSystem tasks(Core::Tasks::TaskSystemConfig{2, 1, std::nullopt});
             manager.Initialize(Content(), mode);
-            Core::Tasks::TaskSystem::Install(previous);
         });
     }
     AssetHandle Handle(const AssetManager& manager, std::string_view name) const {
@@ -99,12 +97,10 @@ TEST_F(AssetManagerMaterialsTest, InitializeBuildsMissingShadersOnceAndARequeste
     // Without its files, a requested compile builds in the background until an update collects it.
     fs::remove_all(Shaders());
     Brelk::Testing::RunWithDeadline(Brelk::Testing::kDeadline, [&] {
-        Core::Tasks::TaskSystem tasks(Core::Tasks::TaskSystemConfig{2, 1, std::nullopt});
-        Core::Tasks::TaskSystem* previous = Core::Tasks::TaskSystem::Install(&tasks);
+        const Core::Tasks::ScopedTaskSystem tasks(Core::Tasks::TaskSystemConfig{2, 1, std::nullopt});
         EXPECT_TRUE(second.RequestMaterialCompile(rock));
         EXPECT_FALSE(second.RequestMaterialCompile(rock));
         while (second.IsMaterialCompilePending(rock)) second.UpdateAsyncLoads();
-        Core::Tasks::TaskSystem::Install(previous);
     });
     const MaterialEntry* rebuilt = second.GetMaterial(rock);
     EXPECT_TRUE(rebuilt->compiled.succeeded);

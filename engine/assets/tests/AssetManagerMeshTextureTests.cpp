@@ -46,13 +46,7 @@ MeshAsset QuadMesh() {
 
 class AssetManagerMeshTextureTest : public Testing::ProjectTest {
 protected:
-    void SetUp() override {
-        fs::create_directories(Content());
-        previousTasks_ = Core::Tasks::TaskSystem::Install(&tasks_);
-    }
-    void TearDown() override {
-        Core::Tasks::TaskSystem::Install(previousTasks_);
-    }
+    void SetUp() override { fs::create_directories(Content()); }
 
     AssetHandle HandleOf(const AssetManager& manager, std::string_view relative) const {
         return manager.GetRegistry().HandleOfPath(fs::weakly_canonical(Content(relative)));
@@ -66,8 +60,7 @@ protected:
         return state;
     }
 
-    Core::Tasks::TaskSystem tasks_{Core::Tasks::TaskSystemConfig{2, 1, std::nullopt}};
-    Core::Tasks::TaskSystem* previousTasks_ = nullptr;
+    Core::Tasks::ScopedTaskSystem tasks_{Core::Tasks::TaskSystemConfig{2, 1, std::nullopt}};
 };
 
 TEST_F(AssetManagerMeshTextureTest, BuiltinsAreLoadedAtInitializeWithTheirContent) {

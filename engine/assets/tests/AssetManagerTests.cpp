@@ -3,7 +3,7 @@
 #include "engine/assets/AssetReference.h"
 #include "engine/assets/AssetTypeWords.h"
 #include "engine/assets/tests/AssetTestSupport.h"
-#include "engine/core/Profiler.h"
+#include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
 
@@ -24,19 +24,11 @@ TEST_F(AssetManagerTest, CreatesAMissingFolderInAuthoringAndThrowsForOneInReadOn
     EXPECT_EQ(ThrownMessage([&] { manager.Initialize(Content("Project"), AssetSourceMode::ReadOnly); }),
               "Read-only asset content directory is missing: " + Content("Project").string());
     EXPECT_FALSE(fs::exists(Content("Project")));
-    Core::ProfilerRecorder& recorder = Core::ProfilerRecorder::Instance();
-    recorder.Clear();
-    recorder.SetCpuProfilingEnabled(true);
-    manager.Initialize(Content("Project"), AssetSourceMode::Authoring);
-    recorder.SetCpuProfilingEnabled(false);
+    const std::set<std::string> zones = Testing::ProfiledZones(
+        "Assets", [&] { manager.Initialize(Content("Project"), AssetSourceMode::Authoring); });
+    EXPECT_TRUE(zones.count("AssetManager::Initialize"));
     EXPECT_TRUE(fs::is_directory(Content("Project")));
     EXPECT_TRUE(fs::is_directory(root_ / "Settings" / "GeneratedShaders"));
-    bool found = false;
-    for (const Core::ProfilerFrame& frame : recorder.Snapshot().frames)
-        for (const Core::ProfilerEvent& event : frame.events)
-            found = found || (event.name == "AssetManager::Initialize" && event.category == "Assets" && event.complete);
-    recorder.Clear();
-    EXPECT_TRUE(found);
 }
 
 TEST_F(AssetManagerTest, EmptyContentFolderGivesExactlyTheFifteenBuiltinsInOrderAndNoFiles) {
@@ -47,11 +39,11 @@ TEST_F(AssetManagerTest, EmptyContentFolderGivesExactlyTheFifteenBuiltinsInOrder
     const AssetRegistry& registry = manager.GetRegistry();
     EXPECT_EQ(registry.AllRecords().size(), 15u);
     EXPECT_TRUE(ListFiles(Content()).empty());
-    std::vector<std::string> names;
+    std::string names;
     std::vector<AssetHandle> withGetters;
     for (const BuiltinAssetDefinition& builtin : BuiltinAssetDefinitions()) {
         const std::string name(builtin.name);
-        names.push_back(std::string(AssetTypeWord(builtin.type)) + " " + name);
+        names += std::string(AssetTypeWord(builtin.type)) + " " + name + "\n";
         const AssetHandle handle = registry.HandleOfBuiltin(name);
         const AssetRecord* record = registry.Find(handle);
         ASSERT_NE(record, nullptr) << name;
@@ -60,12 +52,7 @@ TEST_F(AssetManagerTest, EmptyContentFolderGivesExactlyTheFifteenBuiltinsInOrder
         EXPECT_EQ(ResolveAssetReference(registry, "builtin:" + name, builtin.type), handle);
         if (builtin.slot) withGetters.push_back(handle);
     }
-    EXPECT_EQ(names, (std::vector<std::string>{
-                         "mesh Builtin/Cube", "mesh Builtin/Quad", "mesh Builtin/Plane", "mesh Builtin/Sphere",
-                         "mesh Builtin/MaterialPreviewSphere", "mesh Builtin/Cylinder", "mesh Builtin/Cone",
-                         "mesh Builtin/Torus", "mesh Builtin/Diamond", "mesh Builtin/Cube_LOD1",
-                         "mesh Builtin/Cube_LOD2", "texture Builtin/White", "texture Builtin/Black",
-                         "texture Builtin/FlatNormal", "material Builtin/DefaultMaterial"}));
+    Brelk::Testing::ExpectGoldenText(std::filesystem::path(BRELK_TEST_DATA_DIR) / "BuiltinAssets.txt", names);
     const AssetManager& m = manager;
     EXPECT_EQ(withGetters, (std::vector<AssetHandle>{m.GetBuiltinCube(), m.GetBuiltinQuad(), m.GetBuiltinPlane(),
                                                      m.GetBuiltinSphere(), m.GetBuiltinMaterialPreviewSphere(),

@@ -1,9 +1,13 @@
 #include "engine/assets/AssetReference.h"
 
 #include "engine/assets/AssetRegistry.h"
+#include "engine/assets/AssetTypeWords.h"
 #include "engine/assets/tests/AssetTestSupport.h"
+#include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
+
+#include <map>
 
 namespace Brelk::Assets {
 namespace {
@@ -44,33 +48,14 @@ TEST_F(AssetReferenceTest, WritesBuiltinsByNameAndFilesByGuidAndResolvesEachKind
     EXPECT_EQ(AssetReferenceOf(registry_, 12345), "");
     for (const AssetHandle handle : {cube_, rock_, me_, meMaterial_})
         EXPECT_EQ(ResolveAssetReference(registry_, AssetReferenceOf(registry_, handle), AssetType::Unknown), handle);
-    const std::string tree = "derived:content:Models/Tree.fbx|";
-    const struct {
-        std::string reference;
-        AssetType type;
-        AssetHandle expected;
-    } table[] = {
-        {rock, AssetType::Texture, rock_},
-        {"builtin:Builtin/Cube", AssetType::Mesh, cube_},
-        {"content:Art/Rock.png", AssetType::Texture, rock_},
-        {"path:" + Content("Art/Rock.png").generic_string(), AssetType::Texture, rock_},
-        {tree + "subkey:4d65", AssetType::Mesh, me_},
-        {tree + "subkey:4D65", AssetType::Material, meMaterial_},
-        {tree + "content:Models/Tree/2_Trunk.bmesh", AssetType::Mesh, me_},
-        {tree + "content:Models/Tree/5_Trunk.bmesh", AssetType::Mesh, me_},
-        {"", AssetType::Unknown, 0},
-        {"guid:nope", AssetType::Unknown, 0},
-        {"guid:" + Guid::New().ToString(), AssetType::Unknown, 0},
-        {"builtin:Builtin/Nothing", AssetType::Unknown, 0},
-        {"content:Art/Missing.png", AssetType::Unknown, 0},
-        {"Art/Rock.png", AssetType::Unknown, 0},
-        {tree + "subkey:4d6", AssetType::Mesh, 0},
-        {tree + "subkey:4g65", AssetType::Mesh, 0},
-        {tree + "subkey:4d65", AssetType::Clip, 0},
-        {"derived:content:Models/Bush.fbx|subkey:4d65", AssetType::Mesh, 0},
-        {tree + "content:Models/Tree/Leaf.bmesh", AssetType::Mesh, 0},
-    };
-    for (const auto& c : table) EXPECT_EQ(ResolveAssetReference(registry_, c.reference, c.type), c.expected) << c.reference;
+    const std::map<AssetHandle, std::string> names{{0, "none"}, {cube_, "cube"}, {rock_, "rock"}, {me_, "trunk"},
+                                                   {meMaterial_, "bark"}};
+    Brelk::Testing::ExpectTextCases(fs::path(BRELK_TEST_DATA_DIR) / "ResolvedReferences.txt", [&](const auto& c) {
+        const std::size_t typeEnd = c.input.find('\n');
+        std::string reference = c.input.substr(typeEnd + 1, c.input.size() - typeEnd - 2);
+        if (reference.starts_with("path:<content>")) reference.replace(5, 9, (root_ / "Content").generic_string());
+        return names.at(ResolveAssetReference(registry_, reference, AssetTypeFromWord(c.input.substr(0, typeEnd))));
+    });
 }
 
 TEST(AssetReferenceText, WritesAndParsesGuidReferences) {

@@ -1,6 +1,7 @@
 #include "engine/assets/AssetSidecar.h"
 
 #include "engine/assets/tests/AssetTestSupport.h"
+#include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
 
@@ -31,60 +32,24 @@ TEST(AssetSidecar, WritesTheExactText) {
 }
 
 TEST(AssetSidecar, ReadsHandWrittenText) {
-    const struct {
-        std::string text;
-        AssetSidecar expected;
-    } table[] = {
-        // Blank lines, comments, unknown keys and a second "end" are skipped.
-        {"\n# made by hand\nbmeta 1\n   \nfuture_key 12 \"x\"\nguid 01234567-89ab-cdef-8123-456789abcdef\n"
-         "#importer audio 4\nimporter texture 2\nsettings\n# a comment\n\nmax_size \"64\"\nend\nend\nsubassets\n"
-         "# mesh\nmesh \"A\" " + kSubGuidText + "\nend\n",
-         {1, kGuid, "texture", 2, {{"max_size", "64"}}, {{"A", AssetType::Mesh, kSubGuid}}}},
-        {"bmeta 1\r\nguid 01234567-89ab-cdef-8123-456789abcdef\r\nimporter audio 1\r\nsettings\r\nmode \"stream\"\r\n"
-         "end\r\n",
-         {1, kGuid, "audio", 1, {{"mode", "stream"}}, {}}},
-        // A missing value is empty, an unquoted one a single word.
-        {kHeader + "settings\nflag\nmode plain words\nend\n", {1, kGuid, "", 1, {{"flag", ""}, {"mode", "plain"}}, {}}},
-        // The importer version stays when the line has none.
-        {kHeader + "importer audio\n", {1, kGuid, "audio", 1, {}, {}}},
-    };
-    for (const auto& c : table) {
+    const auto read = [](std::string_view text) {
         std::string error;
-        const std::optional<AssetSidecar> read = ParseSidecar(c.text, &error);
-        ASSERT_TRUE(read) << c.text << error;
-        EXPECT_EQ(*read, c.expected) << c.text;
-    }
+        const std::optional<AssetSidecar> sidecar = ParseSidecar(text, &error);
+        return !sidecar ? error : SerializeSidecar(*sidecar) + (sidecar->importer.empty() ? "(no importer)" : "");
+    };
+    Brelk::Testing::ExpectTextCases(fs::path(BRELK_TEST_DATA_DIR) / "HandWrittenSidecars.txt",
+                                    [&](const auto& c) { return read(c.input); });
+    // CR LF line ends, and a line of spaces is blank.
+    EXPECT_EQ(read("bmeta 1\r\n   \r\nguid 01234567-89ab-cdef-8123-456789abcdef\r\nimporter audio 1\r\nsettings\r\n"
+                   "mode \"stream\"\r\nend\r\n"),
+              kHeader + "importer audio 1\nsettings\nmode \"stream\"\nend\n");
 }
 
 TEST(AssetSidecar, RefusesBrokenTextWithTheExactMessage) {
-    const std::string guidLine = "guid 01234567-89ab-cdef-8123-456789abcdef\n";
-    const std::string sub = kHeader + "subassets\n";
-    const struct {
-        std::string text;
-        std::string message;
-    } table[] = {
-        {"", "Missing bmeta header."},
-        {guidLine, "Missing bmeta header."},
-        {"bmeta 1\n", "Missing bmeta guid."},
-        {"bmeta\n" + guidLine, "Invalid bmeta version."},
-        {"bmeta 0\n" + guidLine, "Invalid bmeta version."},
-        {"bmeta 1x\n" + guidLine, "Invalid bmeta version."},
-        {"bmeta 4294967296\n" + guidLine, "Invalid bmeta version."},
-        {"bmeta 2\n" + guidLine, "bmeta version 2 is newer than this engine reads."},
-        {"bmeta 4294967295\n", "bmeta version 4294967295 is newer than this engine reads."},
-        {"bmeta 1\nguid 0123456789abcdef\n", "Invalid bmeta guid."},
-        {"bmeta 1\nguid 00000000-0000-0000-0000-000000000000\n", "Invalid bmeta guid."},
-        {sub + "mesh \"Body\"\n", "Malformed sub-asset at line 4."},
-        {sub + "\n# c\nmesh \"Body " + kSubGuidText + "\n", "Malformed sub-asset at line 6."},
-        {sub + "mesh \"Body\" nope\n", "Invalid sub-asset at line 4."},
-        {sub + "Mesh \"Body\" " + kSubGuidText + "\n", "Invalid sub-asset at line 4."},
-        {sub + "end\nbmeta 3\n", "bmeta version 3 is newer than this engine reads."},
-    };
-    for (const auto& broken : table) {
+    Brelk::Testing::ExpectTextCases(fs::path(BRELK_TEST_DATA_DIR) / "BrokenSidecars.txt", [](const auto& c) {
         std::string error;
-        EXPECT_FALSE(ParseSidecar(broken.text, &error)) << broken.text;
-        EXPECT_EQ(error, broken.message) << broken.text;
-    }
+        return ParseSidecar(c.input, &error) ? "read" : error;
+    });
 }
 
 TEST(AssetSidecarFile, RoundTripsQuotesBackslashesAndSubAssetsWritesOnlyChangedTextAndReportsFailures) {

@@ -2,6 +2,7 @@
 
 #include "engine/core/Guid.h"
 #include "engine/core/Logger.h"
+#include "engine/core/Profiler.h"
 #include "tests/support/TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -9,6 +10,7 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -45,6 +47,24 @@ public:
 private:
     std::uint64_t start_ = 0;
 };
+
+// The names of the zones of `category` that `run` completed while CPU profiling was on.
+template <class Fn>
+std::set<std::string> ProfiledZones(std::string_view category, Fn&& run) {
+    Core::ProfilerRecorder& recorder = Core::ProfilerRecorder::Instance();
+    recorder.Clear();
+    recorder.SetCpuProfilingEnabled(true);
+    run();
+    recorder.SetCpuProfilingEnabled(false);
+    std::set<std::string> zones;
+    for (const Core::ProfilerFrame& frame : recorder.Snapshot().frames) {
+        for (const Core::ProfilerEvent& event : frame.events) {
+            if (event.category == category && event.complete) zones.insert(event.name);
+        }
+    }
+    recorder.Clear();
+    return zones;
+}
 
 // A scratch project whose user settings (texture caches, generated shaders) stay inside it.
 class ProjectTest : public ::testing::Test {

@@ -2,6 +2,7 @@
 
 #include "engine/assets/tests/AssetTestSupport.h"
 #include "engine/platform/Files.h"
+#include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
 
@@ -10,6 +11,8 @@ namespace {
 
 using Testing::ScratchFolder;
 using Testing::WriteText;
+
+std::filesystem::path Data(std::string_view name) { return std::filesystem::path(BRELK_TEST_DATA_DIR) / "cooked" / name; }
 
 CookedAssetManifest SampleManifest() {
     CookedAssetManifest manifest;
@@ -41,14 +44,7 @@ TEST(CookedManifestTest, WritesVersionThreeAndReadsItBack) {
     const CookedAssetManifest written = SampleManifest();
     ASSERT_TRUE(WriteCookedManifest(written, folder / "m.bmanifest", nullptr));
     const std::string text = Testing::ReadText(folder / "m.bmanifest");
-    EXPECT_EQ(text.substr(0, text.find("asset ")),
-              "brelk_cooked_manifest 3\nplatform \"linux\"\ncooker_version 7\ncontent_root \"C:/Game/Content\"\n"
-              "output_root \"Out dir\"\nrequire_cooked_scenes 1\n");
-    EXPECT_NE(text.find(" Material \"Rock \\\"wet\\\"\" \"Materials/Rock.bmat\" \"Cooked\\\\Rock.bmat\" \"\" \"a\\\\b\" "
-                        "18446744073709551615 0 1 0000000000000abc 0000000000000000 \"\" 0000000000000001 \"d\" "
-                        "4294967295 1\ndependency \"Textures/Rock.png\" 0123456789abcdef\n"),
-              std::string::npos)
-        << text;
+    Brelk::Testing::ExpectGoldenText(Data("Sample.bmanifest"), text);
 
     // Read back and written again, every field comes out as it went in.
     CookedAssetManifest read;
@@ -58,53 +54,19 @@ TEST(CookedManifestTest, WritesVersionThreeAndReadsItBack) {
     EXPECT_EQ(Testing::ReadText(folder / "again.bmanifest"), text);
 }
 
-TEST(CookedManifestTest, ReadsOlderVersionsAndTheirDefaults) {
+TEST(CookedManifestTest, ReadsOlderVersionsWithTheirDefaultsAndRefusesBadTextWithItsMessage) {
     ScratchFolder folder;
-    WriteText(folder / "v1", "brelk_cooked_manifest 1\nasset 42 Texture \"T\" \"s\" \"c\" \"t\" \"l\" 1 2 0\nunknown_key 5\n");
-    WriteText(folder / "v2", "\nbrelk_cooked_manifest 2\n\nasset not-a-guid Nonsense \"T\" \"s\" \"c\" \"t\" \"l\" 1 2 1\n"
-                             "require_cooked_scenes 2\n");
-    CookedAssetManifest manifest;
-    ASSERT_TRUE(ReadCookedManifest(folder / "v1", manifest, nullptr));
-    EXPECT_EQ(manifest.version, 1u);
-    EXPECT_EQ(manifest.platform, "windows");
-    ASSERT_EQ(manifest.assets.size(), 1u);
-    EXPECT_EQ(manifest.assets[0].type, AssetType::Texture);
-    EXPECT_EQ(manifest.assets[0].valueB, 2u);
-    ASSERT_TRUE(ReadCookedManifest(folder / "v2", manifest, nullptr));
-    EXPECT_EQ(manifest.assets[0].type, AssetType::Unknown);
-    EXPECT_FALSE(manifest.assets[0].guid.IsValid());
-    EXPECT_TRUE(manifest.assets[0].flag);
-    EXPECT_TRUE(manifest.requireCookedScenes);
-}
-
-TEST(CookedManifestTest, BadTextGivesItsMessage) {
-    const std::string v3asset = "asset 00000000-0000-0000-0000-000000000001 Mesh \"n\" \"s\" \"c\" \"t\" \"l\" 1 2 0 ";
-    struct Row {
-        std::string text;
-        std::string message; // the path follows header and open messages
-    };
-    const Row rows[] = {
-        {"", "Invalid cooked asset manifest header: "},
-        {"brelk_cooked_manifest 4\n", "Invalid cooked asset manifest header: "},
-        {"cooked_manifest 3\n", "Invalid cooked asset manifest header: "},
-        {"brelk_cooked_manifest 3\n" + v3asset + "1 2 \"c\" 3 \"d\" 4\n",
-         "Malformed cooked asset manifest line: " + v3asset + "1 2 \"c\" 3 \"d\" 4"},
-        {"brelk_cooked_manifest 3\n" + v3asset + "12345678901234567 2 \"c\" 3 \"d\" 4 0\n",
-         "Malformed cooked asset manifest line: " + v3asset + "12345678901234567 2 \"c\" 3 \"d\" 4 0"},
-        {"brelk_cooked_manifest 3\ndependency \"a\" 0000000000000001\n",
-         "Malformed cooked asset manifest dependency: dependency \"a\" 0000000000000001"},
-        {"brelk_cooked_manifest 3\n" + v3asset + "1 2 \"c\" 3 \"d\" 4 9\ndependency \"a\" xyz\n",
-         "Malformed cooked asset manifest dependency: dependency \"a\" xyz"},
-    };
-    ScratchFolder folder;
-    for (const Row& row : rows) {
-        WriteText(folder / "m", row.text);
+    const std::string path = Platform::PathToUtf8(folder / "m");
+    Brelk::Testing::ExpectTextCases(Data("ReadManifests.txt"), [&](const auto& c) {
+        WriteText(folder / "m", c.input);
         CookedAssetManifest manifest;
         std::string error;
-        EXPECT_FALSE(ReadCookedManifest(folder / "m", manifest, &error)) << row.text;
-        const bool endsInPath = row.message.ends_with(": ");
-        EXPECT_EQ(error, endsInPath ? row.message + Platform::PathToUtf8(folder / "m") : row.message);
-    }
+        if (ReadCookedManifest(folder / "m", manifest, &error)) {
+            EXPECT_TRUE(WriteCookedManifest(manifest, folder / "again", nullptr));
+            return "read as version " + std::to_string(manifest.version) + "\n" + Testing::ReadText(folder / "again");
+        }
+        return error.ends_with(path) ? error.substr(0, error.size() - path.size()) + "<path>" : error;
+    });
     std::string error;
     CookedAssetManifest manifest;
     EXPECT_FALSE(ReadCookedManifest(folder / "none", manifest, &error));

@@ -18,19 +18,21 @@ std::vector<ImagePixel> Filled(std::size_t count, float value) {
     return std::vector<ImagePixel>(count, ImagePixel{value, value, value, 1.0f});
 }
 
+// A 4x4 canvas with blank layers of 256 bytes each.
+ImageDocument WithLayers(std::size_t count) {
+    ImageDocument document = MakeImageDocument(4, 4);
+    for (std::size_t i = 0; i < count; ++i) {
+        ImageLayer& layer = document.layers.emplace_back();
+        layer.identity = Core::Guid::New();
+        layer.pixels.resize(16);
+    }
+    return document;
+}
+
 TEST(ImageDocumentTest, ValidationChecksItsThreeInvariantsInOrder) {
     const char* const kDocument = "Invalid image document identity, dimensions or flipbook settings.";
     const char* const kMemory = "Image layer memory exceeds limits.";
     const char* const kLayer = "Invalid image layer identity, settings or pixels.";
-    auto withLayers = [](std::size_t count) {
-        ImageDocument document = MakeImageDocument(4, 4);
-        for (std::size_t i = 0; i < count; ++i) {
-            ImageLayer& layer = document.layers.emplace_back();
-            layer.identity = Core::Guid::New();
-            layer.pixels.resize(16);
-        }
-        return document;
-    };
     const struct {
         const char* what;
         std::function<void(ImageDocument&)> change;
@@ -54,7 +56,7 @@ TEST(ImageDocumentTest, ValidationChecksItsThreeInvariantsInOrder) {
         {"short mask", [](ImageDocument& d) { d.layers[1].mask.resize(3); }, kLayer},
     };
     for (const auto& row : rows) {
-        ImageDocument document = withLayers(2);
+        ImageDocument document = WithLayers(2);
         row.change(document);
         std::string error;
         EXPECT_EQ(ValidateImageDocument(document, &error), row.message == nullptr) << row.what;
@@ -211,12 +213,8 @@ TEST(ImageDocumentTest, MasksCanvasAndBakeCommandsRoundTripThroughUndo) {
         {255, 1, "Canvas allocation exceeds undo budget."},
     };
     for (const auto& row : budgets) {
-        ImageDocument tight = MakeImageDocument(4, 4);
+        ImageDocument tight = WithLayers(row.layers);
         tight.historyBudget = row.budget;
-        for (std::size_t i = 0; i < row.layers; ++i) {
-            tight.layers.emplace_back().identity = Core::Guid::New();
-            tight.layers.back().pixels.resize(16);
-        }
         ImageDocumentEditor small(tight);
         std::string error;
         EXPECT_FALSE(small.CropCanvas({0, 0, 2, 2}, &error));

@@ -1,7 +1,6 @@
 #include "engine/assets/loader/AssetLoader.h"
 
 #include "engine/assets/tests/AssetTestSupport.h"
-#include "engine/core/Profiler.h"
 #include "engine/core/TaskSystem.h"
 #include "tests/support/Deadline.h"
 
@@ -93,24 +92,13 @@ std::vector<AssetHandle> PublishedHandles(const FakeFamily& family) {
 // Jobs run inline at submission, so every step of the machine is deterministic.
 class AssetLoaderTest : public ::testing::Test {
 protected:
-    explicit AssetLoaderTest(std::optional<std::uint32_t> workers = 0) {
-        TaskSystemConfig config;
-        config.workerCount = workers;
-        config.ioThreadCount = 1;
-        tasks_ = std::make_unique<TaskSystem>(config);
-        previous_ = TaskSystem::Install(tasks_.get());
-        loader_ = std::make_unique<AssetLoader>(AssetLoaderConfig{100, 8, 0});
-        loader_->RegisterHandler(kType, family_.Handler());
-    }
-    ~AssetLoaderTest() override {
-        loader_.reset();
-        TaskSystem::Install(previous_);
+    explicit AssetLoaderTest(std::optional<std::uint32_t> workers = 0) : tasks_(TaskSystemConfig{workers, 1, {}}) {
+        loader_.RegisterHandler(kType, family_.Handler());
     }
 
-    std::unique_ptr<TaskSystem> tasks_;
-    TaskSystem* previous_ = nullptr;
+    Core::Tasks::ScopedTaskSystem tasks_;
     FakeFamily family_;
-    std::unique_ptr<AssetLoader> loader_;
+    AssetLoader loader_{AssetLoaderConfig{100, 8, 0}};
 };
 
 // Jobs run on real threads.
@@ -143,12 +131,12 @@ TEST(AssetLoadState, NamesAreTheCounterWords) {
 
 TEST_F(AssetLoaderTest, LoadsThroughReadDecodeAndPublishInOneUpdateAndTellsListenersAndCallbacks) {
     std::vector<AssetLoadEvent> events, callbacks;
-    EXPECT_EQ(loader_->AddListener([&](const AssetLoadEvent& event) { events.push_back(event); }), 1u);
-    AssetLoadLease lease = loader_->Request(7, kType, 0);
-    loader_->OnSettled(lease, [&](const AssetLoadEvent& event) { callbacks.push_back(event); });
+    EXPECT_EQ(loader_.AddListener([&](const AssetLoadEvent& event) { events.push_back(event); }), 1u);
+    AssetLoadLease lease = loader_.Request(7, kType, 0);
+    loader_.OnSettled(lease, [&](const AssetLoadEvent& event) { callbacks.push_back(event); });
     EXPECT_EQ(lease.State(), AssetLoadState::Queued);
 
-    loader_->Update();
+    loader_.Update();
     EXPECT_EQ(lease.State(), AssetLoadState::Ready);
     EXPECT_EQ(lease.Generation(), 1u);
     EXPECT_EQ(family_.published, (std::vector<std::pair<AssetHandle, int>>{{7, 301}}));
@@ -158,56 +146,56 @@ TEST_F(AssetLoaderTest, LoadsThroughReadDecodeAndPublishInOneUpdateAndTellsListe
     ASSERT_EQ(callbacks.size(), 1u);
     EXPECT_EQ(callbacks[0].generation, 1u);
 
-    loader_->Update();
+    loader_.Update();
     EXPECT_EQ(events.size(), 1u);
     EXPECT_EQ(callbacks.size(), 1u);
 }
 
 TEST_F(AssetLoaderTest, EmptyUnregisteredAndAlreadyLoadedRequests) {
-    EXPECT_FALSE(loader_->Request(0, kType, 3));
-    EXPECT_FALSE(loader_->Wait(AssetLoadLease()));
+    EXPECT_FALSE(loader_.Request(0, kType, 3));
+    EXPECT_FALSE(loader_.Wait(AssetLoadLease()));
 
     LogCapture log;
-    const AssetLoadLease unknown = loader_->Request(11, static_cast<AssetType>(99), 1);
+    const AssetLoadLease unknown = loader_.Request(11, static_cast<AssetType>(99), 1);
     EXPECT_EQ(unknown.State(), AssetLoadState::Failed);
     EXPECT_EQ(unknown.Error(), "No asset loader is registered for asset type 99.");
-    EXPECT_FALSE(loader_->Wait(unknown));
+    EXPECT_FALSE(loader_.Wait(unknown));
     EXPECT_EQ(log.Messages(LogLevel::Error),
               std::vector<std::string>{"Failed to load asset 11: No asset loader is registered for asset type 99."});
 
     family_.preloaded.insert(12);
-    const AssetLoadLease loaded = loader_->Request(12, kType, 1);
+    const AssetLoadLease loaded = loader_.Request(12, kType, 1);
     EXPECT_EQ(loaded.State(), AssetLoadState::Ready);
     EXPECT_EQ(loaded.Generation(), 1u);
     EXPECT_EQ(family_.prepares.count(12), 0u);
 }
 
 TEST_F(AssetLoaderTest, RequestsShareASlotAndADroppedLoadIsResetWithTheDependenciesOnlyItHeld) {
-    AssetLoadLease first = loader_->Request(5, kType, 1);
-    AssetLoadLease second = loader_->Request(5, kType, 0);
+    AssetLoadLease first = loader_.Request(5, kType, 1);
+    AssetLoadLease second = loader_.Request(5, kType, 0);
     EXPECT_EQ(first.Slot(), second.Slot());
     EXPECT_EQ(first.Slot()->referenceCount.load(), 2);
     first = AssetLoadLease();
-    loader_->Update();
+    loader_.Update();
     EXPECT_EQ(second.State(), AssetLoadState::Ready);
 
     // Dropped while queued: never prepared.
-    loader_->Request(6, kType, 1);
-    EXPECT_EQ(loader_->State(6), AssetLoadState::Queued);
-    loader_->Update();
-    EXPECT_EQ(loader_->State(6), AssetLoadState::Unloaded);
+    loader_.Request(6, kType, 1);
+    EXPECT_EQ(loader_.State(6), AssetLoadState::Queued);
+    loader_.Update();
+    EXPECT_EQ(loader_.State(6), AssetLoadState::Unloaded);
     EXPECT_EQ(family_.prepares.count(6), 0u);
 
     family_[1].dependencies = {{2, kType}, {5, kType}};
-    AssetLoadLease lease = loader_->Request(1, kType, 1);
-    loader_->Update();
-    EXPECT_EQ(loader_->State(2), AssetLoadState::Queued);
+    AssetLoadLease lease = loader_.Request(1, kType, 1);
+    loader_.Update();
+    EXPECT_EQ(loader_.State(2), AssetLoadState::Queued);
     lease = AssetLoadLease();
-    loader_->Update();
-    EXPECT_EQ(loader_->State(1), AssetLoadState::Unloaded);
-    EXPECT_EQ(loader_->State(2), AssetLoadState::Unloaded);
+    loader_.Update();
+    EXPECT_EQ(loader_.State(1), AssetLoadState::Unloaded);
+    EXPECT_EQ(loader_.State(2), AssetLoadState::Unloaded);
     EXPECT_EQ(family_.prepares.count(2), 0u);
-    EXPECT_EQ(loader_->State(5), AssetLoadState::Ready); // still claimed by its own lease
+    EXPECT_EQ(loader_.State(5), AssetLoadState::Ready); // still claimed by its own lease
 }
 
 TEST_F(AssetLoaderTest, BudgetLetsTheFirstUploadThroughAndNeverLetsALaterOneOvertake) {
@@ -217,30 +205,30 @@ TEST_F(AssetLoaderTest, BudgetLetsTheFirstUploadThroughAndNeverLetsALaterOneOver
     std::vector<AssetLoadLease> leases;
     for (AssetHandle handle = 1; handle <= sizes.size(); ++handle) {
         family_[handle].sizeBytes = sizes[handle - 1];
-        leases.push_back(loader_->Request(handle, kType, 1));
+        leases.push_back(loader_.Request(handle, kType, 1));
     }
-    loader_->Update();
+    loader_.Update();
     EXPECT_EQ(PublishedHandles(family_), (std::vector<AssetHandle>{1}));
-    EXPECT_EQ(loader_->Stats().uploadBytesThisFrame, 150u);
-    loader_->Update();
+    EXPECT_EQ(loader_.Stats().uploadBytesThisFrame, 150u);
+    loader_.Update();
     EXPECT_EQ(PublishedHandles(family_), (std::vector<AssetHandle>{1, 2}));
-    loader_->Update();
+    loader_.Update();
     EXPECT_EQ(PublishedHandles(family_), (std::vector<AssetHandle>{1, 2, 3, 4}));
-    const AssetLoaderStats s = loader_->Stats();
+    const AssetLoaderStats s = loader_.Stats();
     EXPECT_EQ(std::tuple(s.frame, s.uploadBytesThisFrame, s.uploadsThisFrame, s.publishedThisFrame, s.peakUploadBytes,
                          s.ready),
               std::tuple(3u, 90u, 2u, 2u, 150u, 4u));
 }
 
 TEST_F(AssetLoaderTest, HigherPriorityStartsAndPublishesFirstAndLimitsHoldTheRestQueued) {
-    loader_->SetConfig(AssetLoaderConfig{1000, 1, 0});
-    const AssetLoadLease low = loader_->Request(1, kType, 0);
-    const AssetLoadLease high = loader_->Request(2, kType, 0);
-    loader_->Request(2, kType, 2);
-    loader_->Update();
+    loader_.SetConfig(AssetLoaderConfig{1000, 1, 0});
+    const AssetLoadLease low = loader_.Request(1, kType, 0);
+    const AssetLoadLease high = loader_.Request(2, kType, 0);
+    loader_.Request(2, kType, 2);
+    loader_.Update();
     EXPECT_EQ(PublishedHandles(family_), (std::vector<AssetHandle>{2}));
     EXPECT_EQ(low.State(), AssetLoadState::Queued);
-    loader_->Update();
+    loader_.Update();
     EXPECT_EQ(PublishedHandles(family_), (std::vector<AssetHandle>{2, 1}));
 }
 
@@ -262,23 +250,23 @@ TEST_F(AssetLoaderTest, JobFailuresGiveTheirExactMessages) {
     for (const Case& row : cases) {
         ++handle;
         (row.inRead ? family_[handle].duringRead : family_[handle].duringDecode) = row.thrower;
-        const AssetLoadLease lease = loader_->Request(handle, kType, 1);
-        loader_->Update();
+        const AssetLoadLease lease = loader_.Request(handle, kType, 1);
+        loader_.Update();
         EXPECT_EQ(lease.State(), AssetLoadState::Failed) << row.message;
         EXPECT_EQ(lease.Error(), row.message);
     }
     family_[200].error = "Unknown texture asset 200.";
-    loader_->Request(200, kType, 1);
-    const AssetLoadLease refused = loader_->Request(200, kType, 1);
-    loader_->Update();
+    loader_.Request(200, kType, 1);
+    const AssetLoadLease refused = loader_.Request(200, kType, 1);
+    loader_.Update();
     EXPECT_EQ(refused.Error(), "Unknown texture asset 200.");
     EXPECT_EQ(family_.published.size(), 0u);
     // A failure stays until released; then the next request tries again.
     family_[200].error.clear();
-    loader_->ReleaseFailed();
+    loader_.ReleaseFailed();
     EXPECT_EQ(refused.State(), AssetLoadState::Unloaded);
-    const AssetLoadLease again = loader_->Request(200, kType, 1);
-    loader_->Update();
+    const AssetLoadLease again = loader_.Request(200, kType, 1);
+    loader_.Update();
     EXPECT_EQ(again.State(), AssetLoadState::Ready);
 }
 
@@ -287,51 +275,51 @@ TEST_F(AssetLoaderTest, DependenciesDeclaredAndDiscoveredArePublishedFirstAndAFa
     family_[1].discovered = {{3, kType}};
     family_[2].hasRead = false;
     family_[3].error = "Broken.";
-    const AssetLoadLease lease = loader_->Request(1, kType, 1);
-    loader_->Update();
+    const AssetLoadLease lease = loader_.Request(1, kType, 1);
+    loader_.Update();
     EXPECT_EQ(lease.State(), AssetLoadState::WaitingForDependencies);
     EXPECT_EQ(lease.Slot()->dependencies.size(), 2u);
-    loader_->Update();
+    loader_.Update();
     EXPECT_EQ(lease.State(), AssetLoadState::Ready);
     EXPECT_EQ(PublishedHandles(family_), (std::vector<AssetHandle>{2, 1}));
-    EXPECT_EQ(loader_->State(3), AssetLoadState::Failed);
+    EXPECT_EQ(loader_.State(3), AssetLoadState::Failed);
 }
 
 TEST_F(AssetLoaderTest, TwoAssetsThatListEachOtherBothPublishButAThreeCycleOnlyEndsInWait) {
     family_[1].dependencies = {{2, kType}};
     family_[2].dependencies = {{1, kType}};
-    const AssetLoadLease pair = loader_->Request(1, kType, 1);
-    for (int frame = 0; frame < 3; ++frame) loader_->Update();
+    const AssetLoadLease pair = loader_.Request(1, kType, 1);
+    for (int frame = 0; frame < 3; ++frame) loader_.Update();
     EXPECT_EQ(pair.State(), AssetLoadState::Ready);
-    EXPECT_EQ(loader_->State(2), AssetLoadState::Ready);
+    EXPECT_EQ(loader_.State(2), AssetLoadState::Ready);
 
     family_[11].dependencies = {{12, kType}};
     family_[12].dependencies = {{13, kType}};
     family_[13].dependencies = {{11, kType}};
-    const AssetLoadLease cycle = loader_->Request(11, kType, 1);
-    for (int frame = 0; frame < 5; ++frame) loader_->Update();
+    const AssetLoadLease cycle = loader_.Request(11, kType, 1);
+    for (int frame = 0; frame < 5; ++frame) loader_.Update();
     EXPECT_EQ(cycle.State(), AssetLoadState::WaitingForDependencies);
-    EXPECT_FALSE(loader_->Wait(cycle));
+    EXPECT_FALSE(loader_.Wait(cycle));
     EXPECT_EQ(cycle.Error(), "Asset load could not make progress (dependency cycle or lost job).");
 }
 
 TEST_F(AssetLoaderTest, ReloadKeepsResidentDataReadyAndAFailedReloadKeepsItSilently) {
     std::vector<AssetLoadEvent> events;
-    loader_->AddListener([&](const AssetLoadEvent& event) { events.push_back(event); });
-    const AssetLoadLease lease = loader_->Request(4, kType, 1);
-    loader_->Update();
-    EXPECT_FALSE(loader_->Reload(99));
-    EXPECT_TRUE(loader_->Reload(4));
+    loader_.AddListener([&](const AssetLoadEvent& event) { events.push_back(event); });
+    const AssetLoadLease lease = loader_.Request(4, kType, 1);
+    loader_.Update();
+    EXPECT_FALSE(loader_.Reload(99));
+    EXPECT_TRUE(loader_.Reload(4));
     EXPECT_EQ(lease.State(), AssetLoadState::Ready);
     EXPECT_EQ(lease.Slot()->state, AssetLoadState::Queued);
-    loader_->Update();
+    loader_.Update();
     EXPECT_EQ(lease.Generation(), 2u);
     ASSERT_EQ(events.size(), 2u);
     EXPECT_TRUE(events[1].wasResident);
 
     family_[4].publishThrows = true;
-    EXPECT_TRUE(loader_->Reload(4));
-    loader_->Update();
+    EXPECT_TRUE(loader_.Reload(4));
+    loader_.Update();
     EXPECT_EQ(lease.State(), AssetLoadState::Ready);
     EXPECT_EQ(lease.Generation(), 2u);
     EXPECT_EQ(events.size(), 2u);
@@ -339,17 +327,17 @@ TEST_F(AssetLoaderTest, ReloadKeepsResidentDataReadyAndAFailedReloadKeepsItSilen
 
 TEST_F(AssetLoaderTest, SweepUnloadsUnreferencedSlotsAndTheirDependenciesButNotPinnedOnes) {
     family_[1].dependencies = {{2, kType}};
-    AssetLoadLease lease = loader_->Request(1, kType, 1);
-    const AssetLoadLease pinned = loader_->Request(3, kType, 1);
-    loader_->Pin(3);
-    loader_->Update();
-    loader_->Update();
+    AssetLoadLease lease = loader_.Request(1, kType, 1);
+    const AssetLoadLease pinned = loader_.Request(3, kType, 1);
+    loader_.Pin(3);
+    loader_.Update();
+    loader_.Update();
     ASSERT_EQ(lease.State(), AssetLoadState::Ready);
     lease = AssetLoadLease();
-    EXPECT_EQ(loader_->SweepUnused(), 2u);
+    EXPECT_EQ(loader_.SweepUnused(), 2u);
     EXPECT_EQ(family_.unloaded, (std::vector<AssetHandle>{1, 2}));
-    EXPECT_EQ(loader_->State(1), AssetLoadState::Unloaded);
-    EXPECT_EQ(loader_->State(3), AssetLoadState::Ready);
+    EXPECT_EQ(loader_.State(1), AssetLoadState::Unloaded);
+    EXPECT_EQ(loader_.State(3), AssetLoadState::Ready);
 }
 
 TEST_F(AssetLoaderThreadTest, ADecodeThatEndsAfterItsSlotWasReleasedIsDropped) {
@@ -360,14 +348,14 @@ TEST_F(AssetLoaderThreadTest, ADecodeThatEndsAfterItsSlotWasReleasedIsDropped) {
             // The loader told the decode to stop; a long decoder would give up here.
             EXPECT_TRUE(CurrentLoadCancellation()->load());
         };
-        const AssetLoadLease lease = loader_->Request(8, kType, 1);
-        loader_->Update();
+        const AssetLoadLease lease = loader_.Request(8, kType, 1);
+        loader_.Update();
         gate.AwaitReached();
-        loader_->Release(8);
+        loader_.Release(8);
         gate.open.set_value();
         family_[8].duringDecode = nullptr;
-        const AssetLoadLease again = loader_->Request(8, kType, 1);
-        EXPECT_TRUE(loader_->Wait(again));
+        const AssetLoadLease again = loader_.Request(8, kType, 1);
+        EXPECT_TRUE(loader_.Wait(again));
         EXPECT_EQ(family_.published, (std::vector<std::pair<AssetHandle, int>>{{8, 302}}));
         EXPECT_EQ(lease.State(), AssetLoadState::Unloaded);
     });
@@ -375,21 +363,21 @@ TEST_F(AssetLoaderThreadTest, ADecodeThatEndsAfterItsSlotWasReleasedIsDropped) {
 
 TEST_F(AssetLoaderThreadTest, ReloadDuringLoadingDiscardsTheRunningResultAndPreparesAgain) {
     RunWithDeadline(kDeadline, [&] {
-        const AssetLoadLease lease = loader_->Request(9, kType, 1);
-        EXPECT_TRUE(loader_->Wait(lease));
+        const AssetLoadLease lease = loader_.Request(9, kType, 1);
+        EXPECT_TRUE(loader_.Wait(lease));
         Gate gate;
         family_[9].duringDecode = gate.Hold();
-        loader_->Reload(9);
-        loader_->Update();
+        loader_.Reload(9);
+        loader_.Update();
         gate.AwaitReached();
         family_[9].duringDecode = nullptr;
-        EXPECT_TRUE(loader_->Reload(9));
+        EXPECT_TRUE(loader_.Reload(9));
         EXPECT_EQ(lease.State(), AssetLoadState::Ready);
         gate.open.set_value();
         // Wait has nothing to do for a slot that stays Ready through its reload.
-        EXPECT_TRUE(loader_->Wait(lease));
+        EXPECT_TRUE(loader_.Wait(lease));
         while (lease.Generation() < 2) {
-            loader_->Update();
+            loader_.Update();
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
         EXPECT_EQ(lease.State(), AssetLoadState::Ready);
@@ -409,40 +397,31 @@ TEST_F(AssetLoaderThreadTest, WaitLetsOtherThreadsUseTheLoaderWhileItBlocks) {
         family_[22].duringDecode = gate.Hold();
         std::thread other([&] {
             gate.AwaitReached();
-            const AssetLoadLease lease = loader_->Request(30, kType, 1);
-            EXPECT_EQ(loader_->State(30), AssetLoadState::Queued);
+            const AssetLoadLease lease = loader_.Request(30, kType, 1);
+            EXPECT_EQ(loader_.State(30), AssetLoadState::Queued);
             gate.open.set_value();
         });
-        const AssetLoadLease lease = loader_->Request(20, kType, 3);
-        EXPECT_TRUE(loader_->Wait(lease));
+        const AssetLoadLease lease = loader_.Request(20, kType, 3);
+        EXPECT_TRUE(loader_.Wait(lease));
         other.join();
         EXPECT_EQ(PublishedHandles(family_), (std::vector<AssetHandle>{22, 21, 20}));
     });
 }
 
 TEST_F(AssetLoaderTest, TheMachineIsProfiledByItsZones) {
-    Core::ProfilerRecorder& recorder = Core::ProfilerRecorder::Instance();
-    recorder.Clear();
-    recorder.SetCpuProfilingEnabled(true);
-    const AssetLoadLease lease = loader_->Request(1, kType, 1);
-    EXPECT_TRUE(loader_->Wait(lease));
-    loader_->SweepUnused();
-    recorder.SetCpuProfilingEnabled(false);
-    std::set<std::string> zones;
-    for (const Core::ProfilerFrame& frame : recorder.Snapshot().frames) {
-        for (const Core::ProfilerEvent& event : frame.events) {
-            if (event.category == "Assets") zones.insert(event.name);
-        }
-    }
-    recorder.Clear();
+    const std::set<std::string> zones = Testing::ProfiledZones("Assets", [&] {
+        const AssetLoadLease lease = loader_.Request(1, kType, 1);
+        EXPECT_TRUE(loader_.Wait(lease));
+        loader_.SweepUnused();
+    });
     EXPECT_EQ(zones, (std::set<std::string>{"AssetLoader Decode", "AssetLoader Publish", "AssetLoader Read",
                                             "AssetLoader::Start", "AssetLoader::SweepUnused", "AssetLoader::Wait"}));
 }
 
 TEST(AssetLoaderShutdown, WaitFailsALoadThatTheTaskSystemDroppedAtShutdown) {
     RunWithDeadline(kDeadline, [] {
-        TaskSystem tasks(TaskSystemConfig{1, 1, std::nullopt});
-        TaskSystem* previous = TaskSystem::Install(&tasks);
+        Core::Tasks::ScopedTaskSystem scoped(TaskSystemConfig{1, 1, std::nullopt});
+        TaskSystem& tasks = scoped.Get();
         Gate ioBusy;
         (void)tasks.Submit(Core::Tasks::TaskPriority::Io, ioBusy.Hold());
         ioBusy.AwaitReached();
@@ -459,7 +438,6 @@ TEST(AssetLoaderShutdown, WaitFailsALoadThatTheTaskSystemDroppedAtShutdown) {
             ioBusy.open.set_value();
             stopper.join();
         }
-        TaskSystem::Install(previous);
     });
 }
 
@@ -467,12 +445,12 @@ TEST_F(AssetLoaderThreadTest, WaitFailsAJobThatEndedWithoutReporting) {
     RunWithDeadline(kDeadline, [&] {
         Gate gate;
         family_[2].duringDecode = gate.Hold();
-        const AssetLoadLease lease = loader_->Request(2, kType, 1);
-        loader_->Update();
+        const AssetLoadLease lease = loader_.Request(2, kType, 1);
+        loader_.Update();
         gate.AwaitReached();
         // The slot loses track of its job: its token is one that finished with no report.
         lease.Slot()->cancelToken = Core::Tasks::TaskCounter();
-        EXPECT_FALSE(loader_->Wait(lease));
+        EXPECT_FALSE(loader_.Wait(lease));
         EXPECT_EQ(lease.Error(), "Asset load job ended without a result.");
         gate.open.set_value();
     });

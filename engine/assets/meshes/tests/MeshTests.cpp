@@ -2,8 +2,9 @@
 #include "engine/assets/meshes/BuiltinMeshes.h"
 #include "engine/assets/meshes/MeshFinishing.h"
 #include "engine/assets/meshes/NativeMeshFile.h"
+#include "engine/core/NumberText.h"
 #include "engine/platform/Files.h"
-#include "tests/support/TestSupport.h"
+#include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
 
@@ -25,35 +26,19 @@ AssetHandle HandleOf(std::string_view name) {
 }
 
 TEST(BuiltinMeshes, HaveTheirCountsAndLodRows) {
-    struct Case {
-        std::string_view name;
-        std::size_t vertices;
-        std::size_t indices;
-    };
-    const Case cases[] = {
-        {kBuiltinCube, 24, 36},      {kBuiltinCubeLod1, 6, 24},  {kBuiltinCubeLod2, 4, 12},
-        {kBuiltinQuad, 4, 6},        {kBuiltinPlane, 4, 6},      {kBuiltinSphere, 561, 3072},
-        {kBuiltinMaterialPreviewSphere, 561, 3072},              {kBuiltinTorus, 429, 2304},
-        {kBuiltinCylinder, 196, 384}, {kBuiltinCone, 130, 192},  {kBuiltinDiamond, 24, 24},
-    };
-    for (const Case& c : cases) {
-        const std::optional<MeshAsset> mesh = MakeBuiltinMesh(c.name, 100, HandleOf);
-        ASSERT_TRUE(mesh.has_value()) << c.name;
-        EXPECT_EQ(mesh->vertices.size(), c.vertices) << c.name;
-        EXPECT_EQ(mesh->indices.size(), c.indices) << c.name;
-        ASSERT_EQ(mesh->submeshes.size(), 1u);
-        EXPECT_EQ(mesh->submeshes[0].name, "Default");
-        EXPECT_EQ(mesh->submeshes[0].indexCount, c.indices);
-        EXPECT_GT(mesh->radius, 0.0f);
-        // Only the cube has coarser levels; every mesh's last row is its far cut.
-        const std::vector<std::pair<AssetHandle, float>> lods =
-            c.name == kBuiltinCube ? std::vector<std::pair<AssetHandle, float>>{{100, 10.0f}, {501, 22.0f}, {502, 1e6f}}
-                                   : std::vector<std::pair<AssetHandle, float>>{{100, 1e6f}};
-        ASSERT_EQ(mesh->lods.size(), lods.size()) << c.name;
-        for (std::size_t i = 0; i < lods.size(); ++i)
-            EXPECT_EQ(std::pair(mesh->lods[i].mesh, mesh->lods[i].distance), lods[i]) << c.name << " lod " << i;
-    }
-    EXPECT_FALSE(BuiltinMeshContent("Builtin/White").has_value());
+    const std::filesystem::path cases = std::filesystem::path(BRELK_TEST_DATA_DIR) / "meshes" / "BuiltinMeshes.txt";
+    Brelk::Testing::ExpectTextCases(cases, [](const auto& c) {
+        const std::optional<MeshAsset> mesh = MakeBuiltinMesh(c.input.substr(0, c.input.size() - 1), 100, HandleOf);
+        if (!mesh) return std::string("no such mesh");
+        std::string text = std::to_string(mesh->vertices.size()) + " vertices, " +
+                           std::to_string(mesh->indices.size()) + (mesh->radius > 0 ? " indices, a radius" : " indices");
+        for (const MeshSubmesh& s : mesh->submeshes) text += "\nsubmesh " + s.name + " of " + std::to_string(s.indexCount);
+        for (const MeshLod& lod : mesh->lods) {
+            text += "\nlod " + std::to_string(lod.mesh) + " from ";
+            Core::AppendFloat9(text, lod.distance);
+        }
+        return text;
+    });
 }
 
 TEST(BuiltinMeshes, EveryTriangleFacesOutward) {

@@ -3,10 +3,9 @@
 #include "engine/assets/AssetReference.h"
 #include "engine/assets/AssetRegistry.h"
 #include "engine/assets/tests/AssetTestSupport.h"
+#include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
-
-#include <cstdlib>
 
 namespace Brelk::Assets {
 namespace {
@@ -36,6 +35,10 @@ protected:
         widget.id = std::move(id);
         widget.name = std::move(name);
         return widget;
+    }
+
+    static std::filesystem::path Data(std::string_view name) {
+        return std::filesystem::path(BRELK_TEST_DATA_DIR) / "ui" / name;
     }
 
     // Widget lines of a tree given in the file's own words.
@@ -79,10 +82,7 @@ TEST_F(UiDocumentFileTest, ADocumentRoundTripsAndWritesTheGoldenLayout) {
     std::string text = ReadText(folder_ / "Ui/Hud.bui");
     const std::string icon = AssetReferenceOf(registry_, icon_);
     for (std::size_t at = text.find(icon); at != std::string::npos; at = text.find(icon)) text.replace(at, icon.size(), "ICON");
-    const std::filesystem::path golden =
-        std::filesystem::path(BRELK_TEST_DATA_DIR).parent_path().parent_path() / "ui" / "tests" / "data" / "Hud.bui";
-    if (std::getenv("BRELK_UPDATE_GOLDEN")) WriteText(golden, text);
-    EXPECT_EQ(text, ReadText(golden));
+    Brelk::Testing::ExpectGoldenText(Data("Hud.bui"), text);
     UiDocumentAsset loaded;
     std::string error;
     ASSERT_TRUE(LoadUiDocument(folder_ / "Ui/Hud.bui", &loaded, registry_, &error)) << error;
@@ -109,26 +109,11 @@ TEST_F(UiDocumentFileTest, OnlyTheHeaderGivesTheDefaultDocumentAndValuesReadLeni
 }
 
 TEST_F(UiDocumentFileTest, BrokenDocumentsGiveTheirMessages) {
-    const struct {
-        const char* text;
-        const char* message;
-    } rows[] = {
-        {"name \"x\"\n", "Missing UI document header."},
-        {"bui 2\n", "Unsupported UI document format version."},
-        {"bui\n", "Unsupported UI document format version."},
-        {"bui 1\nstyle_begin \"a\"\n\nglow 1\nend_style\n", "Unknown UI style property 'glow' at line 4"},
-        {"bui 1\nwidget_begin root Canvas\n", "Malformed widget_begin at line 2"},
-        {"bui 1\nwidget_begin \"root\" Window\n", "Malformed widget_begin at line 2"},
-        {"bui 1\nwidget_begin \"root\" Canvas\nslot_glow 1\n", "Unknown UI widget property 'slot_glow' at line 3"},
-        {"bui 1\nwidget_begin \"root\" Canvas\nwidget_begin \"a\" Panel\nwidget_end\n",
-         "UI document ended with unclosed widget scopes."},
-    };
-    for (const auto& row : rows) {
+    Brelk::Testing::ExpectTextCases(Data("BrokenUiDocuments.txt"), [&](const auto& c) {
         UiDocumentAsset document;
         std::string error;
-        EXPECT_FALSE(ParseUiDocument(row.text, "Hud.bui", &document, registry_, &error)) << row.text;
-        EXPECT_EQ(error, row.message) << row.text;
-    }
+        return ParseUiDocument(c.input, "Hud.bui", &document, registry_, &error) ? "parsed" : error;
+    });
     std::string deep = "bui 1\n";
     for (int level = 0; level < 258; ++level) deep += "widget_begin \"w\" Panel\n";
     UiDocumentAsset nested;
@@ -142,24 +127,15 @@ TEST_F(UiDocumentFileTest, BrokenDocumentsGiveTheirMessages) {
 }
 
 TEST_F(UiDocumentFileTest, RepairsIdsWithoutCollidingWithLaterOnesAndLeavesTheFileAlone) {
-    struct Case {
-        std::vector<std::string> ids;
-        std::vector<std::string> repaired;
-    };
-    const Case cases[] = {
-        {{"item", "item", "item"}, {"item", "item_2", "item_3"}},
-        {{"item", "item", "item_2"}, {"item", "item_3", "item_2"}},
-        {{"item_2", "item_2"}, {"item_2", "item_3"}},
-    };
-    for (const Case& c : cases) {
+    Brelk::Testing::ExpectTextCases(Data("RepairedWidgetIds.txt"), [](const auto& c) {
         UiDocumentAsset document;
-        for (const std::string& id : c.ids) document.root.children.push_back(Widget(id));
+        for (std::size_t at = 0, end; (end = c.input.find('\n', at)) != std::string::npos; at = end + 1)
+            document.root.children.push_back(Widget(c.input.substr(at, end - at)));
         RepairUiWidgetIds(document);
-        std::vector<std::string> ids;
-        for (const UiWidgetDefinition& widget : document.root.children) ids.push_back(widget.id);
-        EXPECT_EQ(ids, c.repaired);
-        EXPECT_TRUE(HasUniqueUiWidgetIds(document));
-    }
+        std::string ids = HasUniqueUiWidgetIds(document) ? "" : "still repeated:\n";
+        for (const UiWidgetDefinition& widget : document.root.children) ids += widget.id + "\n";
+        return ids;
+    });
 
     const std::string text = "bui 1\nname \"Hud\"\nwidget_begin \"root\" Canvas\n" + WidgetLines("item") +
                              WidgetLines("item") + WidgetLines("", "name \"Play Button\"\n") + WidgetLines("") +
