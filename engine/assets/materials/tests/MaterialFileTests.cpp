@@ -8,11 +8,11 @@
 #include "engine/assets/materials/MaterialText.h"
 #include "engine/assets/tests/AssetTestSupport.h"
 #include "engine/core/Hash.h"
+#include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdlib>
 #include <limits>
 
 namespace Brelk::Assets {
@@ -66,11 +66,8 @@ protected:
         return material;
     }
 
-    static void ExpectGolden(std::string_view name, const std::string& text) {
-        const fs::path golden =
-            fs::path(BRELK_TEST_DATA_DIR).parent_path().parent_path() / "materials" / "tests" / "data" / name;
-        if (std::getenv("BRELK_UPDATE_GOLDEN")) WriteText(golden, text);
-        EXPECT_EQ(text, ReadText(golden));
+    static fs::path Data() {
+        return fs::path(BRELK_TEST_DATA_DIR).parent_path().parent_path() / "materials" / "tests" / "data";
     }
 
     Testing::ScratchFolder root_;
@@ -96,58 +93,20 @@ TEST_F(MaterialFileTest, EachKindsDefaultGraphAndAGraphOfLateLinesWriteBackAsThe
                  "node 13 CustomCode 0 0 \"Code\"\nlink 1 2 3\nlink 4 x 5\nfuture_key 1\n",
                  nullptr);
     ASSERT_TRUE(WriteMaterialAsset(root_ / "Out/Late.bmat", late, nullptr));
-    ExpectGolden("MaterialStartingGraphs.txt", text + "== late lines\n" + ReadText(root_ / "Out/Late.bmat"));
+    Brelk::Testing::ExpectGoldenText(Data() / "MaterialStartingGraphs.txt", text + "== late lines\n" + ReadText(root_ / "Out/Late.bmat"));
 }
 
+// Every field of the golden file is off its default; it names the two assets of the project by word.
 TEST_F(MaterialFileTest, RoundTripsEveryFieldWithReferencesThroughTheRegistry) {
-    MaterialAsset material;
-    material.baseColor = {0.25f, 0.5f, 1.0f / 3.0f, 1.0f};
-    material.emissive = {1.0f, 0.0f, 0.5f};
-    material.emissiveIntensity = 0.0f;
-    material.metallic = 0.9f;
-    material.roughness = 0.125f;
-    material.aoStrength = 0.5f;
-    material.normalScale = 2.0f;
-    material.heightScale = 0.05f;
-    material.uvScale = {2.0f, 4.0f};
-    material.alphaCutoff = 0.25f;
-    material.albedoTexture = rock_;
-    material.heightTexture = rock_;
-    material.opaque = false;
-    material.alphaMasked = true;
-    material.doubleSided = true;
-    material.shadingModel = 1;
-    material.blendMode = 3;
-    material.cullMode = 0;
-    material.depthMode = 2;
-    material.isInstance = true;
-    material.parentMaterial = base_;
-    material.overrides["Tint \"A\""] = {true, {1.0f, 0.5f, 0.0f, 1.0f}, rock_};
-    material.overrides["Albedo"] = {false, {}, 0};
-    material.graph = MakeDefaultSurfaceGraph();
-    MaterialGraphNode texture;
-    texture.id = 40;
-    texture.type = 11;
-    texture.title = "Rock \\ Moss";
-    texture.properties = {{"asset", std::to_string(rock_)}, {"color_space", "linear"}};
-    texture.outputs.push_back({41, kPinOutput, kPinTexture2D, "Texture", false, true});
-    material.graph.nodes.push_back(texture);
-    material.graph.nextId = 42;
-
-    ASSERT_TRUE(WriteMaterialAsset(root_ / "Out/Full.bmatinst", material, &registry_));
-    std::string text = ReadText(root_ / "Out/Full.bmatinst");
-    for (const auto& [handle, word] : {std::pair{rock_, "ROCK"}, std::pair{base_, "BASE"}}) {
-        const std::string reference = AssetReferenceOf(registry_, handle);
-        for (std::size_t at = text.find(reference); at != std::string::npos; at = text.find(reference))
-            text.replace(at, reference.size(), word);
+    std::string text = ReadText(Data() / "FullInstance.bmatinst");
+    for (const auto& [handle, word] : {std::pair{rock_, "\"ROCK\""}, std::pair{base_, "\"BASE\""}}) {
+        const std::string reference = "\"" + AssetReferenceOf(registry_, handle) + "\"";
+        for (std::size_t at = text.find(word); at != std::string::npos; at = text.find(word))
+            text.replace(at, std::string_view(word).size(), reference);
     }
-    ExpectGolden("FullInstance.bmatinst", text);
-
-    MaterialAsset back;
-    ASSERT_TRUE(ReadMaterialAsset(root_ / "Out/Full.bmatinst", back, &registry_));
-    material.graph.dirty = true;
-    material.graph.revision = 1;
-    EXPECT_EQ(back, material);
+    const MaterialAsset material = ReadBack(text, &registry_);
+    ASSERT_TRUE(WriteMaterialAsset(root_ / "Out/Full.bmatinst", material, &registry_));
+    EXPECT_EQ(ReadText(root_ / "Out/Full.bmatinst"), text);
 
     MaterialAsset legacy;
     ASSERT_TRUE(WriteMaterialAsset(root_ / "Out/Legacy.bmat", material, nullptr));
