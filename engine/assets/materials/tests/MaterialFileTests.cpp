@@ -23,29 +23,17 @@ using Testing::LogCapture;
 using Testing::ReadText;
 using Testing::WriteText;
 
-// Ordinary values are pinned by the golden files; these are the edges of both forms.
-TEST(FormatMaterialFloatTest, WritesSixDigitsWhenTheyHoldTheFloatElseTheShortestExactText) {
-    const struct {
-        float value;
-        const char* text;
-    } table[] = {
-        {16777216.0f, "16777216"},
-        {1e8f, "1e+08"},
-        {123456.789f, "123456.79"},
-        {-0.0f, "-0"},
-        {std::numeric_limits<float>::infinity(), "inf"},
-        {-std::numeric_limits<float>::quiet_NaN(), "-nan"},
-    };
-    for (const auto& row : table) EXPECT_EQ(FormatMaterialFloat(row.value), row.text) << row.text;
-    EXPECT_EQ(FormatMaterialVector({0.65f, 1.0f, 0.0f, 1e-7f}), "0.65,1,0,1e-07");
-}
+const fs::path kData = fs::path(BRELK_TEST_DATA_DIR).parent_path().parent_path() / "materials" / "tests" / "data";
 
-TEST(ParseMaterialVectorTest, ReadsFourNumbersOrGivesTheFallbackWhole) {
-    const std::array<float, 4> fallback{9.0f, 9.0f, 9.0f, 9.0f};
-    EXPECT_EQ(ParseMaterialVector("1,0.5,-2,3e1", fallback), (std::array<float, 4>{1.0f, 0.5f, -2.0f, 30.0f}));
-    EXPECT_EQ(ParseMaterialVector("1;2;3;4", fallback), (std::array<float, 4>{1.0f, 2.0f, 3.0f, 4.0f}));
-    for (const char* text : {"", "1,2,3", "1,2,3,", "1,2,x,4", "nan,1,1,1", "1,inf,1,1", "1e39,1,1,1"})
-        EXPECT_EQ(ParseMaterialVector(text, fallback), fallback) << text;
+// Ordinary values are pinned by the golden files; these are the edges of the float form, and vectors
+// that are not four finite numbers, which give the fallback whole.
+TEST(MaterialVectorTextTest, ParsesAndFormatsAsTheCaseFileHolds) {
+    Brelk::Testing::ExpectTextCases(kData / "MaterialVectors.txt", [](const Brelk::Testing::TextCase& c) {
+        const std::string_view text = std::string_view(c.input).substr(0, c.input.find('\n'));
+        return FormatMaterialVector(ParseMaterialVector(text, {9.0f, 9.0f, 9.0f, 9.0f}));
+    });
+    EXPECT_EQ(FormatMaterialFloat(std::numeric_limits<float>::infinity()), "inf");
+    EXPECT_EQ(FormatMaterialFloat(-std::numeric_limits<float>::quiet_NaN()), "-nan");
 }
 
 class MaterialFileTest : public ::testing::Test {
@@ -64,10 +52,6 @@ protected:
         std::string error;
         EXPECT_TRUE(ReadMaterialAsset(root_ / "In.bmat", material, registry, &error)) << error;
         return material;
-    }
-
-    static fs::path Data() {
-        return fs::path(BRELK_TEST_DATA_DIR).parent_path().parent_path() / "materials" / "tests" / "data";
     }
 
     Testing::ScratchFolder root_;
@@ -93,12 +77,12 @@ TEST_F(MaterialFileTest, EachKindsDefaultGraphAndAGraphOfLateLinesWriteBackAsThe
                  "node 13 CustomCode 0 0 \"Code\"\nlink 1 2 3\nlink 4 x 5\nfuture_key 1\n",
                  nullptr);
     ASSERT_TRUE(WriteMaterialAsset(root_ / "Out/Late.bmat", late, nullptr));
-    Brelk::Testing::ExpectGoldenText(Data() / "MaterialStartingGraphs.txt", text + "== late lines\n" + ReadText(root_ / "Out/Late.bmat"));
+    Brelk::Testing::ExpectGoldenText(kData / "MaterialStartingGraphs.txt", text + "== late lines\n" + ReadText(root_ / "Out/Late.bmat"));
 }
 
 // Every field of the golden file is off its default; it names the two assets of the project by word.
 TEST_F(MaterialFileTest, RoundTripsEveryFieldWithReferencesThroughTheRegistry) {
-    std::string text = ReadText(Data() / "FullInstance.bmatinst");
+    std::string text = ReadText(kData / "FullInstance.bmatinst");
     for (const auto& [handle, word] : {std::pair{rock_, "\"ROCK\""}, std::pair{base_, "\"BASE\""}}) {
         const std::string reference = "\"" + AssetReferenceOf(registry_, handle) + "\"";
         for (std::size_t at = text.find(word); at != std::string::npos; at = text.find(word))
