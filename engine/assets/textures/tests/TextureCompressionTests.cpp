@@ -17,18 +17,10 @@ namespace Brelk::Assets {
 namespace {
 
 using Brelk::Testing::ThrownMessage;
-using Core::Tasks::TaskSystem;
-using Core::Tasks::TaskSystemConfig;
 using namespace Testing;
 
 class TextureCompressionTest : public ::testing::Test {
-protected:
-    TextureCompressionTest() : system_(TaskSystemConfig{2, 0, std::nullopt}), previous_(TaskSystem::Install(&system_)) {}
-    ~TextureCompressionTest() override { TaskSystem::Install(previous_); }
-
-private:
-    TaskSystem system_;
-    TaskSystem* previous_;
+    Core::Tasks::ScopedTaskSystem tasks_{Core::Tasks::TaskSystemConfig{2, 0, std::nullopt}};
 };
 
 struct ErrorFigures {
