@@ -210,11 +210,7 @@ TEST(MaterialExtensionTest, KnowsTheFourKindsInAnyCase) {
 }
 
 TEST(DefaultMaterialTest, UsesTheBuiltinTexturesAndRoughnessOfTheEngine) {
-    BuiltinAssetHandles builtins;
-    builtins.white = 11;
-    builtins.black = 12;
-    builtins.flatNormal = 13;
-    const MaterialAsset material = MakeDefaultMaterial(builtins);
+    const MaterialAsset material = MakeDefaultMaterial({.white = 11, .black = 12, .flatNormal = 13});
     EXPECT_EQ(material.roughness, 0.65f);
     EXPECT_EQ(
         (std::array{material.albedoTexture, material.normalTexture, material.metallicTexture, material.roughnessTexture,
