@@ -45,15 +45,12 @@ protected:
         clip.events.push_back(AnimationEvent{.time = 0.25f, .name = "step", .value = 1.0f, .flag = true,
                                              .textA = "a", .textB = "b", .action = 3, .audio = 0,
                                              .audioValue = 0.75f, .audioFlag = true, .actionText = "jump"});
-        AnimationTrack track;
-        track.boneName = "Hips";
-        track.index = 0;
-        track.positionKeys = {{0.0f, 1.0f, 2.0f, 3.0f}, {1.0f, 4.0f, 5.0f, 6.0f}};
-        track.rotationKeys = {{0.5f, 0.0f, 0.0f, 0.0f, 1.0f}};
-        track.scaleKeys = {{0.0f, 1.0f, 1.0f, 1.0f}};
-        clip.tracks.push_back(track);
-        clip.tracks.emplace_back().boneName = "Spine";
-        clip.tracks.back().index = 1;
+        clip.tracks.push_back({.boneName = "Hips",
+                               .index = 0,
+                               .positionKeys = {{0.0f, 1.0f, 2.0f, 3.0f}, {1.0f, 4.0f, 5.0f, 6.0f}},
+                               .rotationKeys = {{0.5f, 0.0f, 0.0f, 0.0f, 1.0f}},
+                               .scaleKeys = {{0.0f, 1.0f, 1.0f, 1.0f}}});
+        clip.tracks.push_back({.boneName = "Spine", .index = 1, .positionKeys = {}, .rotationKeys = {}, .scaleKeys = {}});
         return clip;
     }
 
