@@ -140,8 +140,10 @@ TEST(MaterialCompilerTest, EmitsEachNodesStatementAndOutputAsTheCaseFileHolds) {
         std::string word;
         words >> word;
         const std::size_t dot = word.find('.');
+        const MaterialNodeDefinition* row = FindMaterialNode(word.substr(0, dot));
+        if (!row) return "no node " + word;
         GraphBuilder graph;
-        const std::uint64_t node = graph.Add(FindMaterialNode(word.substr(0, dot))->type);
+        const std::uint64_t node = graph.Add(row->type);
         for (std::string item; words >> item;) {
             if (item == "<-" && words >> item) graph.Link(graph.Add(kNodeTime), "Value", node, item.substr(5));
             else graph.Node(node).properties[item.substr(0, item.find('='))] = item.substr(item.find('=') + 1);
@@ -176,8 +178,10 @@ TEST(MaterialCompilerTest, NodesOutsideTheirDomainsAndBrokenNodesGiveTheirErrors
         words >> domain >> type;
         std::getline(words >> std::ws, property);
         const bool post = domain == "PostProcess";
+        const MaterialNodeDefinition* row = FindMaterialNode(type);
+        if (!row) return "no node " + type;
         GraphBuilder graph(post ? kDomainPostProcess : kDomainSurface);
-        const std::uint64_t node = graph.Add(FindMaterialNode(type)->type);
+        const std::uint64_t node = graph.Add(row->type);
         if (!property.empty())
             graph.Node(node).properties[property.substr(0, property.find('='))] = property.substr(property.find('=') + 1);
         const std::uint64_t output = graph.Add(post ? kNodePostProcessOutput : kNodeMaterialOutput);
