@@ -11,6 +11,7 @@
 
 #include <cmath>
 #include <tuple>
+#include <type_traits>
 
 namespace Brelk::Assets {
 namespace {
@@ -44,15 +45,12 @@ protected:
         clip.events.push_back(AnimationEvent{.time = 0.25f, .name = "step", .value = 1.0f, .flag = true,
                                              .textA = "a", .textB = "b", .action = 3, .audio = 0,
                                              .audioValue = 0.75f, .audioFlag = true, .actionText = "jump"});
-        AnimationTrack track;
-        track.boneName = "Hips";
-        track.index = 0;
-        track.positionKeys = {{0.0f, 1.0f, 2.0f, 3.0f}, {1.0f, 4.0f, 5.0f, 6.0f}};
-        track.rotationKeys = {{0.5f, 0.0f, 0.0f, 0.0f, 1.0f}};
-        track.scaleKeys = {{0.0f, 1.0f, 1.0f, 1.0f}};
-        clip.tracks.push_back(track);
-        clip.tracks.emplace_back().boneName = "Spine";
-        clip.tracks.back().index = 1;
+        clip.tracks.push_back({.boneName = "Hips",
+                               .index = 0,
+                               .positionKeys = {{0.0f, 1.0f, 2.0f, 3.0f}, {1.0f, 4.0f, 5.0f, 6.0f}},
+                               .rotationKeys = {{0.5f, 0.0f, 0.0f, 0.0f, 1.0f}},
+                               .scaleKeys = {{0.0f, 1.0f, 1.0f, 1.0f}}});
+        clip.tracks.push_back({.boneName = "Spine", .index = 1, .positionKeys = {}, .rotationKeys = {}, .scaleKeys = {}});
         return clip;
     }
 
@@ -67,27 +65,26 @@ protected:
     AssetHandle skeleton_ = 0;
 };
 
+// Writes each value in the form its type says: a float as f32, a bool as one byte, any other number
+// as u32, text as a string.
+template <typename... Values>
+std::vector<std::uint8_t> Bytes(const Values&... values) {
+    ByteWriter writer;
+    const auto put = [&](const auto& value) {
+        using T = std::decay_t<decltype(value)>;
+        if constexpr (std::is_same_v<T, float>) writer.WriteF32(value);
+        else if constexpr (std::is_same_v<T, bool>) writer.WriteU8(value ? 1 : 0);
+        else if constexpr (std::is_integral_v<T>) writer.WriteU32(static_cast<std::uint32_t>(value));
+        else writer.WriteString(value);
+    };
+    (put(values), ...);
+    return writer.TakeBytes();
+}
+
 // The head and payload of a version 2 file with the given modes, no events, no tracks.
 std::vector<std::uint8_t> VersionTwoClip(std::int32_t firstMode, std::int32_t lastMode, float valueA) {
-    ByteWriter writer;
-    writer.WriteU32(kAnimationClipMagic);
-    writer.WriteU32(2);
-    writer.WriteString("Old");
-    writer.WriteString("");
-    writer.WriteF32(2.0f);
-    writer.WriteF32(valueA);
-    writer.WriteU8(1);
-    writer.WriteU32(static_cast<std::uint32_t>(firstMode));
-    for (int i = 0; i < 5; ++i) writer.WriteU32(1);
-    writer.WriteU32(static_cast<std::uint32_t>(lastMode));
-    for (int i = 0; i < 3; ++i) writer.WriteU8(0);
-    writer.WriteF32(0.0f);
-    writer.WriteU8(0);
-    writer.WriteString("");
-    writer.WriteU32(0);
-    writer.WriteU32(0);
-    writer.WriteU32(0);
-    return writer.TakeBytes();
+    return Bytes(kAnimationClipMagic, 2, "Old", "", 2.0f, valueA, true, firstMode, 1, 1, 1, 1, 1, lastMode, false,
+                 false, false, 0.0f, false, "", 0, 0, 0);
 }
 
 TEST_F(AnimationClipFileTest, RawAndCookedFilesRoundTripEveryFieldButTheAudioHandle) {
@@ -116,28 +113,12 @@ TEST_F(AnimationClipFileTest, OldVersionsReadWithClampedModesAndDefaultsAndAGone
     ASSERT_TRUE(ParseAnimationClip(VersionTwoClip(0, 0, std::nanf("")), registry_, "Old", &clip));
     EXPECT_EQ(clip.valueA, 0.0f);
 
-    // Version 1: duration and looping, then an event of four fields and one track; its skeleton is gone.
-    ByteWriter writer;
-    writer.WriteU32(kAnimationClipMagic);
-    writer.WriteU32(1);
-    writer.WriteString("V1");
-    writer.WriteString("content:Gone.bskel");
-    writer.WriteF32(3.0f);
-    writer.WriteU8(1);
-    writer.WriteU32(1);
-    writer.WriteF32(0.5f);
-    writer.WriteString("hit");
-    writer.WriteF32(2.0f);
-    writer.WriteU8(1);
-    writer.WriteU32(1);
-    writer.WriteString("Hips");
-    writer.WriteU32(4);
-    writer.WriteU32(0);
-    writer.WriteU32(0);
-    writer.WriteU32(1);
-    for (float value : {0.0f, 2.0f, 2.0f, 2.0f}) writer.WriteF32(value);
+    // Version 1: duration and looping; one event of time, name, value and flag; one track of bone,
+    // index and counts of position, rotation and scale keys, and its scale key. Its skeleton is gone.
+    const std::vector<std::uint8_t> v1 = Bytes(kAnimationClipMagic, 1, "V1", "content:Gone.bskel", 3.0f, true, 1, 0.5f,
+                                               "hit", 2.0f, true, 1, "Hips", 4, 0, 0, 1, 0.0f, 2.0f, 2.0f, 2.0f);
     LogCapture log;
-    ASSERT_TRUE(ParseAnimationClip(writer.Bytes(), registry_, "Clips/V1.bclip", &clip));
+    ASSERT_TRUE(ParseAnimationClip(v1, registry_, "Clips/V1.bclip", &clip));
     EXPECT_EQ(log.Messages(Core::LogLevel::Warning),
               std::vector<std::string>{
                   "Unresolved animation clip skeleton reference in Clips/V1.bclip (clip.skeleton): content:Gone.bskel"});

@@ -3,10 +3,10 @@
 #include "engine/assets/AssetReference.h"
 #include "engine/assets/AssetRegistry.h"
 #include "engine/assets/tests/AssetTestSupport.h"
+#include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <tuple>
 
 namespace Brelk::Assets {
@@ -24,8 +24,6 @@ protected:
     void SetUp() override {
         for (const char* name : {"Hero.bskel", "Walk.bclip", "Run.bclip", "Step.wav"}) WriteText(folder_ / name, "x");
         registry_.SetContentRoot(folder_.Path(), AssetSourceMode::Authoring);
-        walk_ = Reference("Walk.bclip");
-        run_ = Reference("Run.bclip");
     }
 
     std::string Reference(const char* name) const {
@@ -36,16 +34,20 @@ protected:
         return fs::path(BRELK_TEST_DATA_DIR).parent_path().parent_path() / "animation" / "tests" / "data";
     }
 
-    // The healthy version-14 file of the data folder, as the writer gives it, with the references put in.
-    std::string Healthy() const {
-        std::string text = ReadText(Data() / "Hero.bcontroller");
+    // The data files name the assets of the scratch folder as "@Walk.bclip"; `in` puts the references
+    // in, and taking them out again keeps the expected texts free of the folder's guids.
+    std::string References(std::string text, bool in = true) const {
         for (const char* name : {"Hero.bskel", "Walk.bclip", "Run.bclip", "Step.wav"}) {
-            const std::string slot = std::string("@") + name;
-            for (std::size_t at = text.find(slot); at != std::string::npos; at = text.find(slot))
-                text.replace(at, slot.size(), Reference(name));
+            const std::string slot = std::string("@") + name, reference = Reference(name);
+            const std::string& from = in ? slot : reference;
+            for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from))
+                text.replace(at, from.size(), in ? reference : slot);
         }
         return text;
     }
+
+    // The healthy version-14 file of the data folder, as the writer gives it.
+    std::string Healthy() const { return References(ReadText(Data() / "Hero.bcontroller")); }
 
     AnimatorController Parse(const std::string& text, AnimatorControllerLoadReport* report = nullptr) {
         AnimatorController controller;
@@ -56,8 +58,6 @@ protected:
 
     ScratchFolder folder_;
     AssetRegistry registry_;
-    std::string walk_;
-    std::string run_;
 };
 
 TEST_F(AnimatorControllerFileTest, AHealthyFileReadsWritesBackByteForByteAndSavesEveryField) {
@@ -92,92 +92,26 @@ TEST_F(AnimatorControllerFileTest, AHealthyFileReadsWritesBackByteForByteAndSave
     EXPECT_EQ(loaded.stableIds.NextId(), 10u);
 }
 
-// Version 1 shares one motion per clip; version 10 lacks later columns, which take their defaults.
-TEST_F(AnimatorControllerFileTest, OldVersionsUpgradeAsTheGoldenFileHolds) {
-    const std::string v1 = "bcontroller 1\nname \"Old\"\nskeleton \"\"\nnext_id 1\ndefault_state \"A\"\n"
-                           "parameters 0\nstates 3\n"
-                           "state \"A\" \"" + walk_ + "\" 1 1\n"
-                           "state \"B\" \"" + walk_ + "\" 0 2\n"
-                           "state \"C\" \"" + run_ + "\" 1 0.5\n"
-                           "transitions 1\ntransition \"A\" \"C\" 0.25 1 0 0\n";
-    const std::string v10 = "bcontroller 10\nname \"Mid\"\nskeleton \"\"\nnext_id 5\ndefault_state \"S\"\n"
-                            "parameters 1\nparameter \"p\" 2 0 0 7 1 0 0 0 0\n"
-                            "motions 1\nmotion 1 \"M\" 0 \"\" \"t\" \"u\" 1\n"
-                            "motion_child \"c\" \"\" 0.5 2\n"
-                            "motion_child_event 1 \"e\" 0 0 \"a\" \"b\"\n"
-                            "\n"
-                            "motion_child_event 2 \"f\" 0 1 \"\" \"\"\n"
-                            "states 1\nstate 2 \"S\" 1 1 2 1 3 1 0\n"
-                            "state_event 0 \"s\" 0 0 \"\" \"\"\n"
-                            "transitions 1\ntransition 3 \"S\" \"S\" 0.5 0 0 0 0 0 0\n";
-    AnimatorControllerLoadReport report;
-    std::string text = "== version 1\n" + SerializeAnimatorController(Parse(v1, &report), registry_);
-    // An upgrade alone is no repair: the old file is left as it is.
-    EXPECT_FALSE(report.Repaired());
-    text += "== version 10\n" + SerializeAnimatorController(Parse(v10), registry_);
-    for (const char* name : {"Walk.bclip", "Run.bclip"}) {
-        const std::string reference = Reference(name);
-        for (std::size_t at = text.find(reference); at != std::string::npos; at = text.find(reference))
-            text.replace(at, reference.size(), std::string("@") + name);
-    }
-    const fs::path golden = Data() / "Upgraded.bcontroller";
-    if (std::getenv("BRELK_UPDATE_GOLDEN")) WriteText(golden, text);
-    EXPECT_EQ(text, ReadText(golden));
+TEST_F(AnimatorControllerFileTest, OldVersionsUpgradeAsTheCaseFileHolds) {
+    Brelk::Testing::ExpectTextCases(Data() / "UpgradedControllers.txt", [&](const Brelk::Testing::TextCase& c) {
+        AnimatorControllerLoadReport report;
+        const std::string text = SerializeAnimatorController(Parse(References(c.input), &report), registry_);
+        return References(text, false) + (report.Repaired() ? "(repaired)" : "");
+    });
 }
 
 TEST_F(AnimatorControllerFileTest, EachBrokenLineGivesItsMessage) {
-    const std::string good = Healthy();
-    auto replace = [&](std::string_view from, std::string_view to) {
-        std::string text = good;
-        const std::size_t at = text.find(from);
-        EXPECT_NE(at, std::string::npos) << from;
-        return text.replace(at, from.size(), to);
-    };
-    auto cutBefore = [&](std::string_view from) { return good.substr(0, good.find(from)); };
-    const struct {
-        std::string text;
-        const char* message;
-    } rows[] = {
-        {"", "Invalid controller asset header."},
-        {replace("bcontroller 14", "bcontrol 14"), "Invalid controller asset header."},
-        {replace("bcontroller 14", "bcontroller 15"), "Unsupported controller asset version."},
-        {replace("bcontroller 14", "bcontroller 0"), "Unsupported controller asset version."},
-        {cutBefore("name "), "Missing controller name."},
-        {replace("name \"", "name "), "Missing controller name."},
-        {cutBefore("skeleton"), "Missing controller skeleton reference."},
-        {replace("next_id 9", "next_id -9"), "Missing controller stable id counter."},
-        {replace("default_state_id 3", "default_state \"Idle\""), "Missing controller default state."},
-        {cutBefore("parameters"), "Missing controller parameter list."},
-        {replace("\"jump\" 3", "\"jump\" 4"), "Failed to parse controller parameter."},
-        {replace("parameters 2", "parameters 3"), "Failed to parse controller parameter."},
-        {cutBefore("motions"), "Missing controller motion list."},
-        {replace("\"Blend\" 1", "\"Blend\" x"), "Failed to parse controller motion."},
-        {replace("\"y\" 1\n", "\"y\" 2\n"), "Failed to parse controller blend-tree child."},
-        {replace("motion_child 2", "motion_child"), "Failed to parse controller blend-tree child."},
-        {replace("0.25 \"step\" 1 1", "0.25 \"step\" 1 2"), "Failed to parse controller blend-tree child event."},
-        {replace("\"b\" 2", "\"b\" two"), "Failed to parse controller blend-tree child event action."},
-        {cutBefore("states"), "Missing controller state list."},
-        {replace("\"blink\" 0 0", "\"blink\" 0 x"), "Failed to parse controller state event."},
-        {replace("0 0 \"\"\nstate_layer", "0 9 \"\"\nstate_layer"), "Failed to parse controller state event action."},
-        {replace("\"Upper\" 1 1", "\"Upper\" 1 2"), "Failed to parse controller state layer."},
-        {replace("\"Spine\" 1 0.75", "\"Spine\" 1"), "Failed to parse controller state layer mask."},
-        {replace("state 4 \"Run\"", "state x \"Run\""), "Failed to parse controller state."},
-        {cutBefore("layer_groups"), "Missing controller layer group list."},
-        {replace("\"Arms\" 1 0", "\"Arms\" 1 5"), "Failed to parse controller layer group."},
-        {replace("1 2 3 4\n", "1 2 3\n"), "Failed to parse controller layer group members."},
-        {replace("1 2 3 4\n", "1 2 3 4 5\n"), "Failed to parse controller layer group members."},
-        {replace("\"LeftArm\" 0 1", "\"LeftArm\" 0 1 1"), "Failed to parse controller layer group mask."},
-        {cutBefore("transitions"), "Missing controller transition list."},
-        {replace("transition 6 3 4", "transition 6 3"), "Failed to parse controller transition."},
-        {replace("\"speed\" 1 0.5", "\"speed\" 1.5 0.5"), "Failed to parse controller condition."},
-        {replace("transitions 1", "transitions 4000000000"), "Failed to parse controller transition."},
-    };
-    for (const auto& row : rows) {
+    const std::string good = "\n" + ReadText(Data() / "Hero.bcontroller");
+    Brelk::Testing::ExpectTextCases(Data() / "BrokenControllers.txt", [&](const Brelk::Testing::TextCase& c) {
+        const std::size_t split = c.input.find('\n') + 1;
+        const std::size_t at = good.find("\n" + c.input.substr(0, split));
+        if (at == std::string::npos) return "no such line: " + c.input.substr(0, split);
+        std::string text = good.substr(1);
+        text = split == c.input.size() ? text.substr(0, at) : text.replace(at, split, c.input.substr(split));
         AnimatorController controller;
         std::string error;
-        EXPECT_FALSE(ParseAnimatorController(row.text, &controller, registry_, &error)) << row.message;
-        EXPECT_EQ(error, row.message) << row.text;
-    }
+        return ParseAnimatorController(References(text), &controller, registry_, &error) ? "read" : error;
+    });
     std::string error;
     AnimatorController controller;
     EXPECT_FALSE(LoadAnimatorController(folder_ / "None.bcontroller", &controller, registry_, &error));
@@ -197,7 +131,8 @@ TEST_F(AnimatorControllerFileTest, MissingIdsAreRepairedAndRewrittenUnlessARefer
         std::string text = Healthy();
         text.replace(text.find("default_state_id 3"), 18, "default_state_id 8");
         text.replace(text.find("transition 6 3 4"), 16, "transition 6 7 4");
-        text.replace(text.find(run_), run_.size(), resolves ? "content:Run.bclip" : "content:Gone.bclip");
+        const std::string run = Reference("Run.bclip");
+        text.replace(text.find(run), run.size(), resolves ? "content:Run.bclip" : "content:Gone.bclip");
         WriteText(folder_ / "Hero.bcontroller", text);
         LogCapture log;
         const std::optional<AnimatorController> controller =

@@ -6,10 +6,11 @@
 #include "engine/assets/materials/MaterialText.h"
 #include "engine/assets/tests/AssetTestSupport.h"
 #include "engine/core/Hash.h"
+#include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <sstream>
 #include <stdexcept>
 #include <unordered_map>
 
@@ -83,12 +84,13 @@ std::string Line(const MaterialCompiledState& state, std::string_view prefix) {
     return state.fragmentSource.substr(at + 4, state.fragmentSource.find('\n', at) - at - 4);
 }
 
-// Writes the golden file instead when BRELK_UPDATE_GOLDEN is set.
-void ExpectGolden(std::string_view name, const std::string& text) {
-    const std::filesystem::path golden =
-        std::filesystem::path(BRELK_TEST_DATA_DIR).parent_path().parent_path() / "materials" / "tests" / "data" / name;
-    if (std::getenv("BRELK_UPDATE_GOLDEN")) Testing::WriteText(golden, text);
-    EXPECT_EQ(text, Testing::ReadText(golden));
+const std::filesystem::path kData =
+    std::filesystem::path(BRELK_TEST_DATA_DIR).parent_path().parent_path() / "materials" / "tests" / "data";
+
+std::string Joined(const std::vector<std::string>& lines) {
+    std::string text;
+    for (const std::string& line : lines) text += line + "\n";
+    return text;
 }
 
 // All that a compile hands over but the shader's name, whose hash follows the template files.
@@ -113,9 +115,10 @@ TEST(MaterialCompilerTest, CompilesEachDomainsDefaultGraphAsTheGoldenFileHolds) 
     const MaterialCompiledState surface = compile(MakeDefaultSurfaceGraph(), false);
     const MaterialCompiledState masked = compile(MakeDefaultSurfaceGraph(), true);
     const MaterialCompiledState function = compile(MakeDefaultFunctionGraph(), false);
-    ExpectGolden("CompiledDefaultGraphs.txt", Dump("surface", surface) + Dump("alpha-masked surface", masked, false) +
-                                                  Dump("post process", compile(MakeDefaultPostProcessGraph(), false)) +
-                                                  Dump("function", function));
+    Brelk::Testing::ExpectGoldenText(kData / "CompiledDefaultGraphs.txt",
+                                     Dump("surface", surface) + Dump("alpha-masked surface", masked, false) +
+                                         Dump("post process", compile(MakeDefaultPostProcessGraph(), false)) +
+                                         Dump("function", function));
     // The name keys the compiled files on disk: its formula is pinned, whatever the templates hold.
     const std::string head = "brelk_material_shader_c03|" + std::to_string(surface.templateStamp) + "|";
     const std::uint64_t hash =
@@ -130,53 +133,25 @@ TEST(MaterialCompilerTest, CompilesEachDomainsDefaultGraphAsTheGoldenFileHolds) 
     EXPECT_EQ(function.shaderName, "Rock_function");
 }
 
-// Each row compiles one node into the base colour, an input fed by Time where named; what every node
-// writes is pinned in the golden file beside the node catalogue's.
-TEST(MaterialCompilerTest, EmitsEachNodesStatementAndOutputAsTheGoldenFileHolds) {
-    const struct {
-        std::uint32_t type;
-        const char* output;
-        std::unordered_map<std::string, std::string> properties;
-        const char* timeInput;
-    } table[] = {
-        {kNodeAdd, "Result", {}, "A"},           {kNodeDivide, "Result", {}, nullptr},
-        {kNodePower, "Result", {}, nullptr},     {kNodeMin, "Result", {}, nullptr},
-        {kNodeSqrt, "Result", {}, nullptr},      {kNodeRound, "Result", {}, "Value"},
-        {kNodeOneMinus, "Result", {}, nullptr},  {kNodeInvert, "Color", {}, "Value"},
-        {kNodeLerp, "Result", {}, nullptr},      {kNodeStep, "Result", {}, "Value"},
-        {kNodeClamp, "Result", {}, nullptr},     {kNodeSaturate, "Result", {}, "Value"},
-        {kNodeNormalize, "Result", {}, nullptr}, {kNodeReflect, "Result", {}, nullptr},
-        {kNodeCombine, "Vec3", {}, "Y"},         {kNodeCombine, "Vec2", {}, nullptr},
-        {kNodeSplitChannels, "G", {}, nullptr},  {kNodeSwizzle, "Value", {{"mask", "RGBA"}}, nullptr},
-        {kNodeSwizzle, "Value", {{"mask", "bgr"}}, "Value"},
-        {kNodeComponentMask, "Value", {{"mask", ""}}, "Value"},
-        {kNodeCompare, "Result", {{"op", "=>"}}, nullptr},
-        {kNodeCompare, "Result", {{"op", "!="}}, nullptr},
-        {kNodeRemap, "Result", {}, nullptr},               {kNodeRGBToHSV, "Value", {}, nullptr},
-        {kNodeBrightnessContrast, "Color", {}, nullptr},   {kNodeGamma, "Color", {}, nullptr},
-        {kNodeMix, "Color", {}, nullptr},                  {kNodeTextureScaleOffset, "UV", {}, nullptr},
-        {kNodeNormalMap, "Normal", {}, nullptr},           {kNodeChecker, "Color", {}, nullptr},
-        {kNodeGradient, "Color", {}, nullptr},             {kNodeNoise, "Value", {}, nullptr},
-        {kNodeFresnel, "Value", {}, nullptr},              {kNodeFlipbookUV, "Value", {}, nullptr},
-        {kNodeDissolve, "Edge", {}, nullptr},              {kNodeDepthFade, "Fade", {}, nullptr},
-        {kNodeSceneColor, "Color", {}, nullptr},           {kNodeConstantColor, "Value", {{"value", "1,0,0.5,1"}}, nullptr},
-        {kNodeConstantBool, "Value", {{"value", "1"}}, nullptr},
-        {kNodeConstantInt, "Value", {{"value", "3"}}, nullptr},
-        {kNodeParameterVec3, "Value", {{"name", ""}}, nullptr},
-        {kNodeViewDirection, "Value", {}, nullptr},        {kNodeCustomCode, "Value", {}, nullptr},
-    };
-    std::string text;
-    for (const auto& row : table) {
+// What every node writes is pinned beside the node catalogue's golden file.
+TEST(MaterialCompilerTest, EmitsEachNodesStatementAndOutputAsTheCaseFileHolds) {
+    Brelk::Testing::ExpectTextCases(kData / "MaterialNodeEmission.txt", [](const Brelk::Testing::TextCase& c) {
+        std::istringstream words(c.input);
+        std::string word;
+        words >> word;
+        const std::size_t dot = word.find('.');
+        const MaterialNodeDefinition* row = FindMaterialNode(word.substr(0, dot));
+        if (!row) return "no node " + word;
         GraphBuilder graph;
-        const std::uint64_t node = graph.Add(row.type, row.properties);
-        if (row.timeInput) graph.Link(graph.Add(kNodeTime), "Value", node, row.timeInput);
-        graph.Link(node, row.output, graph.Add(kNodeMaterialOutput), "Base Color");
+        const std::uint64_t node = graph.Add(row->type);
+        for (std::string item; words >> item;) {
+            if (item == "<-" && words >> item) graph.Link(graph.Add(kNodeTime), "Value", node, item.substr(5));
+            else graph.Node(node).properties[item.substr(0, item.find('='))] = item.substr(item.find('=') + 1);
+        }
+        graph.Link(node, word.substr(dot + 1), graph.Add(kNodeMaterialOutput), "Base Color");
         const MaterialCompiledState state = graph.Compile();
-        text += FindMaterialNode(row.type)->name + "." + row.output + (row.timeInput ? " <- Time" : "") + "\n";
-        for (const std::string& message : Messages(state)) text += "! " + message + "\n";
-        text += Statements(state) + Line(state, "vec4 surfaceBaseColor") + "\n";
-    }
-    ExpectGolden("MaterialNodeEmission.txt", text);
+        return Joined(Messages(state)) + Statements(state) + Line(state, "vec4 surfaceBaseColor");
+    });
 }
 
 TEST(MaterialCompilerTest, CustomCodeBecomesAHelperFunctionOfItsInputs) {
@@ -197,38 +172,23 @@ TEST(MaterialCompilerTest, CustomCodeBecomesAHelperFunctionOfItsInputs) {
 }
 
 TEST(MaterialCompilerTest, NodesOutsideTheirDomainsAndBrokenNodesGiveTheirErrors) {
-    const struct {
-        std::uint32_t domain;
-        std::uint32_t type;
-        std::unordered_map<std::string, std::string> properties;
-        const char* message;
-    } table[] = {
-        {2, kNodeNormal, {}, "Normal nodes are only valid in Surface material graphs."},
-        {2, kNodeVertexColor, {}, "Vertex Color is only valid in Surface material graphs."},
-        {2, kNodeObjectPosition, {}, "Object and world position nodes are only valid in Surface material graphs."},
-        {2, kNodeTangent, {}, "Tangent is only valid in Surface material graphs."},
-        {0, kNodeScreenUV, {}, "Screen UV is only valid in Post Process material graphs."},
-        {0, kNodeSceneDepth, {}, "Scene Depth is only valid in Post Process material graphs."},
-        {0, kNodeResolution, {}, "Resolution is only valid in Post Process material graphs."},
-        {2, kNodeParticleData, {}, "Particle Data is only valid in Surface material graphs."},
-        {2, kNodeParticleCustom, {}, "Particle Custom is only valid in Surface material graphs."},
-        {2, kNodeDepthFade, {}, "Depth Fade is only valid in Surface material graphs."},
-        {2, kNodeDecalProjection, {}, "Decal Projection is only valid in Surface material graphs."},
-        {2, kNodeVolumeSphere, {}, "Volume Sphere is only valid in Surface material graphs."},
-        {0, kNodeCustomCode, {{"code", ""}}, "Custom code node is empty."},
-        {0, kNodeCustomCode, {{"code", "result = GL_FragCoord.x;"}}, "Custom code contains forbidden tokens."},
-        {0, kNodeCustomCode, {{"code", "for (;;) {}"}}, "Custom code contains forbidden tokens."},
-        {0, kNodeTextureSample2D, {}, "Texture Sample node requires a texture input."},
-    };
-    for (const auto& row : table) {
-        GraphBuilder graph(row.domain);
-        const std::uint64_t node = graph.Add(row.type, row.properties);
-        const std::uint64_t output = graph.Add(row.domain == 2 ? kNodePostProcessOutput : kNodeMaterialOutput);
+    Brelk::Testing::ExpectTextCases(kData / "MisplacedAndBrokenNodes.txt", [](const Brelk::Testing::TextCase& c) {
+        std::istringstream words(c.input);
+        std::string domain, type, property;
+        words >> domain >> type;
+        std::getline(words >> std::ws, property);
+        const bool post = domain == "PostProcess";
+        const MaterialNodeDefinition* row = FindMaterialNode(type);
+        if (!row) return "no node " + type;
+        GraphBuilder graph(post ? kDomainPostProcess : kDomainSurface);
+        const std::uint64_t node = graph.Add(row->type);
+        if (!property.empty())
+            graph.Node(node).properties[property.substr(0, property.find('='))] = property.substr(property.find('=') + 1);
+        const std::uint64_t output = graph.Add(post ? kNodePostProcessOutput : kNodeMaterialOutput);
         graph.Graph().links.push_back({99, graph.Node(node).outputs[0].id, graph.Node(output).inputs[0].id});
         const MaterialCompiledState state = graph.Compile();
-        EXPECT_FALSE(state.succeeded) << row.message;
-        EXPECT_EQ(Messages(state), std::vector<std::string>{"E1 " + std::string(row.message)});
-    }
+        return Joined(Messages(state)) + (state.succeeded ? "(compiled)" : "");
+    });
 }
 
 TEST(MaterialCompilerTest, ChecksTheGraphsShapeBeforeEmitting) {
@@ -410,31 +370,16 @@ TEST(MaterialCompilerTest, InlinesFunctionCallsWithFreshIdsAndRefusesBadCalls) {
                                         "W7 Link 15 does not run from an output to an input."}));
 }
 
-// The conversions and literals that no node row of the emission golden file reaches.
 TEST(MaterialExpressionTest, ConvertsBetweenEveryKindOfType) {
-    const struct {
-        std::uint32_t from;
-        std::uint32_t to;
-        const char* result;
-    } table[] = {
-        {kPinVec3, kPinVec3, "x"},
-        {kPinTexture2D, kPinFloat, "x"},
-        {kPinFloat, kPinBool, "(x != 0.0)"},
-        {kPinVec3, kPinBool, "((x).x != 0.0)"},
-        {kPinVec2, kPinInt, "int((x).x)"},
-        {kPinBool, kPinVec2, "vec2((x ? 1.0 : 0.0))"},
-        {kPinInt, kPinFloat, "float(x)"},
-        {kPinVec4, kPinFloat, "(x).x"},
-        {kPinVec3, kPinVec4, "vec4(x, 1.0)"},
-        {kPinVec2, kPinVec3, "vec3(x, 0.0)"},
-        {kPinColor, kPinVec4, "vec4(x)"},
-        {kPinColor, kPinVec3, "(x).xyz"},
-        {kPinVec4, kPinVec2, "(x).xy"},
-    };
-    for (const auto& row : table) EXPECT_EQ(ConvertExpression("x", row.from, row.to), row.result) << row.from << row.to;
-    EXPECT_EQ(ConvertConstant({1, 2, 3, 4}, kPinVec2, kPinColor), (std::array<float, 4>{1, 2, 0, 1}));
-    EXPECT_EQ(ConvertConstant({2.5f, 0, 0, 0}, kPinFloat, kPinVec3), (std::array<float, 4>{2.5f, 2.5f, 2.5f, 0}));
-    EXPECT_EQ(ConvertConstant({-2.5f, 0, 0, 0}, kPinFloat, kPinInt), (std::array<float, 4>{-2, 0, 0, 0}));
+    Brelk::Testing::ExpectTextCases(kData / "TypeConversions.txt", [](const Brelk::Testing::TextCase& c) {
+        std::istringstream words(c.input);
+        std::string from, to, constant;
+        words >> from >> to >> constant;
+        std::uint32_t fromType = 0, toType = 0;
+        if (!MaterialPinTypeFromWord(from, &fromType) || !MaterialPinTypeFromWord(to, &toType)) return std::string("bad case");
+        if (constant.empty()) return ConvertExpression("x", fromType, toType);
+        return FormatMaterialVector(ConvertConstant(ParseMaterialVector(constant, {}), fromType, toType));
+    });
 }
 
 TEST(MaterialExpressionTest, WritesBothLiteralFormsAndNamesOutputs) {

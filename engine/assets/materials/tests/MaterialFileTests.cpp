@@ -8,11 +8,11 @@
 #include "engine/assets/materials/MaterialText.h"
 #include "engine/assets/tests/AssetTestSupport.h"
 #include "engine/core/Hash.h"
+#include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdlib>
 #include <limits>
 
 namespace Brelk::Assets {
@@ -23,29 +23,17 @@ using Testing::LogCapture;
 using Testing::ReadText;
 using Testing::WriteText;
 
-// Ordinary values are pinned by the golden files; these are the edges of both forms.
-TEST(FormatMaterialFloatTest, WritesSixDigitsWhenTheyHoldTheFloatElseTheShortestExactText) {
-    const struct {
-        float value;
-        const char* text;
-    } table[] = {
-        {16777216.0f, "16777216"},
-        {1e8f, "1e+08"},
-        {123456.789f, "123456.79"},
-        {-0.0f, "-0"},
-        {std::numeric_limits<float>::infinity(), "inf"},
-        {-std::numeric_limits<float>::quiet_NaN(), "-nan"},
-    };
-    for (const auto& row : table) EXPECT_EQ(FormatMaterialFloat(row.value), row.text) << row.text;
-    EXPECT_EQ(FormatMaterialVector({0.65f, 1.0f, 0.0f, 1e-7f}), "0.65,1,0,1e-07");
-}
+const fs::path kData = fs::path(BRELK_TEST_DATA_DIR).parent_path().parent_path() / "materials" / "tests" / "data";
 
-TEST(ParseMaterialVectorTest, ReadsFourNumbersOrGivesTheFallbackWhole) {
-    const std::array<float, 4> fallback{9.0f, 9.0f, 9.0f, 9.0f};
-    EXPECT_EQ(ParseMaterialVector("1,0.5,-2,3e1", fallback), (std::array<float, 4>{1.0f, 0.5f, -2.0f, 30.0f}));
-    EXPECT_EQ(ParseMaterialVector("1;2;3;4", fallback), (std::array<float, 4>{1.0f, 2.0f, 3.0f, 4.0f}));
-    for (const char* text : {"", "1,2,3", "1,2,3,", "1,2,x,4", "nan,1,1,1", "1,inf,1,1", "1e39,1,1,1"})
-        EXPECT_EQ(ParseMaterialVector(text, fallback), fallback) << text;
+// Ordinary values are pinned by the golden files; these are the edges of the float form, and vectors
+// that are not four finite numbers, which give the fallback whole.
+TEST(MaterialVectorTextTest, ParsesAndFormatsAsTheCaseFileHolds) {
+    Brelk::Testing::ExpectTextCases(kData / "MaterialVectors.txt", [](const Brelk::Testing::TextCase& c) {
+        const std::string_view text = std::string_view(c.input).substr(0, c.input.find('\n'));
+        return FormatMaterialVector(ParseMaterialVector(text, {9.0f, 9.0f, 9.0f, 9.0f}));
+    });
+    EXPECT_EQ(FormatMaterialFloat(std::numeric_limits<float>::infinity()), "inf");
+    EXPECT_EQ(FormatMaterialFloat(-std::numeric_limits<float>::quiet_NaN()), "-nan");
 }
 
 class MaterialFileTest : public ::testing::Test {
@@ -64,13 +52,6 @@ protected:
         std::string error;
         EXPECT_TRUE(ReadMaterialAsset(root_ / "In.bmat", material, registry, &error)) << error;
         return material;
-    }
-
-    static void ExpectGolden(std::string_view name, const std::string& text) {
-        const fs::path golden =
-            fs::path(BRELK_TEST_DATA_DIR).parent_path().parent_path() / "materials" / "tests" / "data" / name;
-        if (std::getenv("BRELK_UPDATE_GOLDEN")) WriteText(golden, text);
-        EXPECT_EQ(text, ReadText(golden));
     }
 
     Testing::ScratchFolder root_;
@@ -96,58 +77,20 @@ TEST_F(MaterialFileTest, EachKindsDefaultGraphAndAGraphOfLateLinesWriteBackAsThe
                  "node 13 CustomCode 0 0 \"Code\"\nlink 1 2 3\nlink 4 x 5\nfuture_key 1\n",
                  nullptr);
     ASSERT_TRUE(WriteMaterialAsset(root_ / "Out/Late.bmat", late, nullptr));
-    ExpectGolden("MaterialStartingGraphs.txt", text + "== late lines\n" + ReadText(root_ / "Out/Late.bmat"));
+    Brelk::Testing::ExpectGoldenText(kData / "MaterialStartingGraphs.txt", text + "== late lines\n" + ReadText(root_ / "Out/Late.bmat"));
 }
 
+// Every field of the golden file is off its default; it names the two assets of the project by word.
 TEST_F(MaterialFileTest, RoundTripsEveryFieldWithReferencesThroughTheRegistry) {
-    MaterialAsset material;
-    material.baseColor = {0.25f, 0.5f, 1.0f / 3.0f, 1.0f};
-    material.emissive = {1.0f, 0.0f, 0.5f};
-    material.emissiveIntensity = 0.0f;
-    material.metallic = 0.9f;
-    material.roughness = 0.125f;
-    material.aoStrength = 0.5f;
-    material.normalScale = 2.0f;
-    material.heightScale = 0.05f;
-    material.uvScale = {2.0f, 4.0f};
-    material.alphaCutoff = 0.25f;
-    material.albedoTexture = rock_;
-    material.heightTexture = rock_;
-    material.opaque = false;
-    material.alphaMasked = true;
-    material.doubleSided = true;
-    material.shadingModel = 1;
-    material.blendMode = 3;
-    material.cullMode = 0;
-    material.depthMode = 2;
-    material.isInstance = true;
-    material.parentMaterial = base_;
-    material.overrides["Tint \"A\""] = {true, {1.0f, 0.5f, 0.0f, 1.0f}, rock_};
-    material.overrides["Albedo"] = {false, {}, 0};
-    material.graph = MakeDefaultSurfaceGraph();
-    MaterialGraphNode texture;
-    texture.id = 40;
-    texture.type = 11;
-    texture.title = "Rock \\ Moss";
-    texture.properties = {{"asset", std::to_string(rock_)}, {"color_space", "linear"}};
-    texture.outputs.push_back({41, kPinOutput, kPinTexture2D, "Texture", false, true});
-    material.graph.nodes.push_back(texture);
-    material.graph.nextId = 42;
-
-    ASSERT_TRUE(WriteMaterialAsset(root_ / "Out/Full.bmatinst", material, &registry_));
-    std::string text = ReadText(root_ / "Out/Full.bmatinst");
-    for (const auto& [handle, word] : {std::pair{rock_, "ROCK"}, std::pair{base_, "BASE"}}) {
-        const std::string reference = AssetReferenceOf(registry_, handle);
-        for (std::size_t at = text.find(reference); at != std::string::npos; at = text.find(reference))
-            text.replace(at, reference.size(), word);
+    std::string text = ReadText(kData / "FullInstance.bmatinst");
+    for (const auto& [handle, word] : {std::pair{rock_, "\"ROCK\""}, std::pair{base_, "\"BASE\""}}) {
+        const std::string reference = "\"" + AssetReferenceOf(registry_, handle) + "\"";
+        for (std::size_t at = text.find(word); at != std::string::npos; at = text.find(word))
+            text.replace(at, std::string_view(word).size(), reference);
     }
-    ExpectGolden("FullInstance.bmatinst", text);
-
-    MaterialAsset back;
-    ASSERT_TRUE(ReadMaterialAsset(root_ / "Out/Full.bmatinst", back, &registry_));
-    material.graph.dirty = true;
-    material.graph.revision = 1;
-    EXPECT_EQ(back, material);
+    const MaterialAsset material = ReadBack(text, &registry_);
+    ASSERT_TRUE(WriteMaterialAsset(root_ / "Out/Full.bmatinst", material, &registry_));
+    EXPECT_EQ(ReadText(root_ / "Out/Full.bmatinst"), text);
 
     MaterialAsset legacy;
     ASSERT_TRUE(WriteMaterialAsset(root_ / "Out/Legacy.bmat", material, nullptr));
@@ -267,11 +210,7 @@ TEST(MaterialExtensionTest, KnowsTheFourKindsInAnyCase) {
 }
 
 TEST(DefaultMaterialTest, UsesTheBuiltinTexturesAndRoughnessOfTheEngine) {
-    BuiltinAssetHandles builtins;
-    builtins.white = 11;
-    builtins.black = 12;
-    builtins.flatNormal = 13;
-    const MaterialAsset material = MakeDefaultMaterial(builtins);
+    const MaterialAsset material = MakeDefaultMaterial({.white = 11, .black = 12, .flatNormal = 13});
     EXPECT_EQ(material.roughness, 0.65f);
     EXPECT_EQ(
         (std::array{material.albedoTexture, material.normalTexture, material.metallicTexture, material.roughnessTexture,

@@ -89,14 +89,10 @@ TEST_F(MaterialLoadingTest, AChangedFunctionRecompilesTheMaterialsThatMayCallIt)
     const AssetHandle rock = registry_.HandleOfPath(Content("Rock.bmat"));
     MaterialAsset caller;
     caller.graph = MakeDefaultSurfaceGraph();
-    MaterialGraphNode call;
-    call.id = 40;
-    call.type = 86;
-    call.title = "Call";
-    call.properties["asset"] = std::to_string(function);
-    call.inputs.push_back({41, kPinInput, kPinFloat, "Value", true, false});
-    call.outputs.push_back({42, kPinOutput, kPinFloat, "Result", false, false});
-    caller.graph.nodes.push_back(call);
+    caller.graph.nodes.push_back({.id = 40, .type = 86, .title = "Call",
+                                  .inputs = {{41, kPinInput, kPinFloat, "Value", true, false}},
+                                  .outputs = {{42, kPinOutput, kPinFloat, "Result", false, false}},
+                                  .properties = {{"asset", std::to_string(function)}}});
     caller.graph.links.push_back({43, 42, caller.graph.nodes[3].inputs[5].id});
     caller.graph.nextId = 44;
     Write("Rock.bmat", caller);

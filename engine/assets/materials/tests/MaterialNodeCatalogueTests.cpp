@@ -1,10 +1,9 @@
 #include "engine/assets/materials/MaterialNodeCatalogue.h"
 
-#include "engine/assets/tests/AssetTestSupport.h"
+#include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 
 namespace Brelk::Assets {
@@ -30,10 +29,9 @@ std::string DumpCatalogue() {
 TEST(MaterialNodeCatalogueTest, MatchesTheGoldenTableAndFindsRowsByIdAndExactWord) {
     // Titles and labels spaced from the words (acronyms kept whole) are part of the table. Worked out
     // by hand: the module's own data folder need not exist for the kernel to walk through it.
-    const std::filesystem::path golden = std::filesystem::path(BRELK_TEST_DATA_DIR).parent_path().parent_path() /
-                                         "materials" / "tests" / "data" / "MaterialNodeCatalogue.txt";
-    if (std::getenv("BRELK_UPDATE_GOLDEN")) Testing::WriteText(golden, DumpCatalogue());
-    EXPECT_EQ(DumpCatalogue(), Testing::ReadText(golden));
+    Brelk::Testing::ExpectGoldenText(std::filesystem::path(BRELK_TEST_DATA_DIR).parent_path().parent_path() /
+                                         "materials/tests/data/MaterialNodeCatalogue.txt",
+                                     DumpCatalogue());
     // Lookups by id and by the exact word only.
     EXPECT_EQ(FindMaterialNode(93u)->name, "VolumeSphere");
     EXPECT_EQ(FindMaterialNode("MaterialOutput")->type, 0u);

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <sys/stat.h>
 
 namespace Brelk::Assets {
@@ -66,13 +68,6 @@ protected:
 
     std::string Calls() const { return Testing::ReadText(folder_ / "calls.log"); }
 
-    std::uint32_t LineOf(std::uint64_t node) const {
-        for (const ShaderLineNode& entry : fragment_.lines.entries) {
-            if (entry.node == node) return entry.line;
-        }
-        return 0;
-    }
-
     Testing::ScratchFolder folder_;
     GeneratedFragmentSource fragment_;
     std::string vertex_;
@@ -114,7 +109,9 @@ TEST_F(ShaderBuildFixture, ReportsEachFailureOrShadowWarningAndLeavesNoPartialFi
         Diagnostics expected;
         bool built = false;
     };
-    const std::string line = std::to_string(LineOf(7));
+    // The line that the compiler's error names is the one the statement of node 7 stands on.
+    const std::string line =
+        std::to_string(std::ranges::find(fragment_.lines.entries, 7u, &ShaderLineNode::node)->line);
     const std::string frag = files_.fragmentSource.string();
     const std::string mapped = frag + ":" + line + ": error: 'node_3_value' : undeclared identifier\n1 error generated.\n";
     const std::vector<Row> rows = {

@@ -2,11 +2,9 @@
 #include "engine/assets/shaders/ShaderSource.h"
 #include "engine/assets/shaders/ShaderStamps.h"
 
-#include "tests/support/TestSupport.h"
+#include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
-
-#include <cstdlib>
 
 namespace Brelk::Assets {
 namespace {
@@ -45,11 +43,8 @@ TEST(BuildFragmentSource, WritesTheMaterialAroundTheTemplateAndTiesLinesToNodes)
 
     // Both templates' text, the surface one with its defines and helper, is pinned in the golden file.
     const GeneratedFragmentSource post = BuildFragmentSource(4, 63, {}, {}, std::vector<std::string>{"return vec4(1.0);"});
-    const std::string text = fragment.text + "== post process\n" + post.text;
-    const fs::path golden = fs::path(BRELK_TEST_DATA_DIR).parent_path().parent_path() / "shaders" / "tests" / "data" /
-                            "GeneratedFragments.glsl";
-    if (std::getenv("BRELK_UPDATE_GOLDEN")) Testing::WriteText(golden, text);
-    EXPECT_EQ(text, Testing::ReadText(golden));
+    const fs::path data = fs::path(BRELK_TEST_DATA_DIR).parent_path().parent_path() / "shaders/tests/data";
+    Testing::ExpectGoldenText(data / "GeneratedFragments.glsl", fragment.text + "== post process\n" + post.text);
 }
 
 TEST(MakeShadowFragmentSource, DefinesTheShadowPassBeforeTheFirstQuotedInclude) {

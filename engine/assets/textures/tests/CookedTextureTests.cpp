@@ -41,13 +41,8 @@ TEST(CookedTexture, RoundTripsEachFormThroughZlibWhenThatIsSmaller) {
     TextureAsset floats = Testing::SmoothImage(3, 2);
     floats.format = 1;
     floats.pixels.resize(3 * 2 * 16, 7);
-    TextureAsset bc;
-    bc.width = 5;
-    bc.height = 3;
-    bc.format = 3;
-    bc.mipCount = 3;
-    bc.hasAlpha = true;
-    bc.pixels.resize(64);
+    TextureAsset bc{
+        .width = 5, .height = 3, .hasAlpha = true, .format = 3, .mipCount = 3, .pixels = std::vector<std::uint8_t>(64)};
     for (std::size_t i = 0; i < bc.pixels.size(); ++i) bc.pixels[i] = static_cast<std::uint8_t>(i * 37);
     for (const TextureAsset& texture : {flat, floats, bc}) {
         const std::vector<std::uint8_t> bytes = EncodeCookedTexture(texture);
@@ -58,23 +53,6 @@ TEST(CookedTexture, RoundTripsEachFormThroughZlibWhenThatIsSmaller) {
         EXPECT_EQ(fields(decoded), fields(texture));
     }
     EXPECT_EQ(EncodeCookedTexture(flat)[24], 1); // compressed
-}
-
-TEST(CookedTexture, EncodeRefusesPartialChainsAndLevels) {
-    TextureAsset shortChain;
-    shortChain.width = 4;
-    shortChain.height = 4;
-    shortChain.format = 2;
-    shortChain.mipCount = 2;
-    shortChain.pixels.resize(32);
-    TextureAsset twoLevels = Testing::SmoothImage(2, 2);
-    twoLevels.mipCount = 2;
-    TextureAsset missingByte = Testing::SmoothImage(2, 2);
-    missingByte.pixels.pop_back();
-    for (const TextureAsset& texture : {shortChain, twoLevels, missingByte}) {
-        EXPECT_EQ(ThrownMessage([&] { (void)EncodeCookedTexture(texture); }),
-                  "Cooked texture requires a complete block-compressed mip chain or one RGBA level.");
-    }
 }
 
 TEST(CookedTexture, EveryBrokenHeaderGetsItsMessage) {
@@ -130,9 +108,19 @@ TEST(CookedTexture, LoadsAndSavesFilesWithTheirOwnMessages) {
     ASSERT_TRUE(Platform::WriteFileAtomic(folder / "short.btex", bytes));
     EXPECT_EQ(ThrownMessage([&] { (void)LoadCookedTexture(folder / "short.btex"); }),
               "Truncated cooked texture: " + (folder / "short.btex").string());
-    std::string error;
-    EXPECT_FALSE(SaveCookedTexture(TextureAsset{}, folder / "empty.btex", &error));
-    EXPECT_EQ(error, "Cooked texture requires a complete block-compressed mip chain or one RGBA level.");
+    // A partial chain or level is refused before anything is written.
+    TextureAsset twoLevels = Testing::SmoothImage(2, 2);
+    twoLevels.mipCount = 2;
+    TextureAsset missingByte = Testing::SmoothImage(2, 2);
+    missingByte.pixels.pop_back();
+    const TextureAsset shortChain{
+        .width = 4, .height = 4, .format = 2, .mipCount = 2, .pixels = std::vector<std::uint8_t>(32)};
+    for (const TextureAsset& texture : {shortChain, twoLevels, missingByte, TextureAsset{}}) {
+        std::string error;
+        EXPECT_FALSE(SaveCookedTexture(texture, folder / "refused.btex", &error));
+        EXPECT_EQ(error, "Cooked texture requires a complete block-compressed mip chain or one RGBA level.");
+    }
+    EXPECT_FALSE(IsCookedTexture(folder / "refused.btex"));
 }
 
 // White is pinned byte for byte above.

@@ -19,6 +19,12 @@ void Append(std::vector<std::uint8_t>& bytes, std::initializer_list<int> values)
     for (const int v : values) bytes.push_back(static_cast<std::uint8_t>(v));
 }
 
+// A file and the exact message its decode throws.
+struct BrokenImage {
+    std::vector<std::uint8_t> bytes;
+    std::string message;
+};
+
 std::vector<float> Floats(const TextureAsset& texture) {
     std::vector<float> values(texture.pixels.size() / 4);
     std::memcpy(values.data(), texture.pixels.data(), texture.pixels.size());
@@ -63,11 +69,7 @@ TEST(HdrTextureImporter, EveryFailureHasItsMessage) {
         Append(bytes, values);
         return bytes;
     };
-    struct Case {
-        std::vector<std::uint8_t> bytes;
-        std::string message;
-    };
-    const Case cases[] = {
+    const BrokenImage cases[] = {
         {{}, "HDR texture is empty: x.hdr"},
         {Bytes("P6\n"), "Unsupported HDR signature: x.hdr"},
         {Bytes("#?RADIANCE\n\n-Y 1 +X 1\n"), "Unsupported HDR pixel format: x.hdr"},
@@ -87,7 +89,7 @@ TEST(HdrTextureImporter, EveryFailureHasItsMessage) {
         {withScanline({9}), "HDR RLE literal exceeds scanline width."},
         {withScanline({8, 1, 2}), "Unexpected end of HDR literal data."},
     };
-    for (const Case& c : cases) {
+    for (const BrokenImage& c : cases) {
         EXPECT_EQ(ThrownMessage([&] { (void)HdrTextureImporter::DecodeTexture(c.bytes, "x.hdr"); }), c.message);
     }
     EXPECT_EQ(ThrownMessage([] { (void)HdrTextureImporter::ImportTexture("/no/such.hdr"); }),
@@ -138,13 +140,9 @@ TEST(TgaTextureImporter, DecodesEachTypeToTopDownRgba) {
 }
 
 TEST(TgaTextureImporter, EveryFailureHasItsMessage) {
-    struct Case {
-        std::vector<std::uint8_t> bytes;
-        std::string message;
-    };
     std::vector<std::uint8_t> truncated = TgaHeader(2, 2, 2, 24, 0);
     Append(truncated, {1, 2, 3});
-    const Case cases[] = {
+    const BrokenImage cases[] = {
         {{0, 0, 2}, "TGA texture header is incomplete: t.tga"},
         {TgaHeader(2, 0, 4, 24, 0), "TGA texture has invalid dimensions: t.tga"},
         {TgaHeader(4, 1, 1, 24, 0), "Unsupported TGA image type: t.tga"},
@@ -159,7 +157,7 @@ TEST(TgaTextureImporter, EveryFailureHasItsMessage) {
         {truncated, "TGA texture pixel data is incomplete: t.tga"},
         {TgaHeader(10, 200, 200, 32, 0), "TGA texture pixel data is incomplete: t.tga"},
     };
-    for (const Case& c : cases) {
+    for (const BrokenImage& c : cases) {
         EXPECT_EQ(ThrownMessage([&] { (void)TgaTextureImporter::DecodeTexture(c.bytes, "t.tga"); }), c.message);
     }
     EXPECT_EQ(ThrownMessage([] { (void)TgaTextureImporter::ImportTexture("/no/such.tga"); }),

@@ -17,18 +17,10 @@ namespace Brelk::Assets {
 namespace {
 
 using Brelk::Testing::ThrownMessage;
-using Core::Tasks::TaskSystem;
-using Core::Tasks::TaskSystemConfig;
 using namespace Testing;
 
 class TextureCompressionTest : public ::testing::Test {
-protected:
-    TextureCompressionTest() : system_(TaskSystemConfig{2, 0, std::nullopt}), previous_(TaskSystem::Install(&system_)) {}
-    ~TextureCompressionTest() override { TaskSystem::Install(previous_); }
-
-private:
-    TaskSystem system_;
-    TaskSystem* previous_;
+    Core::Tasks::ScopedTaskSystem tasks_{Core::Tasks::TaskSystemConfig{2, 0, std::nullopt}};
 };
 
 struct ErrorFigures {
@@ -81,9 +73,7 @@ TEST_F(TextureCompressionTest, ColourTexturesBecomeBc7Mode6WithTheFullChainAfter
     EXPECT_EQ(result.format, 2);
     EXPECT_EQ(result.mipCount, 3u);
     ASSERT_EQ(result.pixels.size(), 4u * 16);
-    for (std::size_t block = 0; block < 4; ++block) {
-        EXPECT_EQ(result.pixels[block * 16] & 0x7F, 64) << block;
-    }
+    // That the blocks are mode 6 shows in the decodes below: the decoder reads no other mode.
     const TextureAsset tiny = CompressTexture(SmoothImage(2, 2), TextureEncoding::LinearData, 0, nullptr);
     EXPECT_EQ(tiny.mipCount, 2u);
     EXPECT_EQ(tiny.pixels.size(), 32u);

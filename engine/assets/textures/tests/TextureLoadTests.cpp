@@ -28,16 +28,9 @@ void WriteTga(const fs::path& path, std::uint8_t width, std::uint8_t height, std
 
 class TextureLoadTest : public ::testing::Test {
 protected:
-    TextureLoadTest() : system_(Core::Tasks::TaskSystemConfig{1, 0, std::nullopt}),
-                        previous_(Core::Tasks::TaskSystem::Install(&system_)) {}
-    ~TextureLoadTest() override { Core::Tasks::TaskSystem::Install(previous_); }
-
     ScratchFolder folder_;
     TextureLoadOptions editing_{true, folder_ / "cache"};
-
-private:
-    Core::Tasks::TaskSystem system_;
-    Core::Tasks::TaskSystem* previous_;
+    Core::Tasks::ScopedTaskSystem tasks_{Core::Tasks::TaskSystemConfig{1, 0, std::nullopt}};
 };
 
 TEST_F(TextureLoadTest, ASideOf256IsCompressedIntoTheCookedCacheAndReadFromItNextTime) {
