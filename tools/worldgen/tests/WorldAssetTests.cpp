@@ -1,6 +1,6 @@
 #include "tools/worldgen/WorldAsset.h"
 
-#include "tests/support/TestSupport.h"
+#include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
 
@@ -14,8 +14,6 @@ namespace fs = std::filesystem;
 using Testing::ReadText;
 using Testing::ScratchFolder;
 using Testing::WriteText;
-
-constexpr std::string_view kEmptyWorldText = "brelk_world 1\ncell_size 64\norigin 0 0\nnavigation 0\n";
 
 // Unsorted cells at the limits of every field, and floats that need all nine digits.
 WorldAsset SampleWorld() {
@@ -51,68 +49,30 @@ TEST(WorldAssetFile, WritesTheCellsSortedAndReadsEveryFieldBackBitForBit) {
     WorldAsset sorted = SampleWorld();
     SortCells(sorted.cells);
     EXPECT_EQ(read, sorted);
-    EXPECT_EQ(FormatWorldAssetText(WorldAsset{}), kEmptyWorldText);
 }
 
-TEST(WorldAssetText, ReadsLenientInputIntoSortedCellsInTheirFileOrder) {
-    struct Case {
-        std::string_view text;
-        std::string cells; // the canonical text behind the four head lines
-        std::string_view head = kEmptyWorldText;
-    };
-    const Case table[] = {
-        // A minus sign wraps in unsigned fields; any navigation but 0 is on.
-        {"brelk_world 1\ncell 0 0 -1 -1 -0 7\n", "cell 0 0 4294967295 18446744073709551615 0 1\n"},
-        // The last head record wins, wherever it stands; every cell adds.
-        {"brelk_world 1\r\ncell 2 0 1 1 1 0\r\ncell_size 8\norigin 1 2\nnavigation 5\n\r\ncell_size 16\norigin 3 4\n"
-         "navigation 0\ncell 1 0 1 1 1 0\ncell 1 0 2 2 2 0\ncell_size 2",
-         "cell 1 0 1 1 1 0\ncell 1 0 2 2 2 0\ncell 2 0 1 1 1 0\n", "brelk_world 1\ncell_size 2\norigin 3 4\nnavigation 0\n"},
-        // By z, then x, as signed values; rows of one cell keep their order.
-        {"brelk_world 1\ncell 1 1 0 0 0 0\ncell 0 0 3 0 0 0\ncell -1 1 0 0 0 0\ncell 5 -2 0 0 0 0\ncell 0 0 1 0 0 0\n"
-         "cell -1 0 9 0 0 0\n",
-         "cell 5 -2 0 0 0 0\ncell -1 0 9 0 0 0\ncell 0 0 3 0 0 0\ncell 0 0 1 0 0 0\ncell -1 1 0 0 0 0\n"
-         "cell 1 1 0 0 0 0\n"},
-        {"# made by hand\nbrelk_world 1 extra\nfuture_record 1 2 3\n# x\ncell_size 12abc\n   \ncell 1 2 3 4 5 6 7 8\n",
-         "cell 1 2 3 4 5 1\n", "brelk_world 1\ncell_size 12\norigin 0 0\nnavigation 0\n"},
-    };
-    for (const Case& c : table) {
-        WorldAsset world;
-        std::string error;
-        ASSERT_TRUE(ParseWorldAssetText(c.text, "w", world, &error)) << c.text << error;
-        EXPECT_EQ(FormatWorldAssetText(world), std::string(c.head) + c.cells) << c.text;
-        // The reader sorts itself, stably: reading the canonical text gives the same cells.
-        WorldAsset again;
-        ASSERT_TRUE(ParseWorldAssetText(FormatWorldAssetText(world), "w", again, nullptr));
-        EXPECT_EQ(again, world) << c.text;
-    }
+// The canonical text of what `text` reads as, or the error; a failed read must leave the
+// defaults, and the reader sorts itself, stably, so the canonical text reads as the same cells.
+std::string Parsed(std::string_view text) {
+    WorldAsset world, again;
+    std::string error;
+    if (!ParseWorldAssetText(text, "w.bworld", world, &error))
+        return world == WorldAsset{} ? error : error + " (and the world changed)";
+    const std::string canonical = FormatWorldAssetText(world);
+    const bool same = ParseWorldAssetText(canonical, "w", again, nullptr) && again == world;
+    return same ? canonical : canonical + "(reads back as other cells)";
 }
 
-TEST(WorldAssetText, ReportsEachBrokenInputExactly) {
-    const std::string head = "brelk_world 1\n";
-    const struct {
-        std::string text;
-        int line; // 0: not a world file at all
-    } table[] = {
-        {"", 0}, {"# note\n", 0}, {"\n\n# only comments\n\r\n", 0}, {"cell_size 64\n", 1}, {"brelk_world 2\n", 1},
-        {"brelk_world\n", 1}, {"brelk_world x1\n", 1}, {"# comment\n\nbrelk_world 0\n", 3},
-        {"unknown 1\n" + head, 1}, {"  \n" + head, 1}, {" # indented comment\n" + head, 1},
-        {head + "cell_size 0\n", 2}, {head + "cell_size -1\n", 2}, {head + "cell_size 1e39\n", 2},
-        {head + "cell_size inf\n", 2}, {head + "cell_size nan\n", 2}, {head + "cell_size 1e-50\n", 2},
-        {head + "cell_size\n", 2}, {head + "origin 1\n", 2}, {head + "origin 1 1e\n", 2},
-        {head + "navigation yes\n", 2}, {head + "navigation 2147483648\n", 2}, {head + "\ncell 1 2 3\n", 3},
-        {head + "cell 2147483648 0 0 0 0 0\n", 2}, {head + "cell 0 0 4294967296 0 0 0\n", 2},
-        {head + "cell 0 0 0 18446744073709551616 0 0\n", 2}, {head + "cell 0 0 0 5x 0 0\n", 2},
-        {head + "cell 0 0 0 0 0 -\n", 2}, {head + "cell 1 1 1 1 1 1\nbrelk_world 3\n", 3},
-    };
-    for (const auto& broken : table) {
-        WorldAsset world;
-        std::string error;
-        EXPECT_FALSE(ParseWorldAssetText(broken.text, "w.bworld", world, &error)) << broken.text;
-        EXPECT_EQ(error, broken.line == 0 ? std::string("Not a world file: w.bworld")
-                                          : "Invalid world file w.bworld at line " + std::to_string(broken.line) + ".")
-            << broken.text;
-        EXPECT_EQ(world, WorldAsset{}) << "a failed read must leave the defaults";
-    }
+TEST(WorldAssetText, ReadsEachTextIntoSortedCellsOrReportsItExactly) {
+    Testing::ExpectTextCases(fs::path(BRELK_TEST_DATA_DIR) / "WorldTexts.txt",
+                             [](const Testing::TextCase& c) { return Parsed(c.input); });
+    // Blank lines of carriage returns and spaces, and a last line without its end. The last head
+    // record wins, wherever it stands; every cell adds.
+    EXPECT_EQ(Parsed("\n\n# only comments\n\r\n"), "Not a world file: w.bworld");
+    EXPECT_EQ(Parsed("  \nbrelk_world 1\n"), "Invalid world file w.bworld at line 1.");
+    EXPECT_EQ(Parsed("brelk_world 1\r\ncell 2 0 1 1 1 0\r\ncell_size 8\norigin 1 2\nnavigation 5\n\r\n   \ncell_size 16\n"
+                     "origin 3 4\nnavigation 0\ncell 1 0 1 1 1 0\ncell 1 0 2 2 2 0\ncell_size 2"),
+              "brelk_world 1\ncell_size 2\norigin 3 4\nnavigation 0\ncell 1 0 1 1 1 0\ncell 1 0 2 2 2 0\ncell 2 0 1 1 1 0\n");
 }
 
 // The reader names the path and resets the world; the writer names the folder it could not
