@@ -5,23 +5,14 @@
 #include "engine/scene/InstallComponents.h"
 #include "engine/scene/SceneTextParser.h"
 
+#include "tests/support/TextCases.h"
+
 #include <gtest/gtest.h>
 
 namespace Brelk::WorldGen {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::vector<std::uint8_t> Bytes(std::string_view text) { return {text.begin(), text.end()}; }
-
-std::string Entity(char id, char parent, std::string_view records = {}) {
-    const auto guid = [](char c) {
-        constexpr char kHex[] = "0123456789abcdef";
-        return std::string("00000000-0000-4000-8000-0000000000") + kHex[(c >> 4) & 15] + kHex[c & 15];
-    };
-    return "entity \"" + guid(id) + "\" \"" + id + "\"\nparent \"" + (parent == 0 ? std::string() : guid(parent)) +
-           "\"\n" + std::string(records) + "end_entity\n";
-}
 
 std::string Names(const CellPayload& payload) {
     std::string names;
@@ -31,44 +22,22 @@ std::string Names(const CellPayload& payload) {
     return names;
 }
 
-// C is a grandchild written first; O's parent is not in the file; X and Y are each other's
-// parent. Each entity costs 1024 and its name; record R takes 89: R 16+1, a 1+8+2,
-// o 1+(16+1+1+8), l 1+16+(8+1)+8.
-TEST(CellPayloadTest, PutsParentsFirstInFileOrderEndsACycleAndEstimatesNamesRecordsAndArrays) {
-    const std::string record = "component_schema \"R\" 1 3\n"
-                               "property \"a\" \"xy\"\n"
-                               "object_property \"o\" \"N\" 1 1\nproperty \"b\" \"\"\nend_component_schema\n"
-                               "array_property \"l\" 2\nvalue \"z\"\nvalue \"\"\nend_array\n"
-                               "end_component_schema\n";
-    const std::string text = "scene_version 6\n" + Entity('C', 'B', record) + Entity('A', 0) + Entity('B', 'A') +
-                             Entity('D', 'A') + Entity('O', 'f') + Entity('X', 'Y') + Entity('Y', 'X');
-    CellPayload payload;
-    payload.bytes = Bytes(text);
-    std::string error;
-    ASSERT_TRUE(ParseCellPayload(payload.bytes, payload, "c.bcell", &error)) << error;
-    EXPECT_EQ(Names(payload), "AOBDCXY");
-    EXPECT_EQ(payload.estimatedBytes, text.size() + 7 * (1024 + 1) + 89);
-}
-
-TEST(CellPayloadTest, OnlyTheCurrentVersionIsACell) {
-    const fs::path path = "old.bcell";
+// Parents come first in file order and a cycle is broken; only the current version is a cell,
+// also when cooked.
+TEST(CellPayloadTest, PutsParentsFirstEstimatesItsBytesAndTakesOnlyTheCurrentVersion) {
+    Testing::ExpectTextCases(fs::path(BRELK_TEST_DATA_DIR) / "CellPayloads.txt", [](const Testing::TextCase& c) {
+        CellPayload payload;
+        payload.bytes.assign(c.input.begin(), c.input.end());
+        std::string error;
+        if (!ParseCellPayload(payload.bytes, payload, "c.bcell", &error)) return error;
+        return Names(payload) + ", " + std::to_string(payload.estimatedBytes) + " bytes estimated";
+    });
     Scene::SceneDocument legacy;
     legacy.version = 5;
-    const struct {
-        std::vector<std::uint8_t> bytes;
-        std::string message;
-    } cases[] = {
-        {Bytes("scene_version 5\n"), Scene::SceneVersionMessage(5, path)},
-        {Bytes("scene_version 7\n"), Scene::SceneVersionMessage(7, path)},
-        {Scene::EncodeCookedScene(legacy), "Invalid cooked scene old.bcell: Cooked scene holds scene version 5; "
-                                           "recook the content."},
-    };
-    for (const auto& c : cases) {
-        CellPayload payload;
-        std::string error;
-        EXPECT_FALSE(ParseCellPayload(c.bytes, payload, path, &error));
-        EXPECT_EQ(error, c.message);
-    }
+    CellPayload payload;
+    std::string error;
+    EXPECT_FALSE(ParseCellPayload(Scene::EncodeCookedScene(legacy), payload, "c.bcell", &error));
+    EXPECT_EQ(error, "Invalid cooked scene c.bcell: Cooked scene holds scene version 5; recook the content.");
 }
 
 // A golden cell parses alike as text and cooked: the same entities in the same order, which
