@@ -7,6 +7,7 @@
 
 #include <map>
 #include <stdexcept>
+#include <tuple>
 
 namespace Brelk::WorldGen {
 namespace {
@@ -24,71 +25,48 @@ std::map<std::string, std::string> Snapshot(const fs::path& root) {
     return files;
 }
 
-constexpr std::uint32_t kWorkerCounts[] = {0, 1, 2, 8};
+using ParallelCellsTest = WorldFixture;
 
-class ParallelCellsTest : public WorldFixture {
-protected:
+// A folder that stands where a cell file must go makes that cell's replace fail: cells 7 and 13
+// of the grid fail, and a run on one thread stops at 7.
+TEST_F(ParallelCellsTest, AnyNumberOfWorkersWritesTheSameBytesAndReportsTheFirstFailingCellInGridOrder) {
     // An odd, uneven grid, so that runners meet rows of every length.
-    static ProceduralWorldSettings Uneven() {
-        ProceduralWorldSettings settings = Grid(5, 3, 5);
-        settings.cellsZ = 4;
-        return settings;
-    }
-};
-
-TEST_F(ParallelCellsTest, AnyNumberOfWorkersWritesTheSameBytesAndFigures) {
+    ProceduralWorldSettings settings = Grid(5, 3, 5);
+    settings.cellsZ = 4;
+    const fs::path blocked = folder / "cells";
+    for (const CellCoord coord : {CellCoord{GridStart(5) + 2, GridStart(4) + 1}, CellCoord{GridStart(5) + 3, GridStart(4) + 2}})
+        WriteText(blocked / (CellFileStem(coord) + ".bcell") / "occupied", "x");
+    CellRunPlan plan;
+    plan.settings = &settings;
+    plan.assetManager = &assets;
+    plan.folder = blocked;
     std::map<std::string, std::string> expected;
-    WorldGenerationResult expectedResult;
-    for (const std::uint32_t workers : kWorkerCounts) {
+    std::tuple<std::uint64_t, std::uint64_t, std::uint64_t> expectedFigures;
+    std::string firstError;
+    for (const std::uint32_t workers : {0u, 1u, 2u, 8u}) {
         Testing::RunWithDeadline(Testing::kDeadline, [&] {
             const Core::Tasks::ScopedTaskSystem pool(Core::Tasks::TaskSystemConfig{workers, 1, std::nullopt});
             WorldGenerationResult result;
             std::string error;
-            ASSERT_TRUE(GenerateProceduralWorld(assets, WorldPath(), Uneven(), &result, &error)) << error;
+            ASSERT_TRUE(GenerateProceduralWorld(assets, WorldPath(), settings, &result, &error)) << error;
             std::map<std::string, std::string> files = Snapshot(WorldPath().parent_path());
             files.erase("Procedural.bworld.bmeta"); // its Guid is new with each content folder
-            if (expected.empty()) {
-                expected = std::move(files);
-                expectedResult = result;
-                return;
-            }
+            const auto figures = std::tuple(result.entityCount, result.cellFileBytes, result.residentBytes);
+            if (expected.empty()) expected = files, expectedFigures = figures;
             EXPECT_EQ(files, expected) << workers << " workers";
-            EXPECT_EQ(result.entityCount, expectedResult.entityCount);
-            EXPECT_EQ(result.cellFileBytes, expectedResult.cellFileBytes);
-            EXPECT_EQ(result.residentBytes, expectedResult.residentBytes);
-        });
-    }
-    EXPECT_EQ(expected.size(), 20u + 1u);
-}
+            EXPECT_EQ(figures, expectedFigures) << workers << " workers";
 
-TEST_F(ParallelCellsTest, TheFirstFailingCellInGridOrderIsReportedAndNoTemporaryStays) {
-    // A folder that stands where a cell file must go makes that cell's replace fail; cells 7
-    // and 13 of the grid fail, and a run on one thread stops at 7.
-    const fs::path target = folder / "cells";
-    const ProceduralWorldSettings settings = Uneven();
-    const auto obstruct = [&](CellCoord coord) {
-        WriteText(target / (CellFileStem(coord) + ".bcell") / "occupied", "x");
-    };
-    obstruct({GridStart(5) + 2, GridStart(4) + 1});
-    obstruct({GridStart(5) + 3, GridStart(4) + 2});
-    CellRunPlan plan;
-    plan.settings = &settings;
-    plan.assetManager = &assets;
-    plan.folder = target;
-    std::string firstError;
-    for (const std::uint32_t workers : kWorkerCounts) {
-        Testing::RunWithDeadline(Testing::kDeadline, [&] {
-            const Core::Tasks::ScopedTaskSystem pool(Core::Tasks::TaskSystemConfig{workers, 1, std::nullopt});
             const CellRunOutcome outcome = RunCells(plan, {});
             ASSERT_FALSE(outcome.Succeeded());
             if (firstError.empty()) firstError = outcome.error;
             EXPECT_EQ(outcome.error, firstError) << workers << " workers";
             EXPECT_NE(outcome.error.find("cell_0_-1.bcell"), std::string::npos) << outcome.error;
-            for (const auto& item : fs::directory_iterator(target)) {
+            for (const auto& item : fs::directory_iterator(blocked)) {
                 EXPECT_NE(item.path().extension(), ".tmp") << item.path();
             }
         });
     }
+    EXPECT_EQ(expected.size(), 20u + 1u);
 }
 
 // A run clears what a killed run left behind and keeps only its own cells; a failed run leaves

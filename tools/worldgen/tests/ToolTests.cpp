@@ -1,15 +1,21 @@
 #include "tools/worldgen/Tool.h"
 
+#include "engine/assets/shaders/MaterialTemplates.h"
+#include "engine/assets/shaders/ShaderStamps.h"
+#include "engine/platform/Folders.h"
 #include "tests/support/TextCases.h"
+#include "tools/worldgen/ProgressLine.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
 
 namespace Brelk::WorldGen {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::chrono_literals;
 using Testing::ScratchFolder;
 
 struct ToolRun {
@@ -78,16 +84,6 @@ TEST(RunWorldGenTool, WritesTheWorldAndSceneAndPrintsTheSummaryAfterTheProgressL
     EXPECT_EQ(run.err.substr(run.err.size() - 3), "  \r");
 }
 
-TEST(RunWorldGenTool, ReportsAWorldThatCannotBeWritten) {
-    ScratchFolder folder;
-    const fs::path world = folder / "w.bworld";
-    fs::create_directories(world / "inside");
-    const ToolRun run = RunTool({"--content", folder.Path().string(), "--world", world.string(), "--cells", "1"});
-    EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.err.rfind("brelk-worldgen: Failed to replace " + world.string() + ": ", 0), 0u) << run.err;
-    EXPECT_EQ(run.out, "");
-}
-
 TEST(FormatSummaryLine, WritesSixSignificantDigits) {
     WorldGenerationResult result;
     result.cellCount = 576;
@@ -99,6 +95,42 @@ TEST(FormatSummaryLine, WritesSixSignificantDigits) {
     EXPECT_EQ(FormatSummaryLine("/c/W.bworld", result, partition, "/c/S.bscene"),
               "World /c/W.bworld: 576 cells, 23616 entities, 117.738 MB of cell files, 1.04858e+06 MB estimated "
               "resident when fully loaded; memory budget 0.1 MB. Scene /c/S.bscene\n");
+}
+
+TEST(ProgressLine, FormatsCellsMegabytesTimeAndWhatIsLeft) {
+    const struct {
+        GenerationProgress progress;
+        std::chrono::milliseconds elapsed;
+        const char* text;
+    } rows[] = {
+        {{0, 576, 0}, 0ms, "Cells 0/576, 0.0 MB, 0.0 s"},
+        {{144, 576, 15728640}, 1500ms, "Cells 144/576, 15.0 MB, 1.5 s, about 4.5 s left"},
+        {{576, 576, 60293120}, 4250ms, "Cells 576/576, 57.5 MB, 4.2 s"},
+    };
+    for (const auto& row : rows) EXPECT_EQ(ProgressLine::Format(row.progress, row.elapsed), row.text);
+}
+
+TEST(ProgressLine, RedrawsInPlaceAtMostTenTimesASecondAndErasesItself) {
+    std::ostringstream terminal;
+    const ProgressLine::Clock::time_point start{};
+    ProgressLine line(terminal, start);
+    line.Update({10, 100, 0}, start + 1000ms);
+    line.Update({11, 100, 0}, start + 1050ms); // too soon: not drawn
+    line.Update({9, 1000, 0}, start + 1100ms);
+    line.Erase();
+    const std::string first = "Cells 10/100, 0.0 MB, 1.0 s, about 9.0 s left";
+    const std::string second = "Cells 9/1000, 0.0 MB, 1.1 s, about 121.1 s left";
+    EXPECT_EQ(terminal.str(), "\r" + first + "\r" + second + "\r" + std::string(second.size(), ' ') + "\r");
+}
+
+// The build stages the templates beside the tool, and the lookup must find them there.
+TEST(ShaderTemplateInstall, TheToolFindsAllTemplatesBesideItself) {
+    const std::filesystem::path folder = Assets::LocateShaderFolder();
+    EXPECT_EQ(folder, Platform::GetExecutableFolder() / "Assets" / "Shaders");
+    std::vector<std::string> expected(Assets::MaterialTemplateFiles().begin(), Assets::MaterialTemplateFiles().end());
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(Testing::ListFiles(folder), expected);
+    EXPECT_NE(Assets::TemplateStamp(), Assets::ComputeTemplateStamp({}));
 }
 
 } // namespace
