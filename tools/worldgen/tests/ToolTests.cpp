@@ -19,19 +19,14 @@ using namespace std::chrono_literals;
 using Testing::ScratchFolder;
 
 struct ToolRun {
-    int status = -1;
-    std::string out;
-    std::string err;
+    int status;
+    std::string out, err;
 };
 
-ToolRun RunTool(std::vector<std::string> args, bool showProgress = false) {
-    std::ostringstream out;
-    std::ostringstream err;
-    ToolRun run;
-    run.status = RunWorldGenTool(args, out, err, showProgress);
-    run.out = out.str();
-    run.err = err.str();
-    return run;
+ToolRun RunTool(const std::vector<std::string>& args, bool showProgress = false) {
+    std::ostringstream out, err;
+    const int status = RunWorldGenTool(args, out, err, showProgress);
+    return {status, out.str(), err.str()};
 }
 
 // A bad command line writes nothing: the usage and status 2, or one message and status 1 for
@@ -53,9 +48,7 @@ TEST(RunWorldGenTool, RefusesABadCommandLineAndWritesNothing) {
     };
     for (const auto& c : table) {
         const ToolRun run = RunTool(c.args);
-        EXPECT_EQ(run.status, c.status) << c.err;
-        EXPECT_EQ(run.err, c.err);
-        EXPECT_EQ(run.out, "");
+        EXPECT_EQ(std::tie(run.status, run.err, run.out), std::tie(c.status, c.err, "")) << c.err;
     }
     Testing::ExpectGoldenText(fs::path(BRELK_TEST_DATA_DIR) / "Usage.txt", kUsageText);
     EXPECT_FALSE(fs::exists(content));

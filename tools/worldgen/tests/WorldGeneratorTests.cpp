@@ -11,6 +11,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <tuple>
 
 namespace Brelk::WorldGen {
 namespace {
@@ -23,13 +24,10 @@ using GenerateProceduralWorldTest = WorldFixture;
 
 TEST_F(GenerateProceduralWorldTest, RefusesAnEmptyGridOrABadCellSizeAndTouchesNothing) {
     WriteText(WorldPath(), "earlier");
-    for (const auto& change : std::initializer_list<void (*)(ProceduralWorldSettings&)>{
-             [](ProceduralWorldSettings& s) { s.cellsX = 0; }, [](ProceduralWorldSettings& s) { s.cellsZ = -3; },
-             [](ProceduralWorldSettings& s) { s.cellSize = 0.0f; },
-             [](ProceduralWorldSettings& s) { s.cellSize = -1.0f; },
-             [](ProceduralWorldSettings& s) { s.cellSize = std::nanf(""); }}) {
+    for (const auto& [cellsX, cellsZ, cellSize] : std::initializer_list<std::tuple<int, int, float>>{
+             {0, 1, 64.0f}, {1, -3, 64.0f}, {1, 1, 0.0f}, {1, 1, -1.0f}, {1, 1, std::nanf("")}}) {
         ProceduralWorldSettings bad = Grid(1);
-        change(bad);
+        std::tie(bad.cellsX, bad.cellsZ, bad.cellSize) = std::tie(cellsX, cellsZ, cellSize);
         std::string error;
         EXPECT_FALSE(GenerateProceduralWorld(assets, WorldPath(), bad, nullptr, &error));
         EXPECT_EQ(error, "The world needs at least one cell and a positive cell size.");
@@ -101,12 +99,9 @@ TEST_F(GoldenWorldTest, SmallWorldMatchesItsGoldenFiles) {
         ++cells;
         EXPECT_EQ(ReadText(entry.path()), ReadText(golden / entry.path().filename())) << entry.path().filename();
     }
-    EXPECT_EQ(cells, 4u);
-    EXPECT_EQ(result.worldPath, WorldPath());
-    EXPECT_EQ(result.cellCount, 4u);
-    EXPECT_EQ(result.entityCount, 8u);
-    EXPECT_EQ(result.cellFileBytes, 20471u);
-    EXPECT_EQ(result.residentBytes, 49134u);
+    EXPECT_EQ(std::tuple(cells, result.worldPath, result.cellCount, result.entityCount, result.cellFileBytes,
+                         result.residentBytes),
+              std::tuple(4u, WorldPath(), 4u, 8u, 20471u, 49134u));
     EXPECT_NE(assets.GetRegistry().HandleOfPath(WorldPath()), Assets::kNullAssetHandle);
 }
 
