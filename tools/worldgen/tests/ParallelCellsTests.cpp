@@ -27,12 +27,17 @@ std::map<std::string, std::string> Snapshot(const fs::path& root) {
 
 using ParallelCellsTest = WorldFixture;
 
-// A folder that stands where a cell file must go makes that cell's replace fail: cells 7 and 13
-// of the grid fail, and a run on one thread stops at 7.
+// Every run clears what a killed run left behind and keeps only its own cells, whatever the
+// number of workers.
 TEST_F(ParallelCellsTest, AnyNumberOfWorkersWritesTheSameBytesAndReportsTheFirstFailingCellInGridOrder) {
+    WriteText(StagingCellsFolder(WorldPath()) / "cell_50_50.bcell", "half");
+    WriteText(RetiredCellsFolder(WorldPath()) / "cell_60_60.bcell", "old");
+    WriteText(CellsFolder(WorldPath()) / "cell_70_70.bcell", "stale");
     // An odd, uneven grid, so that runners meet rows of every length.
     ProceduralWorldSettings settings = Grid(5, 3, 5);
     settings.cellsZ = 4;
+    // A folder that stands where a cell file must go makes that cell's replace fail: cells 7 and
+    // 13 of the grid fail, and a run on one thread stops at 7.
     const fs::path blocked = folder / "cells";
     for (const CellCoord coord : {CellCoord{GridStart(5) + 2, GridStart(4) + 1}, CellCoord{GridStart(5) + 3, GridStart(4) + 2}})
         WriteText(blocked / (CellFileStem(coord) + ".bcell") / "occupied", "x");
@@ -61,26 +66,19 @@ TEST_F(ParallelCellsTest, AnyNumberOfWorkersWritesTheSameBytesAndReportsTheFirst
             if (firstError.empty()) firstError = outcome.error;
             EXPECT_EQ(outcome.error, firstError) << workers << " workers";
             EXPECT_NE(outcome.error.find("cell_0_-1.bcell"), std::string::npos) << outcome.error;
-            for (const auto& item : fs::directory_iterator(blocked)) {
-                EXPECT_NE(item.path().extension(), ".tmp") << item.path();
-            }
+            for (const std::string& name : Testing::ListFiles(blocked)) EXPECT_FALSE(name.ends_with(".tmp")) << name;
         });
     }
-    EXPECT_EQ(expected.size(), 20u + 1u);
+    EXPECT_EQ(expected.size(), 20u + 1u); // no left-over of the killed run
+    EXPECT_FALSE(fs::exists(RetiredCellsFolder(WorldPath())));
 }
 
-// A run clears what a killed run left behind and keeps only its own cells; a failed run leaves
-// the previous world as it was.
-TEST_F(ParallelCellsTest, ARunClearsLeftOversAndAFailedRunLeavesThePreviousWorld) {
-    WriteText(StagingCellsFolder(WorldPath()) / "cell_50_50.bcell", "half");
-    WriteText(RetiredCellsFolder(WorldPath()) / "cell_60_60.bcell", "old");
-    WriteText(CellsFolder(WorldPath()) / "cell_70_70.bcell", "stale");
+// The calling thread's progress call fails part of the way through a grid larger than the
+// world there is.
+TEST_F(ParallelCellsTest, AFailedRunLeavesThePreviousWorld) {
     std::string error;
     ASSERT_TRUE(GenerateProceduralWorld(assets, WorldPath(), Grid(2), nullptr, &error)) << error;
-    EXPECT_FALSE(fs::exists(RetiredCellsFolder(WorldPath())));
-    EXPECT_EQ(Snapshot(CellsFolder(WorldPath())).size(), 4u);
     const std::map<std::string, std::string> before = Snapshot(WorldPath().parent_path());
-    // The calling thread's progress call fails part of the way through a larger grid.
     const GenerationProgressFn failing = [](const GenerationProgress& progress) {
         if (progress.cellsDone >= 3) throw std::runtime_error("interrupted");
     };
