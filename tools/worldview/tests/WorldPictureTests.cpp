@@ -1,8 +1,11 @@
 #include "tools/worldview/tests/PngDecode.h"
 #include "tools/worldview/tests/ViewFixture.h"
 
+#include "engine/core/NumberText.h"
 #include "engine/platform/Files.h"
 #include "engine/scene/ComponentLoad.h"
+#include "engine/scene/InstallComponents.h"
+#include "tests/support/TextCases.h"
 #include "tools/worldview/CellDrawing.h"
 #include "tools/worldview/WorldPicture.h"
 
@@ -87,35 +90,24 @@ TEST_F(WorldPictureTest, APictureOfTwoByTwoCellsDecodesWithItsReliefAndPropsAndA
     EXPECT_EQ(std::vector<int>(damaged.At(1, 1), damaged.At(1, 1) + 3), (std::vector<int>{150, 20, 150}));
 }
 
-TEST_F(WorldPictureTest, ChildrenArePlacedThroughTheirParents) {
-    constexpr std::string_view kCell = R"(scene_version 6
-entity "00000000-0000-0000-0000-000000000002" "Child"
-parent "00000000-0000-0000-0000-000000000001"
-component_schema "TransformComponent" 1 1
-object_property "transform" "Transform" 1 3
-property "position" "1 0 3"
-property "rotation" "0 0 0"
-property "scale" "1 1 1"
-end_component_schema
-end_component_schema
-end_entity
-entity "00000000-0000-0000-0000-000000000001" "Parent"
-parent ""
-component_schema "TransformComponent" 1 1
-object_property "transform" "Transform" 1 3
-property "position" "10 0 5"
-property "rotation" "0 0 0"
-property "scale" "2 2 2"
-end_component_schema
-end_component_schema
-end_entity
-)";
-    WorldGen::CellPayload payload;
-    const auto* bytes = reinterpret_cast<const std::uint8_t*>(kCell.data());
-    ASSERT_TRUE(WorldGen::ParseCellPayload({bytes, kCell.size()}, payload, "child.bcell", nullptr));
-    CellDrawing drawing;
-    ExtractCellDrawing(payload, Scene::ComponentLoadTable(), drawing);
-    EXPECT_EQ(drawing.props, (std::vector<glm::vec3>{{10.0f, 0.0f, 5.0f}, {12.0f, 0.0f, 11.0f}}));
+TEST(ExtractCellDrawing, PlacesChildrenThroughTheirParents) {
+    Scene::InstallComponents();
+    Testing::ExpectTextCases(std::filesystem::path(BRELK_TEST_DATA_DIR) / "CellProps.txt", [](const Testing::TextCase& c) {
+        WorldGen::CellPayload payload;
+        payload.bytes.assign(c.input.begin(), c.input.end());
+        std::string text;
+        if (!WorldGen::ParseCellPayload(payload.bytes, payload, "c.bcell", &text)) return text;
+        CellDrawing drawing;
+        ExtractCellDrawing(payload, Scene::ComponentLoadTable(), drawing);
+        for (const glm::vec3& prop : drawing.props) {
+            for (const float value : {prop.x, prop.y, prop.z}) {
+                Core::AppendFloat9(text, value);
+                text += ' ';
+            }
+            text.back() = '\n';
+        }
+        return text;
+    });
 }
 
 WorldGen::WorldAsset Grid(std::int32_t cellsX, std::int32_t cellsZ) {
