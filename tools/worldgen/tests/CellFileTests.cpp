@@ -29,12 +29,6 @@ protected:
         return entity;
     }
 
-    std::string WriteError(const std::vector<Entity>& entities) {
-        std::string error;
-        EXPECT_FALSE(WriteCellFile(CellPath(), scene, entities, assets, &error));
-        return error;
-    }
-
     Scene::Scene scene;
 };
 
@@ -70,11 +64,14 @@ TEST_F(WriteCellFileTest, RefusesEntitiesWithoutIdentityAndKeepsTheOldFile) {
     WriteText(CellPath(), "old");
     const Entity nameless = Make("nameless");
     scene.Remove<Scene::NameComponent>(nameless);
-    EXPECT_EQ(WriteError({nameless}),
-              "Failed to write cell " + CellPath().string() + ": a cell entity is missing its name, GUID or transform");
     const Entity nullGuid = Make("null");
     scene.Get<Scene::EntityGuidComponent>(nullGuid).guid = Core::Guid{};
-    EXPECT_EQ(WriteError({nullGuid}), "Failed to write cell " + CellPath().string() + ": a cell entity has a null GUID");
+    for (const auto& [entity, reason] : {std::pair{nameless, "a cell entity is missing its name, GUID or transform"},
+                                         std::pair{nullGuid, "a cell entity has a null GUID"}}) {
+        std::string error;
+        EXPECT_FALSE(WriteCellFile(CellPath(), scene, std::vector<Entity>{entity}, assets, &error));
+        EXPECT_EQ(error, "Failed to write cell " + CellPath().string() + ": " + reason);
+    }
     EXPECT_EQ(ReadText(CellPath()), "old");
 }
 

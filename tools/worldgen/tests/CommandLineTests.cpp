@@ -65,8 +65,7 @@ TEST(ConvertArgument, ReadsSignedAndFloatTextsAsStoiAndStofDo) {
     }
 }
 
-// content, world and scene paths; cells X and Z, seed, props, terrain, colliders; cell size, height
-// scale, load and unload radius, frame and memory budget.
+// In the order the case file's comment names.
 std::string Describe(const WorldGenOptions& o) {
     const ProceduralWorldSettings& s = o.settings;
     std::string text = o.contentPath.string() + " " + o.worldPath.string() + " " + o.scenePath.string();
