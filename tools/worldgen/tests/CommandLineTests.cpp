@@ -10,6 +10,7 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace Brelk::WorldGen {
@@ -101,10 +102,9 @@ TEST(ResolveToolPaths, PutsRelativePathsBelowTheAbsoluteContentFolderUnnormalise
     options.contentPath = "Content";
     options.scenePath = "Sub/../S.bscene";
     ResolveToolPaths(options);
-    const std::filesystem::path content = std::filesystem::current_path() / "Content";
-    EXPECT_EQ(options.contentPath, content);
-    EXPECT_EQ(options.worldPath.native(), content.native() + "/Worlds/Procedural.bworld");
-    EXPECT_EQ(options.scenePath.native(), content.native() + "/Sub/../S.bscene");
+    const std::string content = (std::filesystem::current_path() / "Content").native();
+    EXPECT_EQ(std::tuple(options.contentPath.native(), options.worldPath.native(), options.scenePath.native()),
+              std::tuple(content, content + "/Worlds/Procedural.bworld", content + "/Sub/../S.bscene"));
 }
 
 } // namespace

@@ -39,7 +39,8 @@ TEST_F(ParallelCellsTest, AnyNumberOfWorkersWritesTheSameBytesAndReportsTheFirst
     // A folder that stands where a cell file must go makes that cell's replace fail: cells 7 and
     // 13 of the grid fail, and a run on one thread stops at 7.
     const fs::path blocked = folder / "cells";
-    for (const CellCoord coord : {CellCoord{GridStart(5) + 2, GridStart(4) + 1}, CellCoord{GridStart(5) + 3, GridStart(4) + 2}})
+    for (const CellCoord coord : {CellCoord{GridStart(5) + 2, GridStart(4) + 1},
+                                  CellCoord{GridStart(5) + 3, GridStart(4) + 2}})
         WriteText(blocked / (CellFileStem(coord) + ".bcell") / "occupied", "x");
     CellRunPlan plan;
     plan.settings = &settings;

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <sstream>
+#include <tuple>
 
 namespace Brelk::WorldGen {
 namespace {
@@ -78,11 +79,7 @@ TEST(RunWorldGenTool, WritesTheWorldAndSceneAndPrintsTheSummaryAfterTheProgressL
 }
 
 TEST(FormatSummaryLine, WritesSixSignificantDigits) {
-    WorldGenerationResult result;
-    result.cellCount = 576;
-    result.entityCount = 23616;
-    result.cellFileBytes = 123456789;
-    result.residentBytes = 1ull << 40;
+    const WorldGenerationResult result{"", 576, 23616, 123456789, 1ull << 40};
     Scene::WorldPartitionComponent partition = DefaultPartition();
     partition.memoryBudgetMegabytes = 0.1f;
     EXPECT_EQ(FormatSummaryLine("/c/W.bworld", result, partition, "/c/S.bscene"),

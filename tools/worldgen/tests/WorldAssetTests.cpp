@@ -79,9 +79,10 @@ TEST(WorldAssetText, ReadsEachTextIntoSortedCellsOrReportsItExactly) {
     // record wins, wherever it stands; every cell adds.
     EXPECT_EQ(Parsed("\n\n# only comments\n\r\n"), "Not a world file: w.bworld");
     EXPECT_EQ(Parsed("  \nbrelk_world 1\n"), "Invalid world file w.bworld at line 1.");
-    EXPECT_EQ(Parsed("brelk_world 1\r\ncell 2 0 1 1 1 0\r\ncell_size 8\norigin 1 2\nnavigation 5\n\r\n   \ncell_size 16\n"
-                     "origin 3 4\nnavigation 0\ncell 1 0 1 1 1 0\ncell 1 0 2 2 2 0\ncell_size 2"),
-              "brelk_world 1\ncell_size 2\norigin 3 4\nnavigation 0\ncell 1 0 1 1 1 0\ncell 1 0 2 2 2 0\ncell 2 0 1 1 1 0\n");
+    EXPECT_EQ(Parsed("brelk_world 1\r\ncell 2 0 1 1 1 0\r\ncell_size 8\norigin 1 2\nnavigation 5\n\r\n   \n"
+                     "cell_size 16\norigin 3 4\nnavigation 0\ncell 1 0 1 1 1 0\ncell 1 0 2 2 2 0\ncell_size 2"),
+              "brelk_world 1\ncell_size 2\norigin 3 4\nnavigation 0\n"
+              "cell 1 0 1 1 1 0\ncell 1 0 2 2 2 0\ncell 2 0 1 1 1 0\n");
 }
 
 // The reader names the path and resets the world; the writer names the folder it could not
@@ -97,8 +98,7 @@ TEST(WorldAssetFile, FailuresNameThePathAndAFailedReadResetsTheWorld) {
         WorldAsset world = SampleWorld();
         std::string error;
         EXPECT_FALSE(ReadWorldAsset(path, world, &error));
-        EXPECT_EQ(error, message);
-        EXPECT_EQ(world, WorldAsset{});
+        EXPECT_EQ(std::tuple(error, world), std::tuple(message, WorldAsset{}));
         EXPECT_FALSE(ReadWorldAsset(path, world, nullptr));
     }
     std::string error;

@@ -51,12 +51,10 @@ TEST_F(GenerateProceduralWorldTest, CentresAnOddGridAndStartsGuidsAtTheFirstProp
         WorldAsset world;
         ASSERT_TRUE(ReadWorldAsset(WorldPath(), world, &error)) << error;
         ASSERT_EQ(world.cells.size(), 9u);
-        EXPECT_EQ(world.cells.front().coord, (CellCoord{-1, -1}));
-        EXPECT_EQ(world.cells.back().coord, (CellCoord{1, 1}));
-        for (const WorldCellEntry& cell : world.cells) {
-            EXPECT_EQ(cell.entityCount, props);
-            EXPECT_EQ(cell.terrainCount, 0u);
-        }
+        EXPECT_EQ(std::tuple(world.cells.front().coord, world.cells.back().coord),
+                  std::tuple(CellCoord{-1, -1}, CellCoord{1, 1}));
+        for (const WorldCellEntry& cell : world.cells)
+            EXPECT_EQ(std::tuple(cell.entityCount, cell.terrainCount), std::tuple(props, 0u));
         Scene::Scene scene;
         ASSERT_TRUE(Scene::LoadScene(CellFilePath(WorldPath(), {-1, -1}), scene, assets, &error)) << error;
         for (std::uint32_t index = 0; index < 2; ++index) {
@@ -76,8 +74,9 @@ TEST_F(GenerateProceduralWorldTest, ReportsACellsFolderOrAWorldThatCannotBeWritt
     WriteText(folder / "file", "x");
     fs::create_directories(folder / "w.bworld" / "inside");
     const fs::path underFile = folder / "file/w.bworld", blocked = folder / "w.bworld";
-    for (const auto& [worldPath, prefix] : {std::pair{underFile, "Cannot create " + CellsFolder(underFile).string() + ": "},
-                                            std::pair{blocked, "Failed to replace " + blocked.string() + ": "}}) {
+    for (const auto& [worldPath, prefix] :
+         {std::pair{underFile, "Cannot create " + CellsFolder(underFile).string() + ": "},
+          std::pair{blocked, "Failed to replace " + blocked.string() + ": "}}) {
         std::string error;
         EXPECT_FALSE(GenerateProceduralWorld(assets, worldPath, Grid(1), nullptr, &error));
         EXPECT_EQ(error.rfind(prefix, 0), 0u) << error;
@@ -99,12 +98,10 @@ TEST_F(GoldenWorldTest, SmallWorldMatchesItsGoldenFiles) {
 
     const fs::path golden = fs::path(BRELK_TEST_DATA_DIR) / "SmallWorld";
     EXPECT_EQ(ReadText(WorldPath()), ReadText(golden / "Procedural.bworld"));
-    std::size_t cells = 0;
-    for (const auto& entry : fs::directory_iterator(CellsFolder(WorldPath()))) {
-        ++cells;
-        EXPECT_EQ(ReadText(entry.path()), ReadText(golden / entry.path().filename())) << entry.path().filename();
-    }
-    EXPECT_EQ(std::tuple(cells, result.worldPath, result.cellCount, result.entityCount, result.cellFileBytes,
+    const std::vector<std::string> cells = Testing::ListFiles(CellsFolder(WorldPath()));
+    for (const std::string& cell : cells)
+        EXPECT_EQ(ReadText(CellsFolder(WorldPath()) / cell), ReadText(golden / cell)) << cell;
+    EXPECT_EQ(std::tuple(cells.size(), result.worldPath, result.cellCount, result.entityCount, result.cellFileBytes,
                          result.residentBytes),
               std::tuple(4u, WorldPath(), 4u, 8u, 20471u, 49134u));
     EXPECT_NE(assets.GetRegistry().HandleOfPath(WorldPath()), Assets::kNullAssetHandle);

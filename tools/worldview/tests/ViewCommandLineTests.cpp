@@ -13,7 +13,8 @@ namespace Brelk::WorldView {
 namespace {
 
 TEST(ParseViewCommandLine, ReadsOptionsOrRefusesWithUsageOrAMessage) {
-    Testing::ExpectTextCases(std::filesystem::path(BRELK_TEST_DATA_DIR) / "ViewCommandLines.txt", [](const Testing::TextCase& c) {
+    const std::filesystem::path cases = std::filesystem::path(BRELK_TEST_DATA_DIR) / "ViewCommandLines.txt";
+    Testing::ExpectTextCases(cases, [](const Testing::TextCase& c) {
         std::vector<std::string> args;
         for (std::size_t start = 0; start < c.input.size(); start = c.input.find('\n', start) + 1)
             args.push_back(c.input.substr(start, c.input.find('\n', start) - start));

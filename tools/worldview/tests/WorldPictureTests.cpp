@@ -92,7 +92,8 @@ TEST_F(WorldPictureTest, APictureOfTwoByTwoCellsDecodesWithItsReliefAndPropsAndA
 
 TEST(ExtractCellDrawing, PlacesChildrenThroughTheirParents) {
     Scene::InstallComponents();
-    Testing::ExpectTextCases(std::filesystem::path(BRELK_TEST_DATA_DIR) / "CellProps.txt", [](const Testing::TextCase& c) {
+    const std::filesystem::path cases = std::filesystem::path(BRELK_TEST_DATA_DIR) / "CellProps.txt";
+    Testing::ExpectTextCases(cases, [](const Testing::TextCase& c) {
         WorldGen::CellPayload payload;
         payload.bytes.assign(c.input.begin(), c.input.end());
         std::string text;
