@@ -42,10 +42,7 @@ TEST_F(ParallelCellsTest, AnyNumberOfWorkersWritesTheSameBytesAndReportsTheFirst
     for (const CellCoord coord : {CellCoord{GridStart(5) + 2, GridStart(4) + 1},
                                   CellCoord{GridStart(5) + 3, GridStart(4) + 2}})
         WriteText(blocked / (CellFileStem(coord) + ".bcell") / "occupied", "x");
-    CellRunPlan plan;
-    plan.settings = &settings;
-    plan.assetManager = &assets;
-    plan.folder = blocked;
+    const CellRunPlan plan{.settings = &settings, .assetManager = &assets, .assets = {}, .folder = blocked};
     std::map<std::string, std::string> expected;
     std::tuple<std::uint64_t, std::uint64_t, std::uint64_t> expectedFigures;
     std::string firstError;

@@ -6,9 +6,8 @@
 #include "tests/support/TextCases.h"
 #include "tools/worldgen/ProgressLine.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
-#include <algorithm>
 #include <sstream>
 #include <tuple>
 
@@ -87,7 +86,7 @@ TEST(FormatSummaryLine, WritesSixSignificantDigits) {
               "resident when fully loaded; memory budget 0.1 MB. Scene /c/S.bscene\n");
 }
 
-TEST(ProgressLine, FormatsCellsMegabytesTimeAndWhatIsLeft) {
+TEST(ProgressLine, FormatsCellsMegabytesTimeAndWhatIsLeftAndRedrawsInPlace) {
     const struct {
         GenerationProgress progress;
         std::chrono::milliseconds elapsed;
@@ -98,9 +97,8 @@ TEST(ProgressLine, FormatsCellsMegabytesTimeAndWhatIsLeft) {
         {{576, 576, 60293120}, 4250ms, "Cells 576/576, 57.5 MB, 4.2 s"},
     };
     for (const auto& row : rows) EXPECT_EQ(ProgressLine::Format(row.progress, row.elapsed), row.text);
-}
 
-TEST(ProgressLine, RedrawsInPlaceAtMostTenTimesASecondAndErasesItself) {
+    // Redrawn in place at most ten times a second, and erased.
     std::ostringstream terminal;
     const ProgressLine::Clock::time_point start{};
     ProgressLine line(terminal, start);
@@ -117,9 +115,7 @@ TEST(ProgressLine, RedrawsInPlaceAtMostTenTimesASecondAndErasesItself) {
 TEST(ShaderTemplateInstall, TheToolFindsAllTemplatesBesideItself) {
     const std::filesystem::path folder = Assets::LocateShaderFolder();
     EXPECT_EQ(folder, Platform::GetExecutableFolder() / "Assets" / "Shaders");
-    std::vector<std::string> expected(Assets::MaterialTemplateFiles().begin(), Assets::MaterialTemplateFiles().end());
-    std::sort(expected.begin(), expected.end());
-    EXPECT_EQ(Testing::ListFiles(folder), expected);
+    EXPECT_THAT(Testing::ListFiles(folder), ::testing::UnorderedElementsAreArray(Assets::MaterialTemplateFiles()));
     EXPECT_NE(Assets::TemplateStamp(), Assets::ComputeTemplateStamp({}));
 }
 
