@@ -18,12 +18,8 @@ namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using Testing::ScratchFolder;
 
-struct ToolRun {
-    int status;
-    std::string out, err;
-};
-
-ToolRun RunTool(const std::vector<std::string>& args, bool showProgress = false) {
+// Status, standard output and standard error of one run.
+std::tuple<int, std::string, std::string> RunTool(const std::vector<std::string>& args, bool showProgress = false) {
     std::ostringstream out, err;
     const int status = RunWorldGenTool(args, out, err, showProgress);
     return {status, out.str(), err.str()};
@@ -46,10 +42,7 @@ TEST(RunWorldGenTool, RefusesABadCommandLineAndWritesNothing) {
         {{"--content", other, "--cells", "-4"}, 1,
          "brelk-worldgen: The world needs at least one cell and a positive cell size.\n"},
     };
-    for (const auto& c : table) {
-        const ToolRun run = RunTool(c.args);
-        EXPECT_EQ(std::tie(run.status, run.err, run.out), std::tie(c.status, c.err, "")) << c.err;
-    }
+    for (const auto& c : table) EXPECT_EQ(RunTool(c.args), std::tuple(c.status, "", c.err)) << c.err;
     Testing::ExpectGoldenText(fs::path(BRELK_TEST_DATA_DIR) / "Usage.txt", kUsageText);
     EXPECT_FALSE(fs::exists(content));
     EXPECT_FALSE(fs::exists(folder / "Other/Worlds"));
@@ -61,20 +54,21 @@ TEST(RunWorldGenTool, RefusesABadCommandLineAndWritesNothing) {
 TEST(RunWorldGenTool, WritesTheWorldAndSceneAndPrintsTheSummaryAfterTheProgressLine) {
     ScratchFolder folder;
     const fs::path world = folder / "Elsewhere/Big.bworld";
-    const ToolRun run = RunTool({"--content", (folder / "Content").string(), "--world", world.string(), "--cells", "1x",
-                                 "--props", "3", "--scene", "S.bscene", "--memory-budget-mb", "0.001"},
-                                true);
-    ASSERT_EQ(run.status, 0) << run.err;
+    const auto [status, out, err] =
+        RunTool({"--content", (folder / "Content").string(), "--world", world.string(), "--cells", "1x", "--props", "3",
+                 "--scene", "S.bscene", "--memory-budget-mb", "0.001"},
+                true);
+    ASSERT_EQ(status, 0) << err;
     // The budget is only reported.
-    EXPECT_EQ(run.out.rfind("World " + world.string() + ": 1 cells, 4 entities, ", 0), 0u) << run.out;
-    EXPECT_NE(run.out.find(" MB estimated resident when fully loaded; memory budget 0.001 MB. Scene " +
-                           (folder / "Content/S.bscene").string() + "\n"),
+    EXPECT_EQ(out.rfind("World " + world.string() + ": 1 cells, 4 entities, ", 0), 0u) << out;
+    EXPECT_NE(out.find(" MB estimated resident when fully loaded; memory budget 0.001 MB. Scene " +
+                       (folder / "Content/S.bscene").string() + "\n"),
               std::string::npos);
     EXPECT_TRUE(fs::is_regular_file(folder / "Elsewhere/Big.bworld.cells/cell_0_0.bcell"));
     EXPECT_TRUE(fs::is_regular_file(folder / "Content/S.bscene"));
     EXPECT_FALSE(fs::exists(folder / "Content/Worlds"));
-    EXPECT_EQ(run.err.rfind("\rCells 1/1, ", 0), 0u) << run.err;
-    EXPECT_EQ(run.err.substr(run.err.size() - 3), "  \r");
+    EXPECT_EQ(err.rfind("\rCells 1/1, ", 0), 0u) << err;
+    EXPECT_EQ(err.substr(err.size() - 3), "  \r");
 }
 
 TEST(FormatSummaryLine, WritesSixSignificantDigits) {
