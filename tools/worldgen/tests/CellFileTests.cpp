@@ -1,9 +1,13 @@
 #include "tools/worldgen/CellFile.h"
+#include "tools/worldgen/CellPayload.h"
 
+#include "engine/platform/Files.h"
+#include "engine/scene/CookedScene.h"
 #include "engine/scene/Scene.h"
 #include "engine/scene/SceneDocument.h"
 #include "engine/scene/SceneTextParser.h"
 #include "engine/scene/components/CoreComponents.h"
+#include "tests/support/TextCases.h"
 #include "tools/worldgen/tests/WorldFixture.h"
 
 namespace Brelk::WorldGen {
@@ -23,12 +27,6 @@ protected:
         scene.SetEntityGuid(entity, Core::Guid::FromName(name));
         if (parent != Scene::kNullEntity) scene.SetParent(entity, parent);
         return entity;
-    }
-
-    std::string WriteError(const std::vector<Entity>& entities) {
-        std::string error;
-        EXPECT_FALSE(WriteCellFile(CellPath(), scene, entities, assets, &error));
-        return error;
     }
 
     Scene::Scene scene;
@@ -66,12 +64,57 @@ TEST_F(WriteCellFileTest, RefusesEntitiesWithoutIdentityAndKeepsTheOldFile) {
     WriteText(CellPath(), "old");
     const Entity nameless = Make("nameless");
     scene.Remove<Scene::NameComponent>(nameless);
-    EXPECT_EQ(WriteError({nameless}),
-              "Failed to write cell " + CellPath().string() + ": a cell entity is missing its name, GUID or transform");
     const Entity nullGuid = Make("null");
     scene.Get<Scene::EntityGuidComponent>(nullGuid).guid = Core::Guid{};
-    EXPECT_EQ(WriteError({nullGuid}), "Failed to write cell " + CellPath().string() + ": a cell entity has a null GUID");
+    for (const auto& [entity, reason] : {std::pair{nameless, "a cell entity is missing its name, GUID or transform"},
+                                         std::pair{nullGuid, "a cell entity has a null GUID"}}) {
+        std::string error;
+        EXPECT_FALSE(WriteCellFile(CellPath(), scene, std::vector<Entity>{entity}, assets, &error));
+        EXPECT_EQ(error, "Failed to write cell " + CellPath().string() + ": " + reason);
+    }
     EXPECT_EQ(ReadText(CellPath()), "old");
+}
+
+std::string Names(const CellPayload& payload) {
+    std::string names;
+    for (const Scene::SceneEntityBlock& entity : payload.document.entities) names += entity.name;
+    return names;
+}
+
+// Parents come first in file order and a cycle is broken; only the current version is a cell,
+// also when cooked.
+TEST(CellPayloadTest, PutsParentsFirstEstimatesItsBytesAndTakesOnlyTheCurrentVersion) {
+    Testing::ExpectTextCases(fs::path(BRELK_TEST_DATA_DIR) / "CellPayloads.txt", [](const Testing::TextCase& c) {
+        CellPayload payload;
+        payload.bytes.assign(c.input.begin(), c.input.end());
+        std::string error;
+        if (!ParseCellPayload(payload.bytes, payload, "c.bcell", &error)) return error;
+        return Names(payload) + ", " + std::to_string(payload.estimatedBytes) + " bytes estimated";
+    });
+    Scene::SceneDocument legacy;
+    legacy.version = 5;
+    CellPayload payload;
+    std::string error;
+    EXPECT_FALSE(ParseCellPayload(Scene::EncodeCookedScene(legacy), payload, "c.bcell", &error));
+    EXPECT_EQ(error, "Invalid cooked scene c.bcell: Cooked scene holds scene version 5; recook the content.");
+}
+
+// A golden cell parses alike as text and cooked: the same entities in the same order, which
+// cook back to the same bytes, and an estimate that differs only by the file's size.
+TEST(CellPayloadTest, AGoldenCellReadsAlikeAsTextAndCooked) {
+    Scene::InstallComponents();
+    const fs::path path = fs::path(BRELK_TEST_DATA_DIR) / "SmallWorld" / "cell_-1_0.bcell";
+    CellPayload text;
+    text.bytes = *Platform::ReadFileBytes(path);
+    std::string error;
+    ASSERT_TRUE(ParseCellPayload(text.bytes, text, path, &error)) << error;
+    EXPECT_EQ(Names(text), "Terrain -1,0Prop 0");
+    CellPayload cooked;
+    cooked.bytes = Scene::EncodeCookedScene(text.document);
+    ASSERT_TRUE(ParseCellPayload(cooked.bytes, cooked, path, &error)) << error;
+    EXPECT_EQ(Names(cooked), Names(text));
+    EXPECT_EQ(Scene::EncodeCookedScene(cooked.document), cooked.bytes);
+    EXPECT_EQ(cooked.estimatedBytes - cooked.bytes.size(), text.estimatedBytes - text.bytes.size());
 }
 
 } // namespace

@@ -1,35 +1,39 @@
 #include "tools/worldgen/CommandLine.h"
 
 #include "engine/core/NumberText.h"
-#include "tests/support/TestSupport.h"
+#include "tests/support/TextCases.h"
 #include "tools/worldgen/Sampling.h"
 
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <functional>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace Brelk::WorldGen {
 namespace {
 
-// "value:<n>" (a float as its bits), or the kind of the exception thrown and, unless the
+namespace fs = std::filesystem;
+
+// The value as text (a float as its bits), or the kind of the exception thrown and, unless the
 // standard library's own wording is being compared, its text.
-template <typename Convert>
-std::string Outcome(Convert convert, const std::string& text, bool withMessage = true) {
+std::string Outcome(const std::function<std::string()>& run, bool withMessage = true) {
     try {
-        const auto value = convert(text);
-        if constexpr (std::is_same_v<decltype(value), const float>)
-            return "value:" + std::to_string(std::bit_cast<std::uint32_t>(value));
-        else
-            return "value:" + std::to_string(value);
+        return run();
     } catch (const std::invalid_argument& error) {
         return std::string("invalid:") + (withMessage ? error.what() : "");
     } catch (const std::out_of_range& error) {
         return std::string("range:") + (withMessage ? error.what() : "");
+    } catch (const std::runtime_error& error) {
+        return std::string("error:") + error.what();
     }
 }
+
+std::string Text(std::int32_t value) { return std::to_string(value); }
+std::string Text(float value) { return "bits " + std::to_string(std::bit_cast<std::uint32_t>(value)); }
 
 // Signed and float values read as the standard conversions their messages name, whose wording
 // varies between libraries. The listed texts are the edges the drawn ones would hardly reach.
@@ -43,11 +47,11 @@ TEST(ConvertArgument, ReadsSignedAndFloatTextsAsStoiAndStofDo) {
         "1" + std::string(60, '0'), "-Infinity", "1e-50",
     };
     const auto check = [](const std::string& text) {
-        EXPECT_EQ(Outcome([](const std::string& t) { return ConvertSignedArgument(t); }, text, false),
-                  Outcome([](const std::string& t) { return std::stoi(t); }, text, false))
+        EXPECT_EQ(Outcome([&] { return Text(ConvertSignedArgument(text)); }, false),
+                  Outcome([&] { return Text(std::stoi(text)); }, false))
             << '"' << text << '"';
-        EXPECT_EQ(Outcome([](const std::string& t) { return ConvertFloatArgument(t); }, text, false),
-                  Outcome([](const std::string& t) { return std::stof(t); }, text, false))
+        EXPECT_EQ(Outcome([&] { return Text(ConvertFloatArgument(text)); }, false),
+                  Outcome([&] { return Text(std::stof(text)); }, false))
             << '"' << text << '"';
     };
     for (const std::string& text : texts) check(text);
@@ -62,32 +66,7 @@ TEST(ConvertArgument, ReadsSignedAndFloatTextsAsStoiAndStofDo) {
     }
 }
 
-// Unsigned values wrap after a minus sign, as stoul does, but must fit in 32 bits; each failure
-// has its one message.
-TEST(ConvertArgument, ReadsUnsignedTextsModuloTwoToTheThirtyTwoAndNamesTheConversionInErrors) {
-    const std::string bad = "invalid:invalid stoul argument", big = "range:stoul argument out of range";
-    const struct {
-        char kind; // 'i' signed, 'u' unsigned, 'f' float
-        std::string text;
-        std::string outcome;
-    } table[] = {
-        {'u', "40", "value:40"}, {'u', "4294967295", "value:4294967295"}, {'u', "-1", "value:4294967295"},
-        {'u', "-4294967295", "value:1"}, {'u', "-0", "value:0"}, {'u', "  33 samples", "value:33"}, {'u', "many", bad},
-        {'u', "--1", bad}, {'u', "4294967296", big}, {'u', "-4294967296", big}, {'u', "18446744073709551615", big},
-        {'i', "abc", "invalid:invalid stoi argument"}, {'i', "2147483648", "range:stoi argument out of range"},
-        {'f', "x", "invalid:invalid stof argument"}, {'f', "1e39", "range:stof argument out of range"},
-    };
-    for (const auto& c : table) {
-        const std::string outcome =
-            c.kind == 'u'   ? Outcome([](const std::string& t) { return ConvertUnsignedArgument(t); }, c.text)
-            : c.kind == 'i' ? Outcome([](const std::string& t) { return ConvertSignedArgument(t); }, c.text)
-                            : Outcome([](const std::string& t) { return ConvertFloatArgument(t); }, c.text);
-        EXPECT_EQ(outcome, c.outcome) << c.kind << " \"" << c.text << '"';
-    }
-}
-
-// content, world and scene paths; cells X and Z, seed, props, terrain, colliders; cell size, height
-// scale, load and unload radius, frame and memory budget.
+// In the order the case file's comment names.
 std::string Describe(const WorldGenOptions& o) {
     const ProceduralWorldSettings& s = o.settings;
     std::string text = o.contentPath.string() + " " + o.worldPath.string() + " " + o.scenePath.string();
@@ -103,26 +82,18 @@ std::string Describe(const WorldGenOptions& o) {
     return text;
 }
 
-TEST(ParseCommandLine, ParsesOptionsOverDefaultsWithTheLastOneWinning) {
-    const struct {
+// Every conversion's messages and edges show through the options that take them: --cells is
+// signed, --seed unsigned and --cell-size a float.
+TEST(ParseCommandLine, ReadsOptionsOverDefaultsOrRefusesWithUsageOrAMessage) {
+    Testing::ExpectTextCases(fs::path(BRELK_TEST_DATA_DIR) / "CommandLines.txt", [](const Testing::TextCase& c) {
         std::vector<std::string> args;
-        std::string options;
-    } table[] = {
-        {{"--content", "C"}, "C Worlds/Procedural.bworld Scenes/Main.bscene 24 24 1 40 33 1 64 8 192 256 2 64"},
-        // Radii pass unchecked, whatever their order.
-        {{"--world", "W.bworld", "--scene", "S.bscene", "--cells", "5", "--cell-size", "32.5", "--props", "7",
-          "--terrain", "9", "--seed", "-1", "--memory-budget-mb", "12", "--load-radius", "100", "--unload-radius",
-          "50", "--frame-budget-ms", "0.25", "--content", "C"},
-         "C W.bworld S.bscene 5 5 4294967295 7 9 1 32.5 8 100 50 0.25 12"},
-        {{"--content", "A", "--cells", "3", "--content", "B", "--cells", "4"},
-         "B Worlds/Procedural.bworld Scenes/Main.bscene 4 4 1 40 33 1 64 8 192 256 2 64"},
-        {{"--content", "--world"}, "--world Worlds/Procedural.bworld Scenes/Main.bscene 24 24 1 40 33 1 64 8 192 256 2 64"},
-    };
-    for (const auto& c : table) {
-        WorldGenOptions options;
-        ASSERT_EQ(ParseCommandLine(c.args, options), CommandLineParse::Ok) << c.options;
-        EXPECT_EQ(Describe(options), c.options);
-    }
+        for (std::size_t start = 0; start < c.input.size(); start = c.input.find('\n', start) + 1)
+            args.push_back(c.input.substr(start, c.input.find('\n', start) - start));
+        return Outcome([&] {
+            WorldGenOptions options;
+            return ParseCommandLine(args, options) == CommandLineParse::Ok ? Describe(options) : "usage";
+        });
+    });
 }
 
 // The tool's own run pins an absolute world and a relative scene below an absolute folder.
@@ -131,10 +102,9 @@ TEST(ResolveToolPaths, PutsRelativePathsBelowTheAbsoluteContentFolderUnnormalise
     options.contentPath = "Content";
     options.scenePath = "Sub/../S.bscene";
     ResolveToolPaths(options);
-    const std::filesystem::path content = std::filesystem::current_path() / "Content";
-    EXPECT_EQ(options.contentPath, content);
-    EXPECT_EQ(options.worldPath.native(), content.native() + "/Worlds/Procedural.bworld");
-    EXPECT_EQ(options.scenePath.native(), content.native() + "/Sub/../S.bscene");
+    const std::string content = (std::filesystem::current_path() / "Content").native();
+    EXPECT_EQ(std::tuple(options.contentPath.native(), options.worldPath.native(), options.scenePath.native()),
+              std::tuple(content, content + "/Worlds/Procedural.bworld", content + "/Sub/../S.bscene"));
 }
 
 } // namespace

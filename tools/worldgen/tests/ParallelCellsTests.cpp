@@ -7,6 +7,7 @@
 
 #include <map>
 #include <stdexcept>
+#include <tuple>
 
 namespace Brelk::WorldGen {
 namespace {
@@ -24,85 +25,58 @@ std::map<std::string, std::string> Snapshot(const fs::path& root) {
     return files;
 }
 
-constexpr std::uint32_t kWorkerCounts[] = {0, 1, 2, 8};
+using ParallelCellsTest = WorldFixture;
 
-class ParallelCellsTest : public WorldFixture {
-protected:
+// Every run clears what a killed run left behind and keeps only its own cells, whatever the
+// number of workers.
+TEST_F(ParallelCellsTest, AnyNumberOfWorkersWritesTheSameBytesAndReportsTheFirstFailingCellInGridOrder) {
+    WriteText(StagingCellsFolder(WorldPath()) / "cell_50_50.bcell", "half");
+    WriteText(RetiredCellsFolder(WorldPath()) / "cell_60_60.bcell", "old");
+    WriteText(CellsFolder(WorldPath()) / "cell_70_70.bcell", "stale");
     // An odd, uneven grid, so that runners meet rows of every length.
-    static ProceduralWorldSettings Uneven() {
-        ProceduralWorldSettings settings = Grid(5, 3, 5);
-        settings.cellsZ = 4;
-        return settings;
-    }
-};
-
-TEST_F(ParallelCellsTest, AnyNumberOfWorkersWritesTheSameBytesAndFigures) {
+    ProceduralWorldSettings settings = Grid(5, 3, 5);
+    settings.cellsZ = 4;
+    // A folder that stands where a cell file must go makes that cell's replace fail: cells 7 and
+    // 13 of the grid fail, and a run on one thread stops at 7.
+    const fs::path blocked = folder / "cells";
+    for (const CellCoord coord : {CellCoord{GridStart(5) + 2, GridStart(4) + 1},
+                                  CellCoord{GridStart(5) + 3, GridStart(4) + 2}})
+        WriteText(blocked / (CellFileStem(coord) + ".bcell") / "occupied", "x");
+    const CellRunPlan plan{.settings = &settings, .assetManager = &assets, .assets = {}, .folder = blocked};
     std::map<std::string, std::string> expected;
-    WorldGenerationResult expectedResult;
-    for (const std::uint32_t workers : kWorkerCounts) {
+    std::tuple<std::uint64_t, std::uint64_t, std::uint64_t> expectedFigures;
+    std::string firstError;
+    for (const std::uint32_t workers : {0u, 1u, 2u, 8u}) {
         Testing::RunWithDeadline(Testing::kDeadline, [&] {
             const Core::Tasks::ScopedTaskSystem pool(Core::Tasks::TaskSystemConfig{workers, 1, std::nullopt});
             WorldGenerationResult result;
             std::string error;
-            ASSERT_TRUE(GenerateProceduralWorld(assets, WorldPath(), Uneven(), &result, &error)) << error;
+            ASSERT_TRUE(GenerateProceduralWorld(assets, WorldPath(), settings, &result, &error)) << error;
             std::map<std::string, std::string> files = Snapshot(WorldPath().parent_path());
             files.erase("Procedural.bworld.bmeta"); // its Guid is new with each content folder
-            if (expected.empty()) {
-                expected = std::move(files);
-                expectedResult = result;
-                return;
-            }
+            const auto figures = std::tuple(result.entityCount, result.cellFileBytes, result.residentBytes);
+            if (expected.empty()) expected = files, expectedFigures = figures;
             EXPECT_EQ(files, expected) << workers << " workers";
-            EXPECT_EQ(result.entityCount, expectedResult.entityCount);
-            EXPECT_EQ(result.cellFileBytes, expectedResult.cellFileBytes);
-            EXPECT_EQ(result.residentBytes, expectedResult.residentBytes);
-        });
-    }
-    EXPECT_EQ(expected.size(), 20u + 1u);
-}
+            EXPECT_EQ(figures, expectedFigures) << workers << " workers";
 
-TEST_F(ParallelCellsTest, TheFirstFailingCellInGridOrderIsReportedAndNoTemporaryStays) {
-    // A folder that stands where a cell file must go makes that cell's replace fail; cells 7
-    // and 13 of the grid fail, and a run on one thread stops at 7.
-    const fs::path target = folder / "cells";
-    const ProceduralWorldSettings settings = Uneven();
-    const auto obstruct = [&](CellCoord coord) {
-        WriteText(target / (CellFileStem(coord) + ".bcell") / "occupied", "x");
-    };
-    obstruct({GridStart(5) + 2, GridStart(4) + 1});
-    obstruct({GridStart(5) + 3, GridStart(4) + 2});
-    CellRunPlan plan;
-    plan.settings = &settings;
-    plan.assetManager = &assets;
-    plan.folder = target;
-    std::string firstError;
-    for (const std::uint32_t workers : kWorkerCounts) {
-        Testing::RunWithDeadline(Testing::kDeadline, [&] {
-            const Core::Tasks::ScopedTaskSystem pool(Core::Tasks::TaskSystemConfig{workers, 1, std::nullopt});
             const CellRunOutcome outcome = RunCells(plan, {});
             ASSERT_FALSE(outcome.Succeeded());
             if (firstError.empty()) firstError = outcome.error;
             EXPECT_EQ(outcome.error, firstError) << workers << " workers";
             EXPECT_NE(outcome.error.find("cell_0_-1.bcell"), std::string::npos) << outcome.error;
-            for (const auto& item : fs::directory_iterator(target)) {
-                EXPECT_NE(item.path().extension(), ".tmp") << item.path();
-            }
+            for (const std::string& name : Testing::ListFiles(blocked)) EXPECT_FALSE(name.ends_with(".tmp")) << name;
         });
     }
+    EXPECT_EQ(expected.size(), 20u + 1u); // no left-over of the killed run
+    EXPECT_FALSE(fs::exists(RetiredCellsFolder(WorldPath())));
 }
 
-// A run clears what a killed run left behind and keeps only its own cells; a failed run leaves
-// the previous world as it was.
-TEST_F(ParallelCellsTest, ARunClearsLeftOversAndAFailedRunLeavesThePreviousWorld) {
-    WriteText(StagingCellsFolder(WorldPath()) / "cell_50_50.bcell", "half");
-    WriteText(RetiredCellsFolder(WorldPath()) / "cell_60_60.bcell", "old");
-    WriteText(CellsFolder(WorldPath()) / "cell_70_70.bcell", "stale");
+// The calling thread's progress call fails part of the way through a grid larger than the
+// world there is.
+TEST_F(ParallelCellsTest, AFailedRunLeavesThePreviousWorld) {
     std::string error;
     ASSERT_TRUE(GenerateProceduralWorld(assets, WorldPath(), Grid(2), nullptr, &error)) << error;
-    EXPECT_FALSE(fs::exists(RetiredCellsFolder(WorldPath())));
-    EXPECT_EQ(Snapshot(CellsFolder(WorldPath())).size(), 4u);
     const std::map<std::string, std::string> before = Snapshot(WorldPath().parent_path());
-    // The calling thread's progress call fails part of the way through a larger grid.
     const GenerationProgressFn failing = [](const GenerationProgress& progress) {
         if (progress.cellsDone >= 3) throw std::runtime_error("interrupted");
     };

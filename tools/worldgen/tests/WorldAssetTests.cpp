@@ -1,11 +1,20 @@
 #include "tools/worldgen/WorldAsset.h"
 
-#include "tests/support/TestSupport.h"
+#include "tests/support/TextCases.h"
+#include "tools/worldgen/Sampling.h"
+#include "tools/worldgen/StreamWords.h"
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <limits>
+#include <locale>
+#include <sstream>
+#include <string>
+#include <tuple>
+#include <vector>
 
 namespace Brelk::WorldGen {
 namespace {
@@ -14,8 +23,6 @@ namespace fs = std::filesystem;
 using Testing::ReadText;
 using Testing::ScratchFolder;
 using Testing::WriteText;
-
-constexpr std::string_view kEmptyWorldText = "brelk_world 1\ncell_size 64\norigin 0 0\nnavigation 0\n";
 
 // Unsorted cells at the limits of every field, and floats that need all nine digits.
 WorldAsset SampleWorld() {
@@ -51,68 +58,31 @@ TEST(WorldAssetFile, WritesTheCellsSortedAndReadsEveryFieldBackBitForBit) {
     WorldAsset sorted = SampleWorld();
     SortCells(sorted.cells);
     EXPECT_EQ(read, sorted);
-    EXPECT_EQ(FormatWorldAssetText(WorldAsset{}), kEmptyWorldText);
 }
 
-TEST(WorldAssetText, ReadsLenientInputIntoSortedCellsInTheirFileOrder) {
-    struct Case {
-        std::string_view text;
-        std::string cells; // the canonical text behind the four head lines
-        std::string_view head = kEmptyWorldText;
-    };
-    const Case table[] = {
-        // A minus sign wraps in unsigned fields; any navigation but 0 is on.
-        {"brelk_world 1\ncell 0 0 -1 -1 -0 7\n", "cell 0 0 4294967295 18446744073709551615 0 1\n"},
-        // The last head record wins, wherever it stands; every cell adds.
-        {"brelk_world 1\r\ncell 2 0 1 1 1 0\r\ncell_size 8\norigin 1 2\nnavigation 5\n\r\ncell_size 16\norigin 3 4\n"
-         "navigation 0\ncell 1 0 1 1 1 0\ncell 1 0 2 2 2 0\ncell_size 2",
-         "cell 1 0 1 1 1 0\ncell 1 0 2 2 2 0\ncell 2 0 1 1 1 0\n", "brelk_world 1\ncell_size 2\norigin 3 4\nnavigation 0\n"},
-        // By z, then x, as signed values; rows of one cell keep their order.
-        {"brelk_world 1\ncell 1 1 0 0 0 0\ncell 0 0 3 0 0 0\ncell -1 1 0 0 0 0\ncell 5 -2 0 0 0 0\ncell 0 0 1 0 0 0\n"
-         "cell -1 0 9 0 0 0\n",
-         "cell 5 -2 0 0 0 0\ncell -1 0 9 0 0 0\ncell 0 0 3 0 0 0\ncell 0 0 1 0 0 0\ncell -1 1 0 0 0 0\n"
-         "cell 1 1 0 0 0 0\n"},
-        {"# made by hand\nbrelk_world 1 extra\nfuture_record 1 2 3\n# x\ncell_size 12abc\n   \ncell 1 2 3 4 5 6 7 8\n",
-         "cell 1 2 3 4 5 1\n", "brelk_world 1\ncell_size 12\norigin 0 0\nnavigation 0\n"},
-    };
-    for (const Case& c : table) {
-        WorldAsset world;
-        std::string error;
-        ASSERT_TRUE(ParseWorldAssetText(c.text, "w", world, &error)) << c.text << error;
-        EXPECT_EQ(FormatWorldAssetText(world), std::string(c.head) + c.cells) << c.text;
-        // The reader sorts itself, stably: reading the canonical text gives the same cells.
-        WorldAsset again;
-        ASSERT_TRUE(ParseWorldAssetText(FormatWorldAssetText(world), "w", again, nullptr));
-        EXPECT_EQ(again, world) << c.text;
-    }
+// The canonical text of what `text` reads as, or the error; a failed read must leave the
+// defaults, and the reader sorts itself, stably, so the canonical text reads as the same cells.
+std::string Parsed(std::string_view text) {
+    WorldAsset world, again;
+    std::string error;
+    if (!ParseWorldAssetText(text, "w.bworld", world, &error))
+        return world == WorldAsset{} ? error : error + " (and the world changed)";
+    const std::string canonical = FormatWorldAssetText(world);
+    const bool same = ParseWorldAssetText(canonical, "w", again, nullptr) && again == world;
+    return same ? canonical : canonical + "(reads back as other cells)";
 }
 
-TEST(WorldAssetText, ReportsEachBrokenInputExactly) {
-    const std::string head = "brelk_world 1\n";
-    const struct {
-        std::string text;
-        int line; // 0: not a world file at all
-    } table[] = {
-        {"", 0}, {"# note\n", 0}, {"\n\n# only comments\n\r\n", 0}, {"cell_size 64\n", 1}, {"brelk_world 2\n", 1},
-        {"brelk_world\n", 1}, {"brelk_world x1\n", 1}, {"# comment\n\nbrelk_world 0\n", 3},
-        {"unknown 1\n" + head, 1}, {"  \n" + head, 1}, {" # indented comment\n" + head, 1},
-        {head + "cell_size 0\n", 2}, {head + "cell_size -1\n", 2}, {head + "cell_size 1e39\n", 2},
-        {head + "cell_size inf\n", 2}, {head + "cell_size nan\n", 2}, {head + "cell_size 1e-50\n", 2},
-        {head + "cell_size\n", 2}, {head + "origin 1\n", 2}, {head + "origin 1 1e\n", 2},
-        {head + "navigation yes\n", 2}, {head + "navigation 2147483648\n", 2}, {head + "\ncell 1 2 3\n", 3},
-        {head + "cell 2147483648 0 0 0 0 0\n", 2}, {head + "cell 0 0 4294967296 0 0 0\n", 2},
-        {head + "cell 0 0 0 18446744073709551616 0 0\n", 2}, {head + "cell 0 0 0 5x 0 0\n", 2},
-        {head + "cell 0 0 0 0 0 -\n", 2}, {head + "cell 1 1 1 1 1 1\nbrelk_world 3\n", 3},
-    };
-    for (const auto& broken : table) {
-        WorldAsset world;
-        std::string error;
-        EXPECT_FALSE(ParseWorldAssetText(broken.text, "w.bworld", world, &error)) << broken.text;
-        EXPECT_EQ(error, broken.line == 0 ? std::string("Not a world file: w.bworld")
-                                          : "Invalid world file w.bworld at line " + std::to_string(broken.line) + ".")
-            << broken.text;
-        EXPECT_EQ(world, WorldAsset{}) << "a failed read must leave the defaults";
-    }
+TEST(WorldAssetText, ReadsEachTextIntoSortedCellsOrReportsItExactly) {
+    Testing::ExpectTextCases(fs::path(BRELK_TEST_DATA_DIR) / "WorldTexts.txt",
+                             [](const Testing::TextCase& c) { return Parsed(c.input); });
+    // Blank lines of carriage returns and spaces, and a last line without its end. The last head
+    // record wins, wherever it stands; every cell adds.
+    EXPECT_EQ(Parsed("\n\n# only comments\n\r\n"), "Not a world file: w.bworld");
+    EXPECT_EQ(Parsed("  \nbrelk_world 1\n"), "Invalid world file w.bworld at line 1.");
+    EXPECT_EQ(Parsed("brelk_world 1\r\ncell 2 0 1 1 1 0\r\ncell_size 8\norigin 1 2\nnavigation 5\n\r\n   \n"
+                     "cell_size 16\norigin 3 4\nnavigation 0\ncell 1 0 1 1 1 0\ncell 1 0 2 2 2 0\ncell_size 2"),
+              "brelk_world 1\ncell_size 2\norigin 3 4\nnavigation 0\n"
+              "cell 1 0 1 1 1 0\ncell 1 0 2 2 2 0\ncell 2 0 1 1 1 0\n");
 }
 
 // The reader names the path and resets the world; the writer names the folder it could not
@@ -128,8 +98,7 @@ TEST(WorldAssetFile, FailuresNameThePathAndAFailedReadResetsTheWorld) {
         WorldAsset world = SampleWorld();
         std::string error;
         EXPECT_FALSE(ReadWorldAsset(path, world, &error));
-        EXPECT_EQ(error, message);
-        EXPECT_EQ(world, WorldAsset{});
+        EXPECT_EQ(std::tuple(error, world), std::tuple(message, WorldAsset{}));
         EXPECT_FALSE(ReadWorldAsset(path, world, nullptr));
     }
     std::string error;
@@ -157,6 +126,82 @@ TEST(GridArithmetic, PlacesFindsAndMeasuresCellsAndSumsTheirFiles) {
     EXPECT_EQ(CellAt(world, {0.0015f, 0.0f, -0.0005f}), (CellCoord{1, -1}));
     world.cells = {{{0, 0}, 0, 10, 0, false}, {{1, 0}, 0, 4294967296ull, 0, false}};
     EXPECT_EQ(TotalCellFileBytes(world), 4294967306ull);
+}
+
+template <typename T>
+std::string Digits(T value) {
+    if constexpr (std::is_same_v<T, float>)
+        return "bits " + std::to_string(std::bit_cast<std::uint32_t>(value));
+    else
+        return std::to_string(value);
+}
+
+// "<value> after <consumed bytes>", or "fail": an input stream in the classic locale is the
+// reference that StreamWords must match.
+template <typename T>
+std::string ByStream(const std::string& text) {
+    std::istringstream stream(text);
+    stream.imbue(std::locale::classic());
+    T value{};
+    stream >> value;
+    if (stream.fail()) return "fail";
+    stream.clear();
+    return Digits(value) + " after " + std::to_string(stream.rdbuf()->pubseekoff(0, std::ios::cur, std::ios::in));
+}
+
+template <typename T>
+std::string ByWords(const std::string& text) {
+    StreamWords words(text);
+    T value{};
+    if (!words.Read(value)) return "fail";
+    return Digits(value) + " after " + std::to_string(text.size() - words.Rest().size());
+}
+
+const std::vector<std::string> kNumberTexts = {
+    "0", "-0", "+0", "5x", "  \t\v\f\r42", "-", "+", "+-5", "--5", "007", "0x10", "2147483647", "2147483648",
+    "-2147483648", "-2147483649", "4294967295", "4294967296", "-1", "-4294967295", "-4294967296",
+    "18446744073709551615", "18446744073709551616", "-18446744073709551615", "99999999999999999999x", "1e",
+    "1e+", "1e+x", "1.5.3", "inf", "nan", "-inf", "1e39", "-1e39", "3.4028235e38", "3.40282357e38", "1e-40",
+    "1e-50", "-1e-50", "1e-45", "0x1p3", ".5", ".", "5.", "-.", "1e5.3", "1..", "1ee5", "1e-5-3", "1E5x", "1e5e",
+    "+.e1", "1e99999999999999999999", "1e-99999999999999999999", "00000000000000000000000000001",
+    "0.000000000000000000000000000000000000000000000000000001e60", "123456789012345678901234567890e-10",
+    "1.17549435e-38", "1.1754942e-38", "64", "0.100000001", "", "   ", "abc", "12abc", "e5", "0e999999999",
+    "9" + std::string(400, '9'), "0." + std::string(400, '0') + "1e400", "\x01" "5", std::string("5\0" "6", 3),
+};
+
+void ExpectEveryTypeSameAsStream(const std::string& text) {
+    EXPECT_EQ(ByWords<std::int32_t>(text), ByStream<std::int32_t>(text)) << '"' << text << '"';
+    EXPECT_EQ(ByWords<std::uint32_t>(text), ByStream<std::uint32_t>(text)) << '"' << text << '"';
+    EXPECT_EQ(ByWords<std::uint64_t>(text), ByStream<std::uint64_t>(text)) << '"' << text << '"';
+    EXPECT_EQ(ByWords<float>(text), ByStream<float>(text)) << '"' << text << '"';
+}
+
+TEST(StreamWords, ReadsNumbersAsAStreamDoes) {
+    for (const std::string& text : kNumberTexts) ExpectEveryTypeSameAsStream(text);
+    // Short texts over the alphabet that matters to numbers, drawn from a fixed stream.
+    constexpr std::string_view kAlphabet = "0123456789+-.eE x\t9";
+    RandomStream random{12345};
+    for (int i = 0; i < 40000 && !HasFailure(); ++i) {
+        const std::size_t length = static_cast<std::size_t>(random.Next() % 12);
+        std::string text;
+        for (std::size_t c = 0; c < length; ++c) text += kAlphabet[random.Next() % kAlphabet.size()];
+        ExpectEveryTypeSameAsStream(text);
+    }
+}
+
+// Words split at classic white space and keep NUL bytes; a failed read leaves the words failed.
+TEST(StreamWords, SplitsWordsAtClassicWhiteSpaceAndStaysFailedAfterAFailure) {
+    StreamWords words(std::string_view(" cell\t-1\v0\f4\ra\0b 5x", 19));
+    std::string_view word, nul;
+    std::int32_t x = 0, z = 7, five = 0;
+    std::uint32_t count = 0;
+    ASSERT_TRUE(words.ReadWord(word) && words.Read(x) && words.Read(z) && words.Read(count) && words.ReadWord(nul) &&
+                words.Read(five));
+    EXPECT_EQ(std::tuple(word, x, z, count, nul, five), std::tuple("cell", -1, 0, 4u, std::string_view("a\0b", 3), 5));
+    EXPECT_EQ(words.Rest(), "x");
+    EXPECT_FALSE(words.Read(x));
+    EXPECT_TRUE(words.Failed());
+    EXPECT_FALSE(words.ReadWord(word));
 }
 
 } // namespace

@@ -23,8 +23,7 @@ protected:
 
     static ProceduralWorldSettings Grid(std::int32_t cells, std::uint32_t props = 2, std::uint32_t terrain = 5) {
         ProceduralWorldSettings settings;
-        settings.cellsX = cells;
-        settings.cellsZ = cells;
+        settings.cellsX = settings.cellsZ = cells;
         settings.propsPerCell = props;
         settings.terrainResolution = terrain;
         return settings;

@@ -2,7 +2,7 @@
 
 #include "tools/worldview/ViewTool.h"
 
-#include "tests/support/TestSupport.h"
+#include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
 
@@ -12,39 +12,23 @@
 namespace Brelk::WorldView {
 namespace {
 
-struct LineCase {
-    const char* name;
-    std::vector<std::string> args;
-    // "usage", the options read or the exception's text.
-    std::string outcome;
-};
-
-const LineCase kLines[] = {
-    {"NoArguments", {}, "usage"},
-    {"NoWorld", {"--png", "a.png"}, "usage"},
-    {"UnknownOption", {"--world", "w.bworld", "--cells", "2"}, "usage"},
-    {"MissingValue", {"--world"}, "missing value for --world"},
-    {"ZeroScale", {"--world", "w.bworld", "--scale", "0"}, "--scale must be at least 1"},
-    {"BadScale", {"--world", "w.bworld", "--scale", "x"}, "invalid stoul argument"},
-    {"ALaterOptionWins", {"--world", "a.bworld", "--png", "p.png", "--scale", "3", "--world", "w.bworld"}, "w.bworld p.png 3"},
-};
-
-class ViewCommandLineTest : public ::testing::TestWithParam<LineCase> {};
-
-TEST_P(ViewCommandLineTest, Parses) {
-    WorldViewOptions options;
-    std::string parsed;
-    const std::string thrown = Testing::ThrownMessage([&] {
-        parsed = ParseViewCommandLine(GetParam().args, options) != ViewCommandLineParse::Ok
-                     ? "usage"
-                     : options.worldPath.string() + " " + options.pngPath.string() + " " +
-                           std::to_string(options.scale.value_or(0));
+TEST(ParseViewCommandLine, ReadsOptionsOrRefusesWithUsageOrAMessage) {
+    const std::filesystem::path cases = std::filesystem::path(BRELK_TEST_DATA_DIR) / "ViewCommandLines.txt";
+    Testing::ExpectTextCases(cases, [](const Testing::TextCase& c) {
+        std::vector<std::string> args;
+        for (std::size_t start = 0; start < c.input.size(); start = c.input.find('\n', start) + 1)
+            args.push_back(c.input.substr(start, c.input.find('\n', start) - start));
+        WorldViewOptions options;
+        std::string parsed;
+        const std::string thrown = Testing::ThrownMessage([&] {
+            parsed = ParseViewCommandLine(args, options) != ViewCommandLineParse::Ok
+                         ? "usage"
+                         : options.worldPath.string() + " " + options.pngPath.string() + " " +
+                               std::to_string(options.scale.value_or(0));
+        });
+        return parsed.empty() ? thrown : parsed;
     });
-    EXPECT_EQ(parsed.empty() ? thrown : parsed, GetParam().outcome);
 }
-
-INSTANTIATE_TEST_SUITE_P(Lines, ViewCommandLineTest, ::testing::ValuesIn(kLines),
-                         [](const auto& info) { return std::string(info.param.name); });
 
 TEST(ViewTool, ABadCommandLineGivesTheUsageOrOneErrorLine) {
     std::ostringstream out, err;
