@@ -3,6 +3,7 @@
 #include "tests/support/Deadline.h"
 #include "engine/platform/Thread.h"
 #include "tests/support/TestSupport.h"
+#include "tests/support/TextCases.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -68,45 +69,34 @@ Strings Messages(const std::vector<LogEntry>& entries) {
 
 // ---- Line format and names -------------------------------------------------------------
 
-// The lines themselves are checked where they are echoed and handed to sinks.
-TEST(LogLineFormat, NamesEveryLevelTagAndCategory) {
+// The lines themselves are checked where they are echoed and handed to sinks; the category
+// names where the log level settings name what they changed.
+TEST(LogLineFormat, NamesEveryLevelTagAndNoCategoryBeyondTheTen) {
     const char* tags[] = {"[Trace]", "[Debug]", "[Info]", "[Warn]", "[Error]", "[Fatal]", ""};
     for (int level = 0; level <= 6; ++level) EXPECT_EQ(LogLevelTag(static_cast<LogLevel>(level)), tags[level]);
-    const char* names[] = {"General", "Core", "Render", "Assets", "Scene", "Physics", "Audio", "Net", "Script", "Editor"};
-    for (std::size_t i = 0; i < kLogCategoryCount; ++i) {
-        EXPECT_EQ(LogCategoryName(static_cast<LogCategory>(i)), names[i]);
-    }
     EXPECT_EQ(LogCategoryName(static_cast<LogCategory>(10)), "Unknown");
     EXPECT_EQ(LogCategoryName(static_cast<LogCategory>(255)), "Unknown");
 }
 
-TEST(LogLevelsText, ParsesNamesInAnyCaseLeftToRightAndStopsAtTheFirstBadEntry) {
-    using L = LogLevel;
-    struct Case {
-        const char* text;
-        bool valid;
-        L general, core, render, assets; // from all Info
-    };
-    const Case cases[] = {
-        {"Assets=Debug;Render=off", true, L::Info, L::Info, L::Off, L::Debug},
-        {"debug", true, L::Debug, L::Debug, L::Debug, L::Debug}, {"", true, L::Info, L::Info, L::Info, L::Info},
-        {"*=Warn", true, L::Warning, L::Warning, L::Warning, L::Warning},
-        {"  Assets = Debug , ", true, L::Info, L::Info, L::Info, L::Debug},
-        {"Render=Error,Assets=Loud,Core=Debug", false, L::Info, L::Info, L::Error, L::Info},
-        {"Assets", false, L::Info, L::Info, L::Info, L::Info}, {"=Debug", false, L::Info, L::Info, L::Info, L::Info},
-        {"Assets=", false, L::Info, L::Info, L::Info, L::Info}, {"A=Debug=Info", false, L::Info, L::Info, L::Info, L::Info},
-        {"Trace;Core=Error", true, L::Trace, L::Error, L::Trace, L::Trace},
-        {"ASSETS=trace\t;\tcore = FATAL", true, L::Info, L::Fatal, L::Info, L::Trace},
-        {"Error;Nowhere=Debug;Debug", false, L::Error, L::Error, L::Error, L::Error},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.text);
-        std::array<LogLevel, kLogCategoryCount> thresholds;
-        thresholds.fill(LogLevel::Info);
-        EXPECT_EQ(ApplyLogLevelSettings(c.text, thresholds), c.valid);
-        EXPECT_EQ(std::tie(thresholds[0], thresholds[1], thresholds[2], thresholds[3]),
-                  std::tie(c.general, c.core, c.render, c.assets));
+// Whether a settings text applies, and the thresholds it leaves that are not Info.
+std::string AppliedLevels(std::string_view text) {
+    const char* names[] = {"Trace", "Debug", "Info", "Warn", "Error", "Fatal", "Off"};
+    std::array<LogLevel, kLogCategoryCount> thresholds;
+    thresholds.fill(LogLevel::Info);
+    std::string outcome = ApplyLogLevelSettings(text, thresholds) ? "applied" : "refused";
+    for (std::size_t i = 0; i < kLogCategoryCount; ++i) {
+        if (thresholds[i] == LogLevel::Info) continue;
+        outcome += " " + std::string(LogCategoryName(static_cast<LogCategory>(i))) + "=" +
+                   names[static_cast<int>(thresholds[i])];
     }
+    return outcome;
+}
+
+TEST(LogLevelsText, ParsesNamesInAnyCaseLeftToRightAndStopsAtTheFirstBadEntry) {
+    EXPECT_EQ(AppliedLevels("  Assets = Debug , "), "applied Assets=Debug");
+    Testing::ExpectTextCases(std::string(BRELK_TEST_DATA_DIR) + "/LogLevelSettings.txt", [](const Testing::TextCase& c) {
+        return AppliedLevels(std::string_view(c.input).substr(0, c.input.find_last_not_of('\n') + 1));
+    });
 }
 
 // ---- Filtering and standard output -----------------------------------------------------
