@@ -123,12 +123,7 @@ TEST(Logger, EchoesToStandardOutputOnlyWhenConfiguredAndTheFreeFunctionsUseTheGl
 TEST(Logger, FiltersByCategoryThresholdAndDropsUnknownCategoriesAndLevelsBeforeBuildingTheMessage) {
     Logger logger(QuietConfig());
     int built = 0;
-    auto make = [&](const char* text) {
-        return [&built, text] {
-            ++built;
-            return std::string(text);
-        };
-    };
+    auto make = [&built](const char* text) { return [&built, text] { return ++built, std::string(text); }; };
     logger.SetThreshold(LogCategory::Render, LogLevel::Error);
     logger.SetThreshold(LogCategory::Net, LogLevel::Off);
     logger.SetThreshold(static_cast<LogCategory>(10), LogLevel::Trace);
@@ -195,8 +190,7 @@ TEST(Logger, NumbersEntriesFromOneKeepsTheHistoryCapacityAndGivesTheHistorySince
 // ---- Sinks -----------------------------------------------------------------------------
 
 TEST(Logger, SinksGetEntryAndLinePastAFailingSinkUntilRemovedAndWhatASinkLogsGoesToTheHistoryOnly) {
-    ScratchFolder folder;
-    RunWithDeadline(kDeadline, [&] {
+    RunWithDeadline(kDeadline, [] {
         Logger logger(QuietConfig());
         logger.AddSink(std::make_shared<ThrowingSink>());
         auto sink = std::make_shared<RecordingSink>();
@@ -213,7 +207,7 @@ TEST(Logger, SinksGetEntryAndLinePastAFailingSinkUntilRemovedAndWhatASinkLogsGoe
         EXPECT_TRUE(logger.RemoveSink(id));
         EXPECT_FALSE(logger.RemoveSink(id));
         // On the sink thread too.
-        logger.StartSession("Reenter", folder.Path());
+        logger.StartSession("Reenter", std::filesystem::path());
         for (int i = 0; i < 50; ++i) logger.Log(LogCategory::General, LogLevel::Info, "outer");
         logger.Flush();
         logger.Shutdown();
@@ -225,10 +219,18 @@ TEST(Logger, SinksGetEntryAndLinePastAFailingSinkUntilRemovedAndWhatASinkLogsGoe
 
 // ---- Sessions --------------------------------------------------------------------------
 
-TEST(LoggerSession, NamesFilesAfterTheCleanedAppNameAndWritesTheBannerAndFatalAtOnce) {
+TEST(LoggerSession, NamesFilesAfterTheCleanedAppNameWritesTheBannerAndFatalAtOnceAndReadsLevelsOnlyAtTheStart) {
     ScratchFolder folder;
+    Brelk::Testing::WriteText(folder / "blocker", "x");
     RunWithDeadline(kDeadline, [&] {
         Logger logger(QuietConfig());
+        try {
+            logger.StartSession("My Game!", folder / "blocker" / "Logs");
+            FAIL() << "StartSession should have thrown";
+        } catch (const std::filesystem::filesystem_error& error) {
+            EXPECT_EQ(error.path1(), folder / "blocker" / "Logs");
+            EXPECT_EQ(error.code(), std::make_error_code(std::errc::not_a_directory));
+        }
         logger.StartSession("My Game!", folder.Path());
         const std::filesystem::path session = logger.SessionLogPath();
         const std::filesystem::path latest = logger.LatestLogPath();
@@ -253,13 +255,20 @@ TEST(LoggerSession, NamesFilesAfterTheCleanedAppNameAndWritesTheBannerAndFatalAt
                                                 "[0-9][0-9]:[0-9][0-9]:[0-9][0-9] \\[Fatal\\] \\[Core\\] going down\n"));
         }
 
-        // The latest log holds the last run only.
+        // The latest log holds the last run only, which reads the log levels when it starts.
+        Brelk::Testing::ScopedEnvironmentVariable levels("BRELK_LOG_LEVELS", "Render=Error;Assets=Loud");
         Logger again(QuietConfig());
+        EXPECT_EQ(again.Threshold(LogCategory::Render), LogLevel::Info);
         again.StartSession("My Game!", folder.Path());
         again.Log(LogCategory::General, LogLevel::Info, "second run");
         again.Shutdown();
-        EXPECT_EQ(ReadText(latest).find("saved"), std::string::npos);
-        EXPECT_NE(ReadText(latest).find("second run"), std::string::npos);
+        EXPECT_EQ(std::tuple(again.Threshold(LogCategory::Render), again.Threshold(LogCategory::Assets)),
+                  std::tuple(LogLevel::Error, LogLevel::Info));
+        const std::string text = ReadText(latest);
+        EXPECT_EQ(text.find("saved"), std::string::npos);
+        EXPECT_NE(text.find(" [Warn] [Core] BRELK_LOG_LEVELS contains an invalid entry: 'Render=Error;Assets=Loud'.\n"),
+                  std::string::npos);
+        EXPECT_NE(text.find("second run"), std::string::npos);
     });
 }
 
@@ -271,7 +280,8 @@ TEST(LoggerSession, WritesEntriesFromManyThreadsInOrderUnderBackPressureUntilFlu
         Logger logger(config);
         auto sink = std::make_shared<RecordingSink>();
         logger.AddSink(sink);
-        logger.StartSession("Threads", folder.Path());
+        // An empty name has a name of its own.
+        logger.StartSession("", folder.Path());
         std::vector<std::thread> threads;
         for (int t = 0; t < 4; ++t) {
             threads.emplace_back([&logger, t] {
@@ -288,38 +298,11 @@ TEST(LoggerSession, WritesEntriesFromManyThreadsInOrderUnderBackPressureUntilFlu
         logger.Log(LogCategory::General, LogLevel::Info, "after");
         ASSERT_EQ(sink->entries.size(), 1002u);
         for (std::size_t i = 0; i < sink->entries.size(); ++i) EXPECT_EQ(sink->entries[i].sequence, i + 1);
-        std::istringstream file(ReadText(logger.LatestLogPath()));
+        std::istringstream file(ReadText(folder / "BrelkEngine.latest.log"));
         int lines = 0;
         for (std::string line; std::getline(file, line);) lines += line.find("[Info] [Net]") != std::string::npos;
         EXPECT_EQ(lines, 1001);
     });
-}
-
-TEST(LoggerSession, FolderThatCannotBeCreatedThrowsAndLogLevelsAreReadOnlyAtTheStartWithAWarning) {
-    ScratchFolder folder;
-    Brelk::Testing::WriteText(folder / "blocker", "x");
-    Logger logger(QuietConfig());
-    try {
-        logger.StartSession("Blocked", folder / "blocker" / "Logs");
-        FAIL() << "StartSession should have thrown";
-    } catch (const std::filesystem::filesystem_error& error) {
-        EXPECT_EQ(error.path1(), folder / "blocker" / "Logs");
-        EXPECT_EQ(error.code(), std::make_error_code(std::errc::not_a_directory));
-    }
-    ::setenv("BRELK_LOG_LEVELS", "Render=Error;Assets=Loud", 1);
-    EXPECT_EQ(logger.Threshold(LogCategory::Render), LogLevel::Info);
-    logger.StartSession("", folder.Path());
-    ::unsetenv("BRELK_LOG_LEVELS");
-    // An empty name has a name of its own.
-    EXPECT_EQ(logger.LatestLogPath(), folder / "BrelkEngine.latest.log");
-    logger.Shutdown();
-    EXPECT_EQ(std::tuple(logger.Threshold(LogCategory::Render), logger.Threshold(LogCategory::Assets)),
-              std::tuple(LogLevel::Error, LogLevel::Info));
-    const std::vector<LogEntry> history = logger.History();
-    ASSERT_EQ(history.size(), 1u);
-    EXPECT_EQ(std::tie(history[0].level, history[0].category, history[0].message),
-              std::tuple(LogLevel::Warning, LogCategory::Core,
-                         "BRELK_LOG_LEVELS contains an invalid entry: 'Render=Error;Assets=Loud'."));
 }
 
 TEST(LoggerSession, SessionWithoutFilesOrConfigurationStartsTheNamedSinkThreadWhoseFlushCanGiveUp) {
