@@ -22,11 +22,7 @@ using Testing::kDeadline;
 using Testing::RunWithDeadline;
 using Strings = std::vector<std::string>;
 
-LoggerConfig QuietConfig() {
-    LoggerConfig config;
-    config.echoToStdout = false;
-    return config;
-}
+const LoggerConfig kQuiet{.echoToStdout = false};
 
 // Read only after a Flush or Shutdown, which orders the reads after the writes.
 struct RecordingSink : LogSink {
@@ -102,7 +98,7 @@ TEST(LogLevelsText, ParsesNamesInAnyCaseLeftToRightAndStopsAtTheFirstBadEntry) {
 // ---- Filtering and standard output -----------------------------------------------------
 
 TEST(Logger, EchoesToStandardOutputOnlyWhenConfiguredAndTheFreeFunctionsUseTheGlobalLoggerInGeneral) {
-    Logger quiet(QuietConfig());
+    Logger quiet(kQuiet);
     std::uint64_t before = 0;
     (void)Logger::Get().HistorySince(0, &before);
     ::testing::internal::CaptureStdout();
@@ -121,7 +117,7 @@ TEST(Logger, EchoesToStandardOutputOnlyWhenConfiguredAndTheFreeFunctionsUseTheGl
 }
 
 TEST(Logger, FiltersByCategoryThresholdAndDropsUnknownCategoriesAndLevelsBeforeBuildingTheMessage) {
-    Logger logger(QuietConfig());
+    Logger logger(kQuiet);
     int built = 0;
     auto make = [&built](const char* text) { return [&built, text] { return ++built, std::string(text); }; };
     logger.SetThreshold(LogCategory::Render, LogLevel::Error);
@@ -156,7 +152,7 @@ TEST(Logger, FiltersByCategoryThresholdAndDropsUnknownCategoriesAndLevelsBeforeB
 // ---- History ---------------------------------------------------------------------------
 
 TEST(Logger, NumbersEntriesFromOneKeepsTheHistoryCapacityAndGivesTheHistorySinceASequence) {
-    Logger logger(QuietConfig());
+    Logger logger(kQuiet);
     std::uint64_t latest = 99;
     EXPECT_TRUE(logger.HistorySince(0, &latest).empty());
     EXPECT_EQ(latest, 0u);
@@ -174,10 +170,7 @@ TEST(Logger, NumbersEntriesFromOneKeepsTheHistoryCapacityAndGivesTheHistorySince
     EXPECT_EQ(latest, 3u);
     EXPECT_TRUE(logger.HistorySince(3, &latest).empty());
     for (const std::uint64_t capacity : {std::uint64_t{8192}, std::uint64_t{0}}) {
-        LoggerConfig config = QuietConfig();
-        config.historyCapacity = capacity;
-        config.queueCapacity = capacity;
-        Logger bounded(config);
+        Logger bounded({.echoToStdout = false, .queueCapacity = capacity, .historyCapacity = capacity});
         const std::uint64_t kept = capacity == 0 ? 1 : capacity;
         for (std::uint64_t i = 1; i <= kept + 1; ++i) bounded.Log(LogCategory::General, LogLevel::Info, std::to_string(i));
         const std::vector<LogEntry> last = bounded.History();
@@ -191,7 +184,7 @@ TEST(Logger, NumbersEntriesFromOneKeepsTheHistoryCapacityAndGivesTheHistorySince
 
 TEST(Logger, SinksGetEntryAndLinePastAFailingSinkUntilRemovedAndWhatASinkLogsGoesToTheHistoryOnly) {
     RunWithDeadline(kDeadline, [] {
-        Logger logger(QuietConfig());
+        Logger logger(kQuiet);
         logger.AddSink(std::make_shared<ThrowingSink>());
         auto sink = std::make_shared<RecordingSink>();
         const std::uint64_t id = logger.AddSink(sink);
@@ -223,7 +216,7 @@ TEST(LoggerSession, NamesFilesAfterTheCleanedAppNameWritesTheBannerAndFatalAtOnc
     ScratchFolder folder;
     Brelk::Testing::WriteText(folder / "blocker", "x");
     RunWithDeadline(kDeadline, [&] {
-        Logger logger(QuietConfig());
+        Logger logger(kQuiet);
         try {
             logger.StartSession("My Game!", folder / "blocker" / "Logs");
             FAIL() << "StartSession should have thrown";
@@ -257,7 +250,7 @@ TEST(LoggerSession, NamesFilesAfterTheCleanedAppNameWritesTheBannerAndFatalAtOnc
 
         // The latest log holds the last run only, which reads the log levels when it starts.
         Brelk::Testing::ScopedEnvironmentVariable levels("BRELK_LOG_LEVELS", "Render=Error;Assets=Loud");
-        Logger again(QuietConfig());
+        Logger again(kQuiet);
         EXPECT_EQ(again.Threshold(LogCategory::Render), LogLevel::Info);
         again.StartSession("My Game!", folder.Path());
         again.Log(LogCategory::General, LogLevel::Info, "second run");
@@ -275,9 +268,7 @@ TEST(LoggerSession, NamesFilesAfterTheCleanedAppNameWritesTheBannerAndFatalAtOnc
 TEST(LoggerSession, WritesEntriesFromManyThreadsInOrderUnderBackPressureUntilFlushAndThenSynchronously) {
     ScratchFolder folder;
     RunWithDeadline(kDeadline, [&] {
-        LoggerConfig config = QuietConfig();
-        config.queueCapacity = 4;
-        Logger logger(config);
+        Logger logger({.echoToStdout = false, .queueCapacity = 4});
         auto sink = std::make_shared<RecordingSink>();
         logger.AddSink(sink);
         // An empty name has a name of its own.
@@ -318,9 +309,7 @@ TEST(LoggerSession, SessionWithoutFilesOrConfigurationStartsTheNamedSinkThreadWh
     for (const bool configured : {false, true}) {
         SCOPED_TRACE(configured ? "configured" : "session without a folder");
         RunWithDeadline(kDeadline, [configured] {
-            LoggerConfig config = QuietConfig();
-            config.startSinkThread = configured;
-            Logger logger(config);
+            Logger logger({.echoToStdout = false, .startSinkThread = configured});
             auto sink = std::make_shared<BlockingSink>();
             std::future<void> entered = sink->entered.get_future();
             logger.AddSink(sink);
@@ -347,7 +336,7 @@ TEST(LoggerSession, ASinkThatShutsTheLoggerDownDoesNotDeadlock) {
             void Flush() override {}
             Logger& logger;
         };
-        auto logger = std::make_unique<Logger>(QuietConfig());
+        auto logger = std::make_unique<Logger>(kQuiet);
         logger->AddSink(std::make_shared<StoppingSink>(*logger));
         logger->StartSession("Stopping", std::filesystem::path());
         logger->Log(LogCategory::General, LogLevel::Info, "stop");

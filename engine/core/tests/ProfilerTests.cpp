@@ -22,16 +22,10 @@ using Brelk::Testing::WriteText;
 using Testing::kDeadline;
 using Testing::RunWithDeadline;
 
-ProfilerSettings Recording() {
-    ProfilerSettings settings;
-    settings.cpuProfilingEnabled = true;
-    return settings;
-}
-
 class ProcessRecorder : public ::testing::Test {
 protected:
     void SetUp() override {
-        ProfilerRecorder::Instance().SetSettings(Recording());
+        ProfilerRecorder::Instance().SetSettings({.cpuProfilingEnabled = true});
         ProfilerRecorder::Instance().Clear();
     }
     void TearDown() override {
@@ -57,8 +51,7 @@ std::vector<std::string> Describe(const std::vector<ProfilerEvent>& events) {
 TEST(ProfilerRecorder, RecordsOnlyEnabledCategoriesWhileCpuProfilingIsOnAndNotPaused) {
     ProfilerRecorder recorder;
     EXPECT_EQ(recorder.OpenZone("Assets", "Load").index, -1);
-    ProfilerSettings settings = Recording();
-    settings.paused = true;
+    ProfilerSettings settings{.paused = true, .cpuProfilingEnabled = true};
     recorder.SetSettings(settings);
     EXPECT_EQ(recorder.OpenZone("Assets", "Load").index, -1);
     recorder.RecordGpuZone("Render", "Shadows", 100, 400);
@@ -110,9 +103,7 @@ TEST(ProfilerRecorder, NestedZonesKnowTheirParentDepthAndTimes) {
 
 TEST(ProfilerRecorder, FramesKeepTheirCountersAndZonesSpanningAFrameEndOnlyTheHistorySize) {
     ProfilerRecorder recorder;
-    ProfilerSettings settings = Recording();
-    settings.historySize = 2;
-    recorder.SetSettings(settings);
+    recorder.SetSettings({.cpuProfilingEnabled = true, .historySize = 2});
     ProfilerRecorder::ZoneToken spanning{};
     for (std::uint64_t i = 1; i <= 3; ++i) {
         recorder.BeginFrame();
