@@ -2,6 +2,7 @@
 
 #include "tests/support/Deadline.h"
 #include "tests/support/TestSupport.h"
+#include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
 
@@ -32,24 +33,19 @@ ProcessResult RunToEnd(ProcessCommand command) {
     return result;
 }
 
+// An argument quoted, and whether two of it on a command line split back as they were.
+std::string Quoted(const std::string& text) {
+    const std::vector<std::string> split =
+        SplitProcessCommandLine(FormatProcessCommandLine({"/opt/my tools/glslc", {text, text}, {}}));
+    const bool same = split == std::vector<std::string>{"/opt/my tools/glslc", text, text};
+    return QuoteProcessArgument(text) + (same ? "" : " (splits back otherwise)");
+}
+
 TEST(ProcessCommandLine, QuotesOnlyWhatNeedsItAndSplitsBackToTheSameArguments) {
-    struct Row {
-        std::string text;
-        std::string quoted;
-    };
-    const std::vector<Row> rows = {
-        {"", "\"\""}, {"plain", "plain"}, {"a\\b\\", "a\\b\\"}, {"a b", "\"a b\""},
-        {"a b\\\"c\\", "\"a b\\\\\\\"c\\\\\""}, {"\"", "\"\\\"\""}, {"tab\there", "\"tab\there\""},
-        {"line\nfeed\v", "\"line\nfeed\v\""}, {"x\\\\ y", "\"x\\\\ y\""},
-    };
-    ProcessCommand command{"/opt/my tools/glslc", {}, {}};
-    std::vector<std::string> expected = {"/opt/my tools/glslc"};
-    for (const Row& row : rows) {
-        EXPECT_EQ(QuoteProcessArgument(row.text), row.quoted) << row.text;
-        command.arguments.emplace_back(row.text);
-        expected.push_back(row.text);
-    }
-    EXPECT_EQ(SplitProcessCommandLine(FormatProcessCommandLine(command)), expected);
+    EXPECT_EQ(Quoted("line\nfeed\v"), "\"line\nfeed\v\"");
+    Testing::ExpectTextCases(std::string(BRELK_TEST_DATA_DIR) + "/QuotedArguments.txt", [](const Testing::TextCase& c) {
+        return Quoted(c.input.substr(0, c.input.find_last_not_of('\n') + 1));
+    });
     EXPECT_EQ(FormatProcessCommandLine({"/bin/x", {"-o", fs::path("a b.spv")}, {}}), "/bin/x -o \"a b.spv\"");
     EXPECT_EQ(SplitProcessCommandLine("  a\t\"b \"\"c\" d\\\\\"e f\"  "),
               (std::vector<std::string>{"a", "b \"c", "d\\e f"}));
