@@ -2,6 +2,7 @@
 #include "engine/platform/SecureRandom.h"
 
 #include "tests/support/TestSupport.h"
+#include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
 
@@ -98,21 +99,15 @@ TEST(CanonicalPath, MakesPathsAbsoluteNormalisedWithLinksResolvedAndNoTrailingSe
 }
 
 TEST(IsInsideFolder, HoldsPathsBelowInAnyCaseButNotSiblingsWithTheSamePrefixAndTheirRelativeTailKeepsItsCase) {
-    ScratchFolder folder;
-    struct Case {
-        fs::path folder, path;
-        std::optional<fs::path> relative; // none when outside
-    };
-    const Case cases[] = {
-        {folder.Path(), folder.Path(), "."}, {folder.Path(), folder.Path().string() + "/", "."},
-        {folder.Path(), folder / "Not/Yet/There.TXT", "Not/Yet/There.TXT"}, {"/data/A", "/data/A/b", "b"},
-        {"/data/A", "/DATA/a/Sub/File", "Sub/File"}, {"/", "/data/x", "data/x"}, {"/data/A", "/data/AB", std::nullopt},
-        {"/data/A/b", "/data/A", std::nullopt}, {{}, "/a", std::nullopt}, {"/a", {}, std::nullopt},
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(IsInsideFolder(c.folder, c.path), c.relative.has_value()) << c.folder << " " << c.path;
-        EXPECT_EQ(RelativeToFolder(c.folder, c.path), c.relative) << c.folder << " " << c.path;
-    }
+    ScratchFolder scratch;
+    Testing::ExpectTextCases(std::string(BRELK_TEST_DATA_DIR) + "/InsideFolder.txt", [&](const Testing::TextCase& c) {
+        std::string text = c.input;
+        for (std::size_t at; (at = text.find("<scratch>")) != std::string::npos;) text.replace(at, 9, scratch.Path());
+        const std::size_t end = text.find('\n');
+        const fs::path folder = text.substr(0, end), path = text.substr(end + 1, text.size() - end - 2);
+        const std::optional<fs::path> relative = RelativeToFolder(folder, path);
+        return (IsInsideFolder(folder, path) ? "inside" : "outside") + (relative ? " " + relative->string() : "");
+    });
     EXPECT_EQ(PathKey("C:\\Data/Some\\file.Txt"), "C:/DATA/SOME/FILE.TXT");
     EXPECT_EQ(PathKey("/a/\xc3\xa9"), "/A/\xc3\xa9");
 }
