@@ -51,40 +51,31 @@ TEST(ProcessCommandLine, QuotesOnlyWhatNeedsItAndSplitsBackToTheSameArguments) {
               (std::vector<std::string>{"a", "b \"c", "d\\e f"}));
 }
 
+std::string Replaced(std::string text, std::string_view from, std::string_view to) {
+    for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())
+        text.replace(at, from.size(), to);
+    return text;
+}
+
 TEST(ValidateProcessCommand, ReportsEachFailureInItsOrderWithItsStatusForEveryWayToRun) {
     ScratchFolder folder;
     WriteText(folder / "file", "x");
     const std::string longName(300, 'n');
-    struct Row {
-        ProcessCommand command;
-        PlatformStatus status;
-        std::string message;
-    };
-    const std::vector<Row> rows = {
-        {{"", {}, folder / "missing"}, PlatformStatus::InvalidArgument, "Executable path is empty."},
-        {{folder / longName, {}, {}}, PlatformStatus::SystemError,
-         "Failed to inspect executable '" + (folder / longName).string() + "': File name too long"},
-        {{folder / "file/below", {}, {}}, PlatformStatus::SystemError,
-         "Failed to inspect executable '" + (folder / "file/below").string() + "': Not a directory"},
-        {{folder / "missing", {}, {}}, PlatformStatus::NotFound, "Executable does not exist: " + (folder / "missing").string()},
-        {{folder.Path(), {}, {}}, PlatformStatus::InvalidArgument,
-         "Executable path does not identify a regular file: " + folder.Path().string()},
-        {{kShell, {}, folder / longName}, PlatformStatus::SystemError,
-         "Failed to inspect process working directory: File name too long"},
-        {{kShell, {}, folder / "missing"}, PlatformStatus::NotFound,
-         "Process working directory does not exist: " + (folder / "missing").string()},
-        {{kShell, {}, folder / "file"}, PlatformStatus::InvalidArgument,
-         "Process working directory is not a directory: " + (folder / "file").string()},
-    };
-    for (Row row : rows) {
-        const PlatformResult result = ValidateProcessCommand(row.command);
-        EXPECT_EQ(result.status, row.status) << row.message;
-        EXPECT_EQ(result.message, row.message);
-        ProcessResult run = RunCapturedProcess(row.command);
-        EXPECT_EQ(std::make_tuple(run.status, run.message, run.exitCode, run.output),
-                  std::make_tuple(row.status, row.message, -1, std::string()));
-        EXPECT_EQ(LaunchProcess(row.command).message, row.message);
-    }
+    const char* statuses[] = {"Ok", "InvalidArgument", "NotFound", "", "SystemError"};
+    const std::filesystem::path cases = std::string(BRELK_TEST_DATA_DIR) + "/RefusedProcessCommands.txt";
+    Testing::ExpectTextCases(cases, [&](const Testing::TextCase& c) {
+        const std::string input = Replaced(Replaced(c.input, "<scratch>", folder.Path().string()), "<long name>", longName);
+        const std::size_t end = input.find('\n');
+        const ProcessCommand command{input.substr(0, end), {}, input.substr(end + 1, input.size() - end - 2)};
+        ProcessCommand validated = command;
+        const PlatformResult result = ValidateProcessCommand(validated);
+        const ProcessResult run = RunCapturedProcess(command);
+        std::string outcome = statuses[static_cast<int>(result.status)] + (": " + result.message);
+        if (std::tie(run.status, run.message, run.exitCode, run.output) != std::tuple(result.status, result.message, -1, ""))
+            outcome += "\n(a captured run gives " + run.message + ")";
+        if (LaunchProcess(command).message != result.message) outcome += "\n(a launch gives another message)";
+        return Replaced(Replaced(outcome, folder.Path().string(), "<scratch>"), longName, "<long name>");
+    });
 }
 
 TEST(ValidateProcessCommand, MakesPathsAbsoluteAndDefaultsTheFolderToTheExecutables) {
