@@ -5,8 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <bit>
-#include <cmath>
-#include <limits>
 #include <random>
 #include <string>
 

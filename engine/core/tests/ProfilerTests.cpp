@@ -22,16 +22,14 @@ using Brelk::Testing::WriteText;
 using Testing::kDeadline;
 using Testing::RunWithDeadline;
 
-class ProcessRecorder : public ::testing::Test {
-protected:
-    void SetUp() override {
-        ProfilerRecorder::Instance().SetSettings({.cpuProfilingEnabled = true});
+// The process-wide recorder, recording from a clean start and left stopped and empty.
+struct ProcessRecorder : ::testing::Test {
+    static void Reset(const ProfilerSettings& settings) {
+        ProfilerRecorder::Instance().SetSettings(settings);
         ProfilerRecorder::Instance().Clear();
     }
-    void TearDown() override {
-        ProfilerRecorder::Instance().SetSettings(ProfilerSettings{});
-        ProfilerRecorder::Instance().Clear();
-    }
+    void SetUp() override { Reset({.cpuProfilingEnabled = true}); }
+    void TearDown() override { Reset({}); }
 };
 
 std::string Describe(const ProfilerEvent& event) {
@@ -51,8 +49,7 @@ std::vector<std::string> Describe(const std::vector<ProfilerEvent>& events) {
 TEST(ProfilerRecorder, RecordsOnlyEnabledCategoriesWhileCpuProfilingIsOnAndNotPaused) {
     ProfilerRecorder recorder;
     EXPECT_EQ(recorder.OpenZone("Assets", "Load").index, -1);
-    ProfilerSettings settings{.paused = true, .cpuProfilingEnabled = true};
-    recorder.SetSettings(settings);
+    recorder.SetSettings({.paused = true, .cpuProfilingEnabled = true});
     EXPECT_EQ(recorder.OpenZone("Assets", "Load").index, -1);
     recorder.RecordGpuZone("Render", "Shadows", 100, 400);
     EXPECT_TRUE(recorder.Snapshot().frames.empty());
@@ -61,9 +58,7 @@ TEST(ProfilerRecorder, RecordsOnlyEnabledCategoriesWhileCpuProfilingIsOnAndNotPa
     EXPECT_EQ(recorder.OpenZone("Physics", "Step").index, -1);
     recorder.RecordGpuZone("Render", "Shadows", 100, 400);
     recorder.CloseZone(recorder.OpenZone("Audio", "Mix"));
-    settings.paused = false;
-    settings.gpuProfilingEnabled = true;
-    recorder.SetSettings(settings);
+    recorder.SetSettings({.cpuProfilingEnabled = true, .gpuProfilingEnabled = true});
     recorder.RecordGpuZone("Render", "Shadows", 100, 400);
     const ProfilerSnapshot snapshot = recorder.Snapshot();
     std::string categories;
@@ -110,9 +105,7 @@ TEST(ProfilerRecorder, FramesKeepTheirCountersAndZonesSpanningAFrameEndOnlyTheHi
         if (i == 3) recorder.CloseZone(recorder.OpenZone("Core", "Child"));
         if (i == 3) recorder.CloseZone(spanning);
         if (i == 2) spanning = recorder.OpenZone("Core", "Spanning");
-        ProfilerFrameCounters counters;
-        counters.drawCalls = i * 10;
-        recorder.EndFrame(counters);
+        recorder.EndFrame({.drawCalls = i * 10});
     }
     const ProfilerSnapshot snapshot = recorder.Snapshot();
     ASSERT_EQ(snapshot.frames.size(), 2u);
