@@ -274,9 +274,8 @@ TEST(TaskSystemShutdown, DrainRunsEverythingQueuedIncludingWhatTasksAdd) {
         auto system = std::make_unique<TaskSystem>(Workers(1, 1));
         (void)system->Submit(TaskPriority::Normal, [&] { gate.Pass(); });
         gate.hasReached.wait();
-        TaskSystem* raw = system.get();
         for (int i = 0; i < 100; ++i) {
-            (void)system->Submit(static_cast<TaskPriority>(i % 4), [&ran, raw, i] {
+            (void)system->Submit(static_cast<TaskPriority>(i % 4), [&ran, raw = system.get(), i] {
                 ++ran;
                 if (i % 10 == 0) (void)raw->Submit(TaskPriority::Background, [&ran] { ++ran; });
             });
@@ -326,8 +325,7 @@ TEST(TaskSystemShutdown, FromAWorkerIsIgnoredWithAnErrorLineCancelFailsQueuedTas
         system.Shutdown(TaskSystem::ShutdownMode::Drain);
         std::thread::id ranOn;
         const TaskCounter counter = system.Submit(TaskPriority::Io, [&] { ranOn = std::this_thread::get_id(); });
-        EXPECT_TRUE(system.IsComplete(counter));
-        EXPECT_EQ(ranOn, std::this_thread::get_id());
+        EXPECT_TRUE(system.IsComplete(counter) && ranOn == std::this_thread::get_id());
     });
 }
 
@@ -341,12 +339,10 @@ TEST(TaskSystemCurrent, InstallExchangesAnInlineSystemTheDestructorClearsAndGetF
         EXPECT_EQ(TaskSystem::Current(), &system);
         EXPECT_EQ(&TaskSystem::Get(), &system);
         // Without threads a task runs before Submit returns and Wait rethrows the first failure.
-        EXPECT_TRUE(system.IsInline());
-        EXPECT_EQ(system.WorkerCount() + system.IoThreadCount(), 0u);
+        EXPECT_TRUE(system.IsInline() && system.WorkerCount() + system.IoThreadCount() == 0);
         std::thread::id ranOn;
         const TaskCounter ran = system.Submit(TaskPriority::Normal, [&] { ranOn = std::this_thread::get_id(); });
-        EXPECT_EQ(ranOn, std::this_thread::get_id());
-        EXPECT_TRUE(system.IsComplete(ran));
+        EXPECT_TRUE(system.IsComplete(ran) && ranOn == std::this_thread::get_id());
         TaskCounter counter;
         system.AddTask(TaskPriority::Normal, [] { throw std::runtime_error("first"); }, counter);
         system.AddTask(TaskPriority::Normal, [] { throw std::runtime_error("second"); }, counter);
