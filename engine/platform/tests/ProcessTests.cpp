@@ -42,6 +42,7 @@ std::string Quoted(const std::string& text) {
 }
 
 TEST(ProcessCommandLine, QuotesOnlyWhatNeedsItAndSplitsBackToTheSameArguments) {
+    // A vertical tab has no place in a case file.
     EXPECT_EQ(Quoted("line\nfeed\v"), "\"line\nfeed\v\"");
     Testing::ExpectTextCases(std::string(BRELK_TEST_DATA_DIR) + "/QuotedArguments.txt", [](const Testing::TextCase& c) {
         return Quoted(c.input.substr(0, c.input.find_last_not_of('\n') + 1));
