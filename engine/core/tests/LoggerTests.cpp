@@ -3,13 +3,12 @@
 #include "tests/support/Deadline.h"
 #include "engine/platform/Thread.h"
 #include "tests/support/TestSupport.h"
+#include "tests/support/TextCases.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <future>
-#include <optional>
 #include <sstream>
 
 namespace Brelk::Core {
@@ -21,11 +20,7 @@ using Testing::kDeadline;
 using Testing::RunWithDeadline;
 using Strings = std::vector<std::string>;
 
-LoggerConfig QuietConfig() {
-    LoggerConfig config;
-    config.echoToStdout = false;
-    return config;
-}
+const LoggerConfig kQuiet{.echoToStdout = false};
 
 // Read only after a Flush or Shutdown, which orders the reads after the writes.
 struct RecordingSink : LogSink {
@@ -46,18 +41,12 @@ struct ThrowingSink : LogSink {
     void Flush() override { throw std::runtime_error("sink broke"); }
 };
 
-struct ReenteringSink : LogSink {
-    explicit ReenteringSink(Logger& logger) : logger(logger) {}
-    void Write(const LogEntry& entry, std::string_view) override {
-        ++writes;
-        if (entry.message != "nested") {
-            logger.Log(LogCategory::Core, LogLevel::Error, "nested");
-            logger.Flush();
-        }
-    }
+// Calls back into the logger from inside a write.
+struct CallbackSink : LogSink {
+    explicit CallbackSink(std::function<void(const LogEntry&)> onWrite) : onWrite(std::move(onWrite)) {}
+    void Write(const LogEntry& entry, std::string_view) override { onWrite(entry); }
     void Flush() override {}
-    Logger& logger;
-    std::atomic<int> writes{0};
+    std::function<void(const LogEntry&)> onWrite;
 };
 
 Strings Messages(const std::vector<LogEntry>& entries) {
@@ -68,51 +57,40 @@ Strings Messages(const std::vector<LogEntry>& entries) {
 
 // ---- Line format and names -------------------------------------------------------------
 
-// The lines themselves are checked where they are echoed and handed to sinks.
-TEST(LogLineFormat, NamesEveryLevelTagAndCategory) {
+// The lines themselves are checked where they are echoed and handed to sinks; the category
+// names where the log level settings name what they changed.
+TEST(LogLineFormat, NamesEveryLevelTagAndNoCategoryBeyondTheTen) {
     const char* tags[] = {"[Trace]", "[Debug]", "[Info]", "[Warn]", "[Error]", "[Fatal]", ""};
     for (int level = 0; level <= 6; ++level) EXPECT_EQ(LogLevelTag(static_cast<LogLevel>(level)), tags[level]);
-    const char* names[] = {"General", "Core", "Render", "Assets", "Scene", "Physics", "Audio", "Net", "Script", "Editor"};
+    for (const int beyond : {10, 255}) EXPECT_EQ(LogCategoryName(static_cast<LogCategory>(beyond)), "Unknown");
+}
+
+// Whether a settings text applies, and the thresholds it leaves that are not Info.
+std::string AppliedLevels(std::string_view text) {
+    const char* names[] = {"Trace", "Debug", "Info", "Warn", "Error", "Fatal", "Off"};
+    std::array<LogLevel, kLogCategoryCount> thresholds;
+    thresholds.fill(LogLevel::Info);
+    std::string outcome = ApplyLogLevelSettings(text, thresholds) ? "applied" : "refused";
     for (std::size_t i = 0; i < kLogCategoryCount; ++i) {
-        EXPECT_EQ(LogCategoryName(static_cast<LogCategory>(i)), names[i]);
+        if (thresholds[i] == LogLevel::Info) continue;
+        outcome += " " + std::string(LogCategoryName(static_cast<LogCategory>(i))) + "=" +
+                   names[static_cast<int>(thresholds[i])];
     }
-    EXPECT_EQ(LogCategoryName(static_cast<LogCategory>(10)), "Unknown");
-    EXPECT_EQ(LogCategoryName(static_cast<LogCategory>(255)), "Unknown");
+    return outcome;
 }
 
 TEST(LogLevelsText, ParsesNamesInAnyCaseLeftToRightAndStopsAtTheFirstBadEntry) {
-    using L = LogLevel;
-    struct Case {
-        const char* text;
-        bool valid;
-        L general, core, render, assets; // from all Info
-    };
-    const Case cases[] = {
-        {"Assets=Debug;Render=off", true, L::Info, L::Info, L::Off, L::Debug},
-        {"debug", true, L::Debug, L::Debug, L::Debug, L::Debug}, {"", true, L::Info, L::Info, L::Info, L::Info},
-        {"*=Warn", true, L::Warning, L::Warning, L::Warning, L::Warning},
-        {"  Assets = Debug , ", true, L::Info, L::Info, L::Info, L::Debug},
-        {"Render=Error,Assets=Loud,Core=Debug", false, L::Info, L::Info, L::Error, L::Info},
-        {"Assets", false, L::Info, L::Info, L::Info, L::Info}, {"=Debug", false, L::Info, L::Info, L::Info, L::Info},
-        {"Assets=", false, L::Info, L::Info, L::Info, L::Info}, {"A=Debug=Info", false, L::Info, L::Info, L::Info, L::Info},
-        {"Trace;Core=Error", true, L::Trace, L::Error, L::Trace, L::Trace},
-        {"ASSETS=trace\t;\tcore = FATAL", true, L::Info, L::Fatal, L::Info, L::Trace},
-        {"Error;Nowhere=Debug;Debug", false, L::Error, L::Error, L::Error, L::Error},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.text);
-        std::array<LogLevel, kLogCategoryCount> thresholds;
-        thresholds.fill(LogLevel::Info);
-        EXPECT_EQ(ApplyLogLevelSettings(c.text, thresholds), c.valid);
-        EXPECT_EQ(std::tie(thresholds[0], thresholds[1], thresholds[2], thresholds[3]),
-                  std::tie(c.general, c.core, c.render, c.assets));
-    }
+    // Trailing blanks stay here, where no editor strips them.
+    EXPECT_EQ(AppliedLevels("  Assets = Debug , "), "applied Assets=Debug");
+    Testing::ExpectTextCases(std::string(BRELK_TEST_DATA_DIR) + "/LogLevelSettings.txt", [](const Testing::TextCase& c) {
+        return AppliedLevels(std::string_view(c.input).substr(0, c.input.find_last_not_of('\n') + 1));
+    });
 }
 
 // ---- Filtering and standard output -----------------------------------------------------
 
 TEST(Logger, EchoesToStandardOutputOnlyWhenConfiguredAndTheFreeFunctionsUseTheGlobalLoggerInGeneral) {
-    Logger quiet(QuietConfig());
+    Logger quiet(kQuiet);
     std::uint64_t before = 0;
     (void)Logger::Get().HistorySince(0, &before);
     ::testing::internal::CaptureStdout();
@@ -131,14 +109,9 @@ TEST(Logger, EchoesToStandardOutputOnlyWhenConfiguredAndTheFreeFunctionsUseTheGl
 }
 
 TEST(Logger, FiltersByCategoryThresholdAndDropsUnknownCategoriesAndLevelsBeforeBuildingTheMessage) {
-    Logger logger(QuietConfig());
+    Logger logger(kQuiet);
     int built = 0;
-    auto make = [&](const char* text) {
-        return [&built, text] {
-            ++built;
-            return std::string(text);
-        };
-    };
+    auto make = [&built](const char* text) { return [&built, text] { ++built; return std::string(text); }; };
     logger.SetThreshold(LogCategory::Render, LogLevel::Error);
     logger.SetThreshold(LogCategory::Net, LogLevel::Off);
     logger.SetThreshold(static_cast<LogCategory>(10), LogLevel::Trace);
@@ -171,7 +144,7 @@ TEST(Logger, FiltersByCategoryThresholdAndDropsUnknownCategoriesAndLevelsBeforeB
 // ---- History ---------------------------------------------------------------------------
 
 TEST(Logger, NumbersEntriesFromOneKeepsTheHistoryCapacityAndGivesTheHistorySinceASequence) {
-    Logger logger(QuietConfig());
+    Logger logger(kQuiet);
     std::uint64_t latest = 99;
     EXPECT_TRUE(logger.HistorySince(0, &latest).empty());
     EXPECT_EQ(latest, 0u);
@@ -182,17 +155,13 @@ TEST(Logger, NumbersEntriesFromOneKeepsTheHistoryCapacityAndGivesTheHistorySince
     const std::vector<LogEntry> history = logger.History();
     ASSERT_EQ(history.size(), 3u);
     for (std::size_t i = 0; i < 3; ++i) EXPECT_EQ(history[i].sequence, i + 1);
-    EXPECT_GT(history[0].threadId, 0u);
-    EXPECT_EQ(history[0].threadId, history[1].threadId);
-    EXPECT_NE(history[0].threadId, history[2].threadId);
+    EXPECT_TRUE(history[0].threadId > 0 && history[1].threadId == history[0].threadId &&
+                history[2].threadId != history[0].threadId);
     EXPECT_EQ(Messages(logger.HistorySince(1, &latest)), (Strings{"two", "three"}));
     EXPECT_EQ(latest, 3u);
     EXPECT_TRUE(logger.HistorySince(3, &latest).empty());
     for (const std::uint64_t capacity : {std::uint64_t{8192}, std::uint64_t{0}}) {
-        LoggerConfig config = QuietConfig();
-        config.historyCapacity = capacity;
-        config.queueCapacity = capacity;
-        Logger bounded(config);
+        Logger bounded({.echoToStdout = false, .queueCapacity = capacity, .historyCapacity = capacity});
         const std::uint64_t kept = capacity == 0 ? 1 : capacity;
         for (std::uint64_t i = 1; i <= kept + 1; ++i) bounded.Log(LogCategory::General, LogLevel::Info, std::to_string(i));
         const std::vector<LogEntry> last = bounded.History();
@@ -205,40 +174,52 @@ TEST(Logger, NumbersEntriesFromOneKeepsTheHistoryCapacityAndGivesTheHistorySince
 // ---- Sinks -----------------------------------------------------------------------------
 
 TEST(Logger, SinksGetEntryAndLinePastAFailingSinkUntilRemovedAndWhatASinkLogsGoesToTheHistoryOnly) {
-    ScratchFolder folder;
-    RunWithDeadline(kDeadline, [&] {
-        Logger logger(QuietConfig());
+    RunWithDeadline(kDeadline, [] {
+        Logger logger(kQuiet);
         logger.AddSink(std::make_shared<ThrowingSink>());
         auto sink = std::make_shared<RecordingSink>();
         const std::uint64_t id = logger.AddSink(sink);
-        auto reentering = std::make_shared<ReenteringSink>(logger);
-        logger.AddSink(reentering);
-        EXPECT_NE(id, 0u);
+        std::atomic<int> reentered{0};
+        logger.AddSink(std::make_shared<CallbackSink>([&](const LogEntry& entry) {
+            ++reentered;
+            if (entry.message != "nested") {
+                logger.Log(LogCategory::Core, LogLevel::Error, "nested");
+                logger.Flush();
+            }
+        }));
         logger.Log(LogCategory::Physics, LogLevel::Error, "contact");
         ASSERT_EQ(sink->entries.size(), 1u);
         EXPECT_EQ(sink->lines[0], sink->entries[0].timestamp + " [Error] [Physics] contact");
         EXPECT_GE(sink->flushes, 1);
-        EXPECT_EQ(reentering->writes.load(), 1);
+        EXPECT_EQ(reentered.load(), 1);
         EXPECT_EQ(Messages(logger.History()), (Strings{"contact", "nested"}));
-        EXPECT_TRUE(logger.RemoveSink(id));
+        EXPECT_TRUE(id != 0 && logger.RemoveSink(id));
         EXPECT_FALSE(logger.RemoveSink(id));
         // On the sink thread too.
-        logger.StartSession("Reenter", folder.Path());
+        logger.StartSession("Reenter", std::filesystem::path());
         for (int i = 0; i < 50; ++i) logger.Log(LogCategory::General, LogLevel::Info, "outer");
         logger.Flush();
         logger.Shutdown();
         EXPECT_EQ(Messages(sink->entries), Strings{"contact"});
-        EXPECT_EQ(reentering->writes.load(), 51);
+        EXPECT_EQ(reentered.load(), 51);
         EXPECT_EQ(logger.History().size(), 102u);
     });
 }
 
 // ---- Sessions --------------------------------------------------------------------------
 
-TEST(LoggerSession, NamesFilesAfterTheCleanedAppNameAndWritesTheBannerAndFatalAtOnce) {
+TEST(LoggerSession, NamesFilesAfterTheCleanedAppNameWritesTheBannerAndFatalAtOnceAndReadsLevelsOnlyAtTheStart) {
     ScratchFolder folder;
+    Brelk::Testing::WriteText(folder / "blocker", "x");
     RunWithDeadline(kDeadline, [&] {
-        Logger logger(QuietConfig());
+        Logger logger(kQuiet);
+        try {
+            logger.StartSession("My Game!", folder / "blocker" / "Logs");
+            FAIL() << "StartSession should have thrown";
+        } catch (const std::filesystem::filesystem_error& error) {
+            EXPECT_EQ(error.path1(), folder / "blocker" / "Logs");
+            EXPECT_EQ(error.code(), std::make_error_code(std::errc::not_a_directory));
+        }
         logger.StartSession("My Game!", folder.Path());
         const std::filesystem::path session = logger.SessionLogPath();
         const std::filesystem::path latest = logger.LatestLogPath();
@@ -263,25 +244,31 @@ TEST(LoggerSession, NamesFilesAfterTheCleanedAppNameAndWritesTheBannerAndFatalAt
                                                 "[0-9][0-9]:[0-9][0-9]:[0-9][0-9] \\[Fatal\\] \\[Core\\] going down\n"));
         }
 
-        // The latest log holds the last run only.
-        Logger again(QuietConfig());
+        // The latest log holds the last run only, which reads the log levels when it starts.
+        Brelk::Testing::ScopedEnvironmentVariable levels("BRELK_LOG_LEVELS", "Render=Error;Assets=Loud");
+        Logger again(kQuiet);
+        EXPECT_EQ(again.Threshold(LogCategory::Render), LogLevel::Info);
         again.StartSession("My Game!", folder.Path());
         again.Log(LogCategory::General, LogLevel::Info, "second run");
         again.Shutdown();
-        EXPECT_EQ(ReadText(latest).find("saved"), std::string::npos);
-        EXPECT_NE(ReadText(latest).find("second run"), std::string::npos);
+        EXPECT_EQ(std::tuple(again.Threshold(LogCategory::Render), again.Threshold(LogCategory::Assets)),
+                  std::tuple(LogLevel::Error, LogLevel::Info));
+        const std::string text = ReadText(latest);
+        EXPECT_EQ(text.find("saved"), std::string::npos);
+        EXPECT_NE(text.find(" [Warn] [Core] BRELK_LOG_LEVELS contains an invalid entry: 'Render=Error;Assets=Loud'.\n"),
+                  std::string::npos);
+        EXPECT_NE(text.find("second run"), std::string::npos);
     });
 }
 
 TEST(LoggerSession, WritesEntriesFromManyThreadsInOrderUnderBackPressureUntilFlushAndThenSynchronously) {
     ScratchFolder folder;
     RunWithDeadline(kDeadline, [&] {
-        LoggerConfig config = QuietConfig();
-        config.queueCapacity = 4;
-        Logger logger(config);
+        Logger logger({.echoToStdout = false, .queueCapacity = 4});
         auto sink = std::make_shared<RecordingSink>();
         logger.AddSink(sink);
-        logger.StartSession("Threads", folder.Path());
+        // An empty name has a name of its own.
+        logger.StartSession("", folder.Path());
         std::vector<std::thread> threads;
         for (int t = 0; t < 4; ++t) {
             threads.emplace_back([&logger, t] {
@@ -298,38 +285,11 @@ TEST(LoggerSession, WritesEntriesFromManyThreadsInOrderUnderBackPressureUntilFlu
         logger.Log(LogCategory::General, LogLevel::Info, "after");
         ASSERT_EQ(sink->entries.size(), 1002u);
         for (std::size_t i = 0; i < sink->entries.size(); ++i) EXPECT_EQ(sink->entries[i].sequence, i + 1);
-        std::istringstream file(ReadText(logger.LatestLogPath()));
+        std::istringstream file(ReadText(folder / "BrelkEngine.latest.log"));
         int lines = 0;
         for (std::string line; std::getline(file, line);) lines += line.find("[Info] [Net]") != std::string::npos;
         EXPECT_EQ(lines, 1001);
     });
-}
-
-TEST(LoggerSession, FolderThatCannotBeCreatedThrowsAndLogLevelsAreReadOnlyAtTheStartWithAWarning) {
-    ScratchFolder folder;
-    Brelk::Testing::WriteText(folder / "blocker", "x");
-    Logger logger(QuietConfig());
-    try {
-        logger.StartSession("Blocked", folder / "blocker" / "Logs");
-        FAIL() << "StartSession should have thrown";
-    } catch (const std::filesystem::filesystem_error& error) {
-        EXPECT_EQ(error.path1(), folder / "blocker" / "Logs");
-        EXPECT_EQ(error.code(), std::make_error_code(std::errc::not_a_directory));
-    }
-    ::setenv("BRELK_LOG_LEVELS", "Render=Error;Assets=Loud", 1);
-    EXPECT_EQ(logger.Threshold(LogCategory::Render), LogLevel::Info);
-    logger.StartSession("", folder.Path());
-    ::unsetenv("BRELK_LOG_LEVELS");
-    // An empty name has a name of its own.
-    EXPECT_EQ(logger.LatestLogPath(), folder / "BrelkEngine.latest.log");
-    logger.Shutdown();
-    EXPECT_EQ(std::tuple(logger.Threshold(LogCategory::Render), logger.Threshold(LogCategory::Assets)),
-              std::tuple(LogLevel::Error, LogLevel::Info));
-    const std::vector<LogEntry> history = logger.History();
-    ASSERT_EQ(history.size(), 1u);
-    EXPECT_EQ(std::tie(history[0].level, history[0].category, history[0].message),
-              std::tuple(LogLevel::Warning, LogCategory::Core,
-                         "BRELK_LOG_LEVELS contains an invalid entry: 'Render=Error;Assets=Loud'."));
 }
 
 TEST(LoggerSession, SessionWithoutFilesOrConfigurationStartsTheNamedSinkThreadWhoseFlushCanGiveUp) {
@@ -345,9 +305,7 @@ TEST(LoggerSession, SessionWithoutFilesOrConfigurationStartsTheNamedSinkThreadWh
     for (const bool configured : {false, true}) {
         SCOPED_TRACE(configured ? "configured" : "session without a folder");
         RunWithDeadline(kDeadline, [configured] {
-            LoggerConfig config = QuietConfig();
-            config.startSinkThread = configured;
-            Logger logger(config);
+            Logger logger({.echoToStdout = false, .startSinkThread = configured});
             auto sink = std::make_shared<BlockingSink>();
             std::future<void> entered = sink->entered.get_future();
             logger.AddSink(sink);
@@ -368,14 +326,8 @@ TEST(LoggerSession, SessionWithoutFilesOrConfigurationStartsTheNamedSinkThreadWh
 
 TEST(LoggerSession, ASinkThatShutsTheLoggerDownDoesNotDeadlock) {
     RunWithDeadline(kDeadline, [] {
-        struct StoppingSink : LogSink {
-            explicit StoppingSink(Logger& logger) : logger(logger) {}
-            void Write(const LogEntry&, std::string_view) override { logger.Shutdown(); }
-            void Flush() override {}
-            Logger& logger;
-        };
-        auto logger = std::make_unique<Logger>(QuietConfig());
-        logger->AddSink(std::make_shared<StoppingSink>(*logger));
+        auto logger = std::make_unique<Logger>(kQuiet);
+        logger->AddSink(std::make_shared<CallbackSink>([raw = logger.get()](const LogEntry&) { raw->Shutdown(); }));
         logger->StartSession("Stopping", std::filesystem::path());
         logger->Log(LogCategory::General, LogLevel::Info, "stop");
         logger.reset();

@@ -1,10 +1,10 @@
 #include "engine/core/NumberText.h"
 
+#include "tests/support/TextCases.h"
+
 #include <gtest/gtest.h>
 
 #include <bit>
-#include <cmath>
-#include <limits>
 #include <random>
 #include <string>
 
@@ -24,16 +24,11 @@ std::string Reference(float value) {
 }
 
 TEST(NumberTextTests, FormatsFloatsAsNineSignificantDigits) {
-    const struct {
-        float value;
-        const char* text;
-    } cases[] = {
-        {64.0f, "64"},           {0.1f, "0.100000001"},    {0.18f, "0.180000007"},  {1.8f, "1.79999995"},
-        {-736.0f, "-736"},       {0.0008f, "0.00079999998"}, {0.0f, "0"},           {-0.0f, "-0"},
-        {1e9f, "1e+09"},         {123456789.0f, "123456792"}, {1e-5f, "9.99999975e-06"}, {4294967295.0f, "4.2949673e+09"},
-        {std::numeric_limits<float>::infinity(), "inf"}, {std::numeric_limits<float>::denorm_min(), "1.40129846e-45"},
-    };
-    for (const auto& c : cases) EXPECT_EQ(Fast(c.value), c.text) << c.text;
+    Testing::ExpectTextCases(std::string(BRELK_TEST_DATA_DIR) + "/FloatTexts.txt", [](const Testing::TextCase& c) {
+        float value = 0.0f;
+        std::from_chars(c.input.data(), c.input.data() + c.input.size(), value);
+        return Fast(value);
+    });
 }
 
 TEST(NumberTextTests, AgreesWithTheLibraryAcrossTheRange) {

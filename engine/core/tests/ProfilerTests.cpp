@@ -5,6 +5,7 @@
 #include "engine/platform/Thread.h"
 #include "engine/platform/Time.h"
 #include "tests/support/TestSupport.h"
+#include "tests/support/TextCases.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,22 +22,14 @@ using Brelk::Testing::WriteText;
 using Testing::kDeadline;
 using Testing::RunWithDeadline;
 
-ProfilerSettings Recording() {
-    ProfilerSettings settings;
-    settings.cpuProfilingEnabled = true;
-    return settings;
-}
-
-class ProcessRecorder : public ::testing::Test {
-protected:
-    void SetUp() override {
-        ProfilerRecorder::Instance().SetSettings(Recording());
+// The process-wide recorder, recording from a clean start and left stopped and empty.
+struct ProcessRecorder : ::testing::Test {
+    static void Reset(const ProfilerSettings& settings) {
+        ProfilerRecorder::Instance().SetSettings(settings);
         ProfilerRecorder::Instance().Clear();
     }
-    void TearDown() override {
-        ProfilerRecorder::Instance().SetSettings(ProfilerSettings{});
-        ProfilerRecorder::Instance().Clear();
-    }
+    void SetUp() override { Reset({.cpuProfilingEnabled = true}); }
+    void TearDown() override { Reset({}); }
 };
 
 std::string Describe(const ProfilerEvent& event) {
@@ -56,9 +49,7 @@ std::vector<std::string> Describe(const std::vector<ProfilerEvent>& events) {
 TEST(ProfilerRecorder, RecordsOnlyEnabledCategoriesWhileCpuProfilingIsOnAndNotPaused) {
     ProfilerRecorder recorder;
     EXPECT_EQ(recorder.OpenZone("Assets", "Load").index, -1);
-    ProfilerSettings settings = Recording();
-    settings.paused = true;
-    recorder.SetSettings(settings);
+    recorder.SetSettings({.paused = true, .cpuProfilingEnabled = true});
     EXPECT_EQ(recorder.OpenZone("Assets", "Load").index, -1);
     recorder.RecordGpuZone("Render", "Shadows", 100, 400);
     EXPECT_TRUE(recorder.Snapshot().frames.empty());
@@ -67,9 +58,7 @@ TEST(ProfilerRecorder, RecordsOnlyEnabledCategoriesWhileCpuProfilingIsOnAndNotPa
     EXPECT_EQ(recorder.OpenZone("Physics", "Step").index, -1);
     recorder.RecordGpuZone("Render", "Shadows", 100, 400);
     recorder.CloseZone(recorder.OpenZone("Audio", "Mix"));
-    settings.paused = false;
-    settings.gpuProfilingEnabled = true;
-    recorder.SetSettings(settings);
+    recorder.SetSettings({.cpuProfilingEnabled = true, .gpuProfilingEnabled = true});
     recorder.RecordGpuZone("Render", "Shadows", 100, 400);
     const ProfilerSnapshot snapshot = recorder.Snapshot();
     std::string categories;
@@ -99,8 +88,7 @@ TEST(ProfilerRecorder, NestedZonesKnowTheirParentDepthAndTimes) {
     EXPECT_EQ(Describe(open.frames.at(0).events.at(0)), "cpu Scene/Outer depth 0 parent -1 open");
     EXPECT_GE(open.frames[0].events[0].endNanoseconds, open.frames[0].events[0].startNanoseconds);
     const ProfilerEvent& event = snapshot.frames[0].events[2];
-    EXPECT_EQ(event.eventId, 3u);
-    EXPECT_EQ(event.frameId, snapshot.frames[0].frameId);
+    EXPECT_EQ(std::tie(event.eventId, event.frameId), std::tuple(3u, snapshot.frames[0].frameId));
     EXPECT_GE(event.endNanoseconds, event.startNanoseconds);
     const auto before = recorder.OpenZone("Core", "Before");
     recorder.Clear();
@@ -110,18 +98,14 @@ TEST(ProfilerRecorder, NestedZonesKnowTheirParentDepthAndTimes) {
 
 TEST(ProfilerRecorder, FramesKeepTheirCountersAndZonesSpanningAFrameEndOnlyTheHistorySize) {
     ProfilerRecorder recorder;
-    ProfilerSettings settings = Recording();
-    settings.historySize = 2;
-    recorder.SetSettings(settings);
+    recorder.SetSettings({.cpuProfilingEnabled = true, .historySize = 2});
     ProfilerRecorder::ZoneToken spanning{};
     for (std::uint64_t i = 1; i <= 3; ++i) {
         recorder.BeginFrame();
         if (i == 3) recorder.CloseZone(recorder.OpenZone("Core", "Child"));
         if (i == 3) recorder.CloseZone(spanning);
         if (i == 2) spanning = recorder.OpenZone("Core", "Spanning");
-        ProfilerFrameCounters counters;
-        counters.drawCalls = i * 10;
-        recorder.EndFrame(counters);
+        recorder.EndFrame({.drawCalls = i * 10});
     }
     const ProfilerSnapshot snapshot = recorder.Snapshot();
     ASSERT_EQ(snapshot.frames.size(), 2u);
@@ -169,67 +153,31 @@ TEST_F(ProcessRecorder, ScopedZonesFromManyThreadsAreAllRecordedWithTheirThreads
 
 // ---- Document --------------------------------------------------------------------------
 
-TEST(ProfilerCaptureDocument, EmptyCaptureHasNoFramesAndEscapesText) {
+TEST(ProfilerCaptureDocument, EscapesTextAndSummarisesTheFramesAsTheGoldenFilesHoldThem) {
+    const std::filesystem::path data = BRELK_TEST_DATA_DIR;
     ProfilerCaptureMetadata metadata;
     metadata.label = "a\"b\n\x01\xff";
-    EXPECT_EQ(FormatProfilerCapture(ProfilerSnapshot{}, metadata, "2024-01-02T03:04:05"),
-              ReadText(std::filesystem::path(BRELK_TEST_DATA_DIR) / "EmptyCapture.json"));
-}
-
-TEST(ProfilerCaptureDocument, FramesWithCountersAndAnEventMatchTheGoldenFileWithTheirSummary) {
+    Testing::ExpectGoldenText(data / "EmptyCapture.json", FormatProfilerCapture({}, metadata, "2024-01-02T03:04:05"));
+    const ProfilerEvent event{.eventId = 9, .frameId = 3, .name = "Zone", .category = "Assets", .threadName = "Thread 0",
+                              .startNanoseconds = 1500000, .endNanoseconds = 2000000, .startMilliseconds = 1.5,
+                              .durationMilliseconds = 0.5, .complete = true};
     ProfilerSnapshot snapshot;
-    snapshot.categories.push_back({"Assets", true});
-    for (const double workingSet : {100.0, 300.0}) {
-        ProfilerFrame& frame = snapshot.frames.emplace_back();
-        frame.frameId = 2 + snapshot.frames.size();
-        frame.frameDurationMilliseconds = workingSet == 100.0 ? 16.25 : 23.75;
-        frame.counters.processWorkingSetMb = workingSet;
-        frame.counters.processPeakWorkingSetMb = workingSet + 50.0;
-        frame.counters.drawCalls = static_cast<std::uint64_t>(workingSet);
-    }
-    ProfilerFrame& frame = snapshot.frames[0];
-    frame.frameStartNanoseconds = 1500000;
-    frame.frameStartMilliseconds = 1.5;
-    ProfilerEvent& event = frame.events.emplace_back();
-    event.eventId = 9;
-    event.frameId = 3;
-    event.name = "Zone";
-    event.category = "Assets";
-    event.threadName = "Thread 0";
-    event.startNanoseconds = 1500000;
-    event.endNanoseconds = 2000000;
-    event.startMilliseconds = 1.5;
-    event.durationMilliseconds = 0.5;
-    event.complete = true;
-    EXPECT_EQ(FormatProfilerCapture(snapshot, {}, "2024-01-02T03:04:05"),
-              ReadText(std::filesystem::path(BRELK_TEST_DATA_DIR) / "FramesCapture.json"));
+    snapshot.categories = {{"Assets", true}};
+    snapshot.frames = {{.frameId = 3, .frameStartNanoseconds = 1500000, .frameStartMilliseconds = 1.5,
+                        .frameDurationMilliseconds = 16.25,
+                        .counters = {.drawCalls = 100, .processWorkingSetMb = 100.0, .processPeakWorkingSetMb = 150.0},
+                        .events = {event}},
+                       {.frameId = 4, .frameDurationMilliseconds = 23.75,
+                        .counters = {.drawCalls = 300, .processWorkingSetMb = 300.0, .processPeakWorkingSetMb = 350.0},
+                        .events = {}}};
+    Testing::ExpectGoldenText(data / "FramesCapture.json", FormatProfilerCapture(snapshot, {}, "2024-01-02T03:04:05"));
 }
 
 // ---- Export ----------------------------------------------------------------------------
 
-TEST_F(ProcessRecorder, ExportWritesTheSnapshotUnderTheGivenNameAndLogsIt) {
+TEST_F(ProcessRecorder, ExportWritesUnderTheGivenOrAFreeGeneratedNameLogsItAndAFolderOrTargetInTheWayFails) {
     ScratchFolder folder;
     { BRELK_PROFILE_ZONE("Assets", "Exported"); }
-    std::uint64_t before = 0;
-    (void)Logger::Get().HistorySince(~std::uint64_t{0}, &before);
-    ::testing::internal::CaptureStdout();
-    std::string error;
-    const std::optional<std::filesystem::path> path =
-        ExportProfilerCapture(folder / "captures", "run.json", ProfilerCaptureMetadata{}, &error);
-    (void)::testing::internal::GetCapturedStdout();
-    ASSERT_TRUE(path.has_value()) << error;
-    EXPECT_EQ(*path, folder / "captures" / "run.json");
-    const std::string text = ReadText(*path);
-    EXPECT_THAT(text, ::testing::ContainsRegex("\"exportedAt\": \"[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\","));
-    EXPECT_NE(text.find("\"name\": \"Exported\", \"category\": \"Assets\""), std::string::npos);
-    const std::vector<LogEntry> logged = Logger::Get().HistorySince(before);
-    ASSERT_EQ(logged.size(), 1u);
-    EXPECT_EQ(logged[0].level, LogLevel::Info);
-    EXPECT_EQ(logged[0].message, "Exported profiler capture: " + path->string());
-}
-
-TEST(ProfilerCaptureExport, GeneratedNameTakesACounterWhileTakenAndAFolderOrTargetInTheWayFails) {
-    ScratchFolder folder;
     // Every stamp that the export can see in the next seconds is taken already.
     std::vector<std::string> taken;
     const std::time_t now = std::time(nullptr);
@@ -241,19 +189,31 @@ TEST(ProfilerCaptureExport, GeneratedNameTakesACounterWhileTakenAndAFolderOrTarg
         taken.push_back(std::string("brelk_profiler_") + stamp);
         WriteText(folder / (taken.back() + ".json"), "taken");
     }
+    std::uint64_t before = 0;
+    (void)Logger::Get().HistorySince(~std::uint64_t{0}, &before);
     ::testing::internal::CaptureStdout();
+    std::string error;
     const std::optional<std::filesystem::path> path =
+        ExportProfilerCapture(folder / "captures", "run.json", ProfilerCaptureMetadata{}, &error);
+    const std::optional<std::filesystem::path> generated =
         ExportProfilerCapture(ProfilerSnapshot{}, folder.Path(), "", ProfilerCaptureMetadata{});
     (void)::testing::internal::GetCapturedStdout();
-    ASSERT_TRUE(path.has_value());
-    const std::string name = path->filename().string();
+    ASSERT_TRUE(path.has_value() && generated.has_value()) << error;
+    EXPECT_EQ(*path, folder / "captures" / "run.json");
+    const std::string text = ReadText(*path);
+    EXPECT_THAT(text, ::testing::ContainsRegex("\"exportedAt\": \"[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\","));
+    EXPECT_NE(text.find("\"name\": \"Exported\", \"category\": \"Assets\""), std::string::npos);
+    const std::vector<LogEntry> logged = Logger::Get().HistorySince(before);
+    ASSERT_EQ(logged.size(), 2u);
+    EXPECT_EQ(std::tie(logged[0].level, logged[0].message),
+              std::tuple(LogLevel::Info, "Exported profiler capture: " + path->string()));
+    const std::string name = generated->filename().string();
     EXPECT_TRUE(std::any_of(taken.begin(), taken.end(), [&](const std::string& t) { return name == t + "_1.json"; }))
         << name;
-    EXPECT_NE(ReadText(*path).find("\"frameCount\": 0,"), std::string::npos);
+    EXPECT_NE(ReadText(*generated).find("\"frameCount\": 0,"), std::string::npos);
 
     WriteText(folder / "blocker", "x");
     std::filesystem::create_directories(folder / "occupied" / "inner");
-    std::string error;
     EXPECT_FALSE(ExportProfilerCapture(ProfilerSnapshot{}, folder / "blocker" / "captures", "a.json", {}, &error));
     EXPECT_EQ(error, "Failed to create profiler capture directory: " + (folder / "blocker" / "captures").string());
     EXPECT_FALSE(ExportProfilerCapture(ProfilerSnapshot{}, folder.Path(), "occupied", {}, &error));

@@ -19,7 +19,6 @@ using Testing::ReadText;
 using Testing::ScratchFolder;
 using Testing::WriteText;
 using ::testing::MatchesRegex;
-using ::testing::StartsWith;
 
 // Makes a write fail even for a privileged user.
 struct FileSizeLimit {
@@ -38,17 +37,18 @@ struct FileSizeLimit {
     void (*previousHandler_)(int) = nullptr;
 };
 
-TEST(WriteFileAtomic, WritesExactlyTheBytesGivenIntoNewFoldersOrOverAnOldFile) {
+TEST(WriteFileAtomic, WritesExactlyTheBytesGivenIntoNewFoldersOrOverAnOldFileAndReadFileBytesReadsThemBack) {
     ScratchFolder folder;
-    const std::string bytes("line\r\nnul\0end", 13);
+    const std::string bytes("line\r\nnul\0end\xff", 14);
     std::string error;
     ASSERT_TRUE(WriteFileAtomic(folder / "one/two/a.bin", bytes, &error)) << error;
     EXPECT_EQ(ReadText(folder / "one/two/a.bin"), bytes);
+    EXPECT_EQ(ReadFileBytes(folder / "one/two/a.bin"), std::vector<std::uint8_t>(bytes.begin(), bytes.end()));
     WriteText(folder / "a.txt", "old content that is longer");
     ASSERT_TRUE(WriteFileAtomic(folder / "a.txt", std::string_view("new"), nullptr));
     EXPECT_EQ(ReadText(folder / "a.txt"), "new");
     ASSERT_TRUE(WriteFileAtomic(folder / "one/two/a.bin", std::span<const std::uint8_t>(), nullptr));
-    EXPECT_EQ(std::filesystem::file_size(folder / "one/two/a.bin"), 0u);
+    EXPECT_EQ(ReadFileBytes(folder / "one/two/a.bin"), std::vector<std::uint8_t>());
     // No temporary file is left behind.
     EXPECT_EQ(CountEntries(folder.Path()), 2u);
     EXPECT_EQ(CountEntries(folder / "one/two"), 1u);
@@ -59,12 +59,10 @@ TEST(WriteFileAtomic, FailedWriteReplaceTemporaryOrParentLeavesTheTargetAndNoTem
     const std::filesystem::path target = folder / "a.txt";
     WriteText(target, "old");
     std::string error;
-    bool written = true;
-    {
+    EXPECT_FALSE([&] {
         FileSizeLimit limit(16);
-        written = WriteFileAtomic(target, std::string(4096, 'n'), &error);
-    }
-    EXPECT_FALSE(written);
+        return WriteFileAtomic(target, std::string(4096, 'n'), &error);
+    }());
     EXPECT_EQ(error, "Failed to write " + target.string());
     EXPECT_EQ(ReadText(target), "old");
     WriteText(folder / "dir/inside.txt", "kept");
@@ -76,27 +74,18 @@ TEST(WriteFileAtomic, FailedWriteReplaceTemporaryOrParentLeavesTheTargetAndNoTem
     const std::filesystem::path longTarget = folder / std::string(240, 'n');
     WriteText(longTarget, "old");
     EXPECT_FALSE(WriteFileAtomic(longTarget, std::string_view("new"), &error));
-    EXPECT_THAT(error, MatchesRegex("Failed to open .*/n{240}\\.cook-[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-"
-                                    "[0-9a-f]{4}-[0-9a-f]{12}\\.tmp for writing\\."));
-    EXPECT_THAT(error, StartsWith("Failed to open " + longTarget.string() + ".cook-"));
+    EXPECT_THAT(error, MatchesRegex("Failed to open " + longTarget.string() +
+                                    "\\.cook-[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{12}\\.tmp for writing\\."));
     EXPECT_EQ(ReadText(longTarget), "old");
     WriteText(folder / "file", "a regular file");
     EXPECT_FALSE(WriteFileAtomic(folder / "file/sub/a.txt", std::string_view("x"), &error));
-    const std::string prefix = "Failed to create " + (folder / "file/sub").string() + ": ";
-    EXPECT_THAT(error, StartsWith(prefix));
-    EXPECT_GT(error.size(), prefix.size());
+    EXPECT_THAT(error, MatchesRegex("Failed to create " + (folder / "file/sub").string() + ": .+"));
     EXPECT_EQ(ReadText(folder / "file"), "a regular file");
     EXPECT_EQ(CountEntries(folder.Path()), 4u);
 }
 
-TEST(ReadFileBytes, ReadsTheWholeFileOrReportsWhyNot) {
+TEST(ReadFileBytes, ReportsWhyItCannotRead) {
     ScratchFolder folder;
-    for (const std::string& bytes : {std::string("\0\1\2\xff", 4), std::string()}) {
-        WriteText(folder / "a.bin", bytes);
-        const auto read = ReadFileBytes(folder / "a.bin");
-        ASSERT_TRUE(read.has_value());
-        EXPECT_EQ(std::string(read->begin(), read->end()), bytes);
-    }
     std::string error;
     EXPECT_FALSE(ReadFileBytes(folder / "missing.txt", &error).has_value());
     EXPECT_EQ(error, "Failed to open " + (folder / "missing.txt").string());

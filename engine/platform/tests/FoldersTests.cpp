@@ -1,11 +1,13 @@
 #include "engine/platform/Folders.h"
 
 #include "tests/support/TestSupport.h"
+#include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <optional>
+#include <deque>
+#include <map>
+#include <sstream>
 
 namespace Brelk::Platform {
 namespace {
@@ -13,20 +15,6 @@ namespace {
 namespace fs = std::filesystem;
 using Testing::ScratchFolder;
 using Testing::WriteText;
-
-// Sets (null: unsets) environment variables and puts the old values back.
-struct EnvironmentOverride {
-    void Set(const char* name, const char* value) {
-        const char* old = std::getenv(name);
-        saved.emplace_back(name, old ? std::optional<std::string>(old) : std::nullopt);
-        value ? ::setenv(name, value, 1) : ::unsetenv(name);
-    }
-    ~EnvironmentOverride() {
-        for (auto it = saved.rbegin(); it != saved.rend(); ++it)
-            it->second ? ::setenv(it->first.c_str(), it->second->c_str(), 1) : ::unsetenv(it->first.c_str());
-    }
-    std::vector<std::pair<std::string, std::optional<std::string>>> saved;
-};
 
 TEST(GetExecutablePath, NamesTheRunningProgramWithTheEngineRootAboveIt) {
     const fs::path executable = GetExecutablePath();
@@ -53,27 +41,18 @@ TEST(FindEngineRoot, LooksForABuildScriptOrEngineVersionInTheProgramFolderAndSev
 }
 
 TEST(GetUserSettingsFolder, TakesTheFirstUsableVariableInOrder) {
-    const char* const names[] = {"BRELK_USER_SETTINGS_DIR", "APPDATA", "LOCALAPPDATA", "XDG_CONFIG_HOME", "HOME"};
-    struct Case {
-        std::vector<std::pair<const char*, const char*>> set;
-        fs::path expected;
-    };
-    const Case cases[] = {
-        {{{"BRELK_USER_SETTINGS_DIR", "/settings/here"}, {"APPDATA", "/roaming"}}, "/settings/here"},
-        {{{"BRELK_USER_SETTINGS_DIR", ""}, {"APPDATA", "/roaming"}}, "/roaming/BrelkEngine"},
-        {{{"LOCALAPPDATA", "/local"}, {"HOME", "/home/someone"}}, "/local/BrelkEngine"},
-        {{{"XDG_CONFIG_HOME", "/config"}, {"HOME", "/home/someone"}}, "/config/BrelkEngine"},
-        {{{"XDG_CONFIG_HOME", "relative"}, {"HOME", "/home/someone"}}, "/home/someone/.config/BrelkEngine"},
-        {{}, GetEngineRoot() / ".brelk_user"},
-    };
-    for (const Case& c : cases) {
-        EnvironmentOverride environment;
-        for (const char* name : names) environment.Set(name, nullptr);
-        for (const auto& [name, value] : c.set) environment.Set(name, value);
-        EXPECT_EQ(GetUserSettingsFolder(), c.expected);
-    }
-    EnvironmentOverride environment;
-    environment.Set("BRELK_USER_SETTINGS_DIR", "/settings/here");
+    Testing::ExpectTextCases(std::string(BRELK_TEST_DATA_DIR) + "/UserSettingsFolders.txt", [](const Testing::TextCase& c) {
+        std::map<std::string, std::string> values;
+        std::istringstream lines(c.input);
+        for (std::string line; std::getline(lines, line);)
+            values[line.substr(0, line.find('='))] = line.substr(line.find('=') + 1);
+        std::deque<Testing::ScopedEnvironmentVariable> environment;
+        for (const char* name : {"BRELK_USER_SETTINGS_DIR", "APPDATA", "LOCALAPPDATA", "XDG_CONFIG_HOME", "HOME"})
+            environment.emplace_back(name, values.contains(name) ? values[name].c_str() : nullptr);
+        const std::string folder = GetUserSettingsFolder().string(), root = GetEngineRoot().string();
+        return folder.starts_with(root) ? "<engine root>" + folder.substr(root.size()) : folder;
+    });
+    Testing::ScopedEnvironmentVariable settings("BRELK_USER_SETTINGS_DIR", "/settings/here");
     EXPECT_EQ(GetGeneratedShadersFolder(), fs::path("/settings/here/GeneratedShaders"));
 }
 

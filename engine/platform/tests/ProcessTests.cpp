@@ -2,6 +2,7 @@
 
 #include "tests/support/Deadline.h"
 #include "tests/support/TestSupport.h"
+#include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
 
@@ -32,63 +33,50 @@ ProcessResult RunToEnd(ProcessCommand command) {
     return result;
 }
 
+// An argument quoted, and whether two of it on a command line split back as they were.
+std::string Quoted(const std::string& text) {
+    const std::vector<std::string> split =
+        SplitProcessCommandLine(FormatProcessCommandLine({"/opt/my tools/glslc", {text, text}, {}}));
+    const bool same = split == std::vector<std::string>{"/opt/my tools/glslc", text, text};
+    return QuoteProcessArgument(text) + (same ? "" : " (splits back otherwise)");
+}
+
 TEST(ProcessCommandLine, QuotesOnlyWhatNeedsItAndSplitsBackToTheSameArguments) {
-    struct Row {
-        std::string text;
-        std::string quoted;
-    };
-    const std::vector<Row> rows = {
-        {"", "\"\""}, {"plain", "plain"}, {"a\\b\\", "a\\b\\"}, {"a b", "\"a b\""},
-        {"a b\\\"c\\", "\"a b\\\\\\\"c\\\\\""}, {"\"", "\"\\\"\""}, {"tab\there", "\"tab\there\""},
-        {"line\nfeed\v", "\"line\nfeed\v\""}, {"x\\\\ y", "\"x\\\\ y\""},
-    };
-    ProcessCommand command{"/opt/my tools/glslc", {}, {}};
-    std::vector<std::string> expected = {"/opt/my tools/glslc"};
-    for (const Row& row : rows) {
-        EXPECT_EQ(QuoteProcessArgument(row.text), row.quoted) << row.text;
-        command.arguments.emplace_back(row.text);
-        expected.push_back(row.text);
-    }
-    EXPECT_EQ(SplitProcessCommandLine(FormatProcessCommandLine(command)), expected);
+    // A vertical tab has no place in a case file.
+    EXPECT_EQ(Quoted("line\nfeed\v"), "\"line\nfeed\v\"");
+    Testing::ExpectTextCases(std::string(BRELK_TEST_DATA_DIR) + "/QuotedArguments.txt", [](const Testing::TextCase& c) {
+        return Quoted(c.input.substr(0, c.input.find_last_not_of('\n') + 1));
+    });
     EXPECT_EQ(FormatProcessCommandLine({"/bin/x", {"-o", fs::path("a b.spv")}, {}}), "/bin/x -o \"a b.spv\"");
     EXPECT_EQ(SplitProcessCommandLine("  a\t\"b \"\"c\" d\\\\\"e f\"  "),
               (std::vector<std::string>{"a", "b \"c", "d\\e f"}));
+}
+
+std::string Replaced(std::string text, std::string_view from, std::string_view to) {
+    for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())
+        text.replace(at, from.size(), to);
+    return text;
 }
 
 TEST(ValidateProcessCommand, ReportsEachFailureInItsOrderWithItsStatusForEveryWayToRun) {
     ScratchFolder folder;
     WriteText(folder / "file", "x");
     const std::string longName(300, 'n');
-    struct Row {
-        ProcessCommand command;
-        PlatformStatus status;
-        std::string message;
-    };
-    const std::vector<Row> rows = {
-        {{"", {}, folder / "missing"}, PlatformStatus::InvalidArgument, "Executable path is empty."},
-        {{folder / longName, {}, {}}, PlatformStatus::SystemError,
-         "Failed to inspect executable '" + (folder / longName).string() + "': File name too long"},
-        {{folder / "file/below", {}, {}}, PlatformStatus::SystemError,
-         "Failed to inspect executable '" + (folder / "file/below").string() + "': Not a directory"},
-        {{folder / "missing", {}, {}}, PlatformStatus::NotFound, "Executable does not exist: " + (folder / "missing").string()},
-        {{folder.Path(), {}, {}}, PlatformStatus::InvalidArgument,
-         "Executable path does not identify a regular file: " + folder.Path().string()},
-        {{kShell, {}, folder / longName}, PlatformStatus::SystemError,
-         "Failed to inspect process working directory: File name too long"},
-        {{kShell, {}, folder / "missing"}, PlatformStatus::NotFound,
-         "Process working directory does not exist: " + (folder / "missing").string()},
-        {{kShell, {}, folder / "file"}, PlatformStatus::InvalidArgument,
-         "Process working directory is not a directory: " + (folder / "file").string()},
-    };
-    for (Row row : rows) {
-        const PlatformResult result = ValidateProcessCommand(row.command);
-        EXPECT_EQ(result.status, row.status) << row.message;
-        EXPECT_EQ(result.message, row.message);
-        ProcessResult run = RunCapturedProcess(row.command);
-        EXPECT_EQ(std::make_tuple(run.status, run.message, run.exitCode, run.output),
-                  std::make_tuple(row.status, row.message, -1, std::string()));
-        EXPECT_EQ(LaunchProcess(row.command).message, row.message);
-    }
+    const char* statuses[] = {"Ok", "InvalidArgument", "NotFound", "", "SystemError"};
+    const std::filesystem::path cases = std::string(BRELK_TEST_DATA_DIR) + "/RefusedProcessCommands.txt";
+    Testing::ExpectTextCases(cases, [&](const Testing::TextCase& c) {
+        const std::string input = Replaced(Replaced(c.input, "<scratch>", folder.Path().string()), "<long name>", longName);
+        const std::size_t end = input.find('\n');
+        const ProcessCommand command{input.substr(0, end), {}, input.substr(end + 1, input.size() - end - 2)};
+        ProcessCommand validated = command;
+        const PlatformResult result = ValidateProcessCommand(validated);
+        const ProcessResult run = RunCapturedProcess(command);
+        std::string outcome = statuses[static_cast<int>(result.status)] + (": " + result.message);
+        if (std::tie(run.status, run.message, run.exitCode, run.output) != std::tuple(result.status, result.message, -1, ""))
+            outcome += "\n(a captured run gives " + run.message + ")";
+        if (LaunchProcess(command).message != result.message) outcome += "\n(a launch gives another message)";
+        return Replaced(Replaced(outcome, folder.Path().string(), "<scratch>"), longName, "<long name>");
+    });
 }
 
 TEST(ValidateProcessCommand, MakesPathsAbsoluteAndDefaultsTheFolderToTheExecutables) {
@@ -102,9 +90,8 @@ TEST(ValidateProcessCommand, MakesPathsAbsoluteAndDefaultsTheFolderToTheExecutab
     const bool ok = ValidateProcessCommand(relative).Ok() && ValidateProcessCommand(withFolder).Ok();
     fs::current_path(previous);
     ASSERT_TRUE(ok);
-    EXPECT_EQ(relative.executable, folder / "tools/tool");
-    EXPECT_EQ(relative.workingDirectory, folder / "tools");
-    EXPECT_EQ(withFolder.workingDirectory, folder / "work");
+    EXPECT_EQ(std::tie(relative.executable, relative.workingDirectory, withFolder.workingDirectory),
+              std::tuple(folder / "tools/tool", folder / "tools", folder / "work"));
 }
 
 TEST(RunCapturedProcess, GathersBothStreamsTheExitCodeAndTheArgumentsAsGivenOrTheHostsLaunchFailure) {
@@ -127,9 +114,7 @@ TEST(RunCapturedProcess, GathersBothStreamsTheExitCodeAndTheArgumentsAsGivenOrTh
     });
     EXPECT_EQ(RunToEnd(Shell("kill -9 $$")).exitCode, 128 + SIGKILL);
     // Its own process group: the group's id is the child's own pid.
-    const ProcessResult group = RunToEnd(Shell("echo $$ $(cut -d' ' -f5 /proc/$$/stat)"));
-    const std::size_t blank = group.output.find(' ');
-    EXPECT_EQ(group.output.substr(0, blank) + "\n", group.output.substr(blank + 1));
+    EXPECT_EQ(RunToEnd(Shell("[ $$ = $(cut -d' ' -f5 /proc/$$/stat) ]")).exitCode, 0) << "not a process group of its own";
 
     WriteText(folder / "not-executable", "#!/bin/sh\n");
     const ProcessResult refused = RunToEnd({folder / "not-executable", {}, {}});
