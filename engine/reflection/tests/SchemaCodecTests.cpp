@@ -4,6 +4,7 @@
 #include "engine/reflection/SchemaRecordText.h"
 
 #include "engine/core/Guid.h"
+#include "engine/core/NumberText.h"
 #include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
@@ -210,42 +211,20 @@ TEST_F(SchemaCodec, LeafTextReadsBackToItsCanonicalFormOrFailsWithItsExactMessag
     EXPECT_EQ(outcome("position", " 1\t2   3 "), "writes \"1 2 3\"");
 }
 
-TEST_F(SchemaCodec, BrokenRecordsFailWithTheirExactMessage) {
-    const auto changed = [&](auto change) {
-        SchemaRecord record = Encode(Populated());
-        change(record);
-        return record;
-    };
-    const auto field = [](SchemaRecord& record, std::string_view name) -> SchemaValue& {
-        return record.FindField(name)->value;
-    };
-    const std::string unavailable = "Unknown, duplicate, or unavailable schema field: Everything.";
-    const std::string unsupported = "Unsupported component schema, version, or destination: ";
-    const std::pair<SchemaRecord, std::string> cases[] = {
-        {changed([](SchemaRecord& r) { r.fields.push_back(SchemaField{"colour", SchemaValue{}}); }),
-         unavailable + "colour"},
-        {SchemaRecord{"Everything", 1, {{"count", "1"}, {"count", "2"}}}, unavailable + "count"},
-        {SchemaRecord{"Everything", 2, {}}, unsupported + "Everything"},
-        {SchemaRecord{"Everything", 0, {}}, unsupported + "Everything"},
-        {SchemaRecord{"Inner", 1, {}}, unsupported + "Inner"},
-        {changed([&](SchemaRecord& r) { field(r, "ratio") = SchemaArray{}; }),
-         "Everything.ratio: Expected a scalar property."},
-        {changed([&](SchemaRecord& r) { field(std::get<SchemaRecord>(field(r, "inner")), "scale") = "1 2"; }),
-         "Everything.inner: Inner.scale: Missing vector component."},
-        {changed([&](SchemaRecord& r) { field(r, "inner") = SchemaRecord{"Outer", 1, {}}; }),
-         "Everything.inner: " + unsupported + "Outer"},
-        {changed([&](SchemaRecord& r) { std::get<SchemaArray>(field(r, "fixed")).elements.pop_back(); }),
-         "Everything.fixed: Collection extent or mutable storage mismatch."},
-        {changed([&](SchemaRecord& r) { std::get<SchemaArray>(field(r, "samples")).elements.resize(1025, "1"); }),
-         "Everything.samples: Expected a bounded collection."},
-    };
-    for (const auto& [record, message] : cases) EXPECT_EQ(DecodeFailure(record), message);
-
+// Broken records that the text form can hold are cases of DecodedRecords.txt.
+TEST_F(SchemaCodec, BrokenRecordsAndViewsFailWithTheirExactMessage) {
+    const std::string unsupported = "Unsupported component schema, version, or destination: Everything";
+    EXPECT_EQ(DecodeFailure(SchemaRecord{"Everything", 0, {}}), unsupported);
+    EXPECT_EQ(DecodeFailure(SchemaRecord{"Everything", 1, {{"count", "1"}, {"count", "2"}}}),
+              "Unknown, duplicate, or unavailable schema field: Everything.count");
+    const SchemaArray oversized{std::vector<SchemaValue>(1025, SchemaValue("1"))};
+    EXPECT_EQ(DecodeFailure(SchemaRecord{"Everything", 1, {{"samples", oversized}}}),
+              "Everything.samples: Expected a bounded collection.");
     const auto decodeInto = [&](ObjectView view) {
         return ThrownMessage([&] { DecodeObject(SchemaRecord{"Everything", 1, {}}, view, registry, context); });
     };
     const Everything value;
-    EXPECT_EQ(decodeInto(MakeConstView(value)), unsupported + "Everything");
+    EXPECT_EQ(decodeInto(MakeConstView(value)), unsupported);
     const std::string missing = "Missing or invalid object schema or storage.";
     EXPECT_EQ(decodeInto(ObjectView{}), missing);
     const Locked stranger;
@@ -302,29 +281,29 @@ struct Versioned {
     float runtime = 4.0f;
 };
 
-TEST_F(SchemaCodec, OnlyLiveSavedPropertiesAreWrittenOrRead) {
+TEST_F(SchemaCodec, RecordsReadOnlyTheLiveSavedFieldsOfTheirVersionOrFailWithTheirExactMessage) {
     ReflectedTypeBuilder<Versioned>("Versioned", "", "", registry)
         .Version(3)
         .Field("kept", &Versioned::kept)
         .Field("retired", &Versioned::retired, FieldAttr().Until(2))
         .Field("added", &Versioned::added, FieldAttr().Since(3))
         .Field("runtime", &Versioned::runtime, FieldAttr().NotSaved());
-    const auto read = [&](const SchemaRecord& record) {
+    EXPECT_EQ(Encode(Versioned{}), (SchemaRecord{"Versioned", 3, {{"kept", "1"}, {"added", "3"}}}));
+    Testing::ExpectTextCases(std::string(BRELK_TEST_DATA_DIR) + "/DecodedRecords.txt", [&](const Testing::TextCase& c) {
+        SchemaLineCursor lines(c.input);
+        std::string_view header;
+        (void)lines.NextLine(header);
+        const SchemaRecord record = ReadSchemaRecord(header.substr(header.find(' ')), lines);
+        if (record.name != "Versioned") return DecodeFailure(record);
         Versioned value{10.0f, 20.0f, 30.0f, 40.0f};
-        DecodeObject(record, MakeView(value), registry, context);
-        return value;
-    };
-    EXPECT_EQ(EncodeObject(MakeConstView(read(SchemaRecord{"Versioned", 3, {}})), registry, context),
-              (SchemaRecord{"Versioned", 3, {{"kept", "1"}, {"added", "3"}}}));
-    const std::pair<std::uint32_t, const char*> unavailable[] = {{2, "retired"}, {2, "added"}, {3, "runtime"}};
-    for (const auto& [version, field] : unavailable) {
-        EXPECT_EQ(ThrownMessage([&] { (void)read(SchemaRecord{"Versioned", version, {{field, "5"}}}); }),
-                  std::string("Unknown, duplicate, or unavailable schema field: Versioned.") + field);
-    }
-    const Versioned loaded = read(SchemaRecord{"Versioned", 1, {{"retired", "5"}}});
-    EXPECT_TRUE(loaded.kept == 1.0f && loaded.retired == 5.0f && loaded.added == 3.0f && loaded.runtime == 40.0f);
-    EXPECT_EQ(read(SchemaRecord{"Versioned", 1, {}}).retired, 2.0f);
-    EXPECT_EQ(read(SchemaRecord{"Versioned", 2, {}}).retired, 20.0f);
+        const std::string failure = ThrownMessage([&] { DecodeObject(record, MakeView(value), registry, context); });
+        if (failure != "<no exception>") return failure;
+        std::string read;
+        for (const float field : {value.kept, value.retired, value.added, value.runtime}) {
+            Core::AppendFloat9(read.append(read.empty() ? "" : " "), field);
+        }
+        return read;
+    });
 }
 
 struct Lists {
