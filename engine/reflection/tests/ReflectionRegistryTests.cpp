@@ -9,6 +9,7 @@
 #include <glm/vec3.hpp>
 
 #include <cstring>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -19,6 +20,7 @@ namespace {
 using Testing::ThrownMessage;
 
 enum class Mood : std::uint8_t { Calm, Angry };
+enum class Level : std::int32_t { Low, High };
 
 struct Pose {
     glm::vec3 scale{1.0f};
@@ -32,10 +34,21 @@ struct Other {
     int value = 0;
 };
 
-TEST(ReflectionRegistry, InconsistentRegistrationsFailWithTheirExactMessage) {
+TEST(ReflectionRegistry, InconsistentRegistrationsFailWithTheirExactMessageAndEdgeValuesLoad) {
     using R = ReflectionRegistry;
+    using Call = std::function<void(R&)>;
+    const auto mood = [](std::vector<EnumValue> values, std::string name = "Mood") -> Call {
+        return [=](R& r) { r.RegisterEnum<Mood>(name, values); };
+    };
+    const auto asset = [](std::string name, std::uint32_t id) -> Call {
+        return [=](R& r) { r.RegisterAssetType(name, id); };
+    };
     const std::string schema = "Reflection schema requires a name and a positive version.";
-    const std::pair<void (*)(R&), std::string> cases[] = {
+    const std::string range = "Enum value is outside its C++ storage range: ";
+    const std::string emptyEnum = "Enum schema requires a name and values.";
+    const std::string badName = "Enum schema contains an empty or duplicate name: Mood";
+    const std::string emptyAsset = "Asset schema requires a name and a nonzero native ID.";
+    const std::pair<Call, std::string> cases[] = {
         {[](R& r) { r.RegisterType<Other>("Pose"); }, "Reflection type name already belongs to another C++ type: Pose"},
         {[](R& r) { r.RegisterType<Pose>("", "", "", 1); }, schema},
         {[](R& r) { r.RegisterType<Pose>("Pose", "", "", 0); }, schema},
@@ -61,16 +74,43 @@ TEST(ReflectionRegistry, InconsistentRegistrationsFailWithTheirExactMessage) {
          "Reflection offset property needs a registered owner type: Acme.Door"},
         {[](R& r) { ReflectedTypeBuilder<Other>("Other", "", "", r).Version(0); },
          "Value schema versions start at 1: Other"},
+        {mood({{std::int64_t{256}, "Big", ""}}), range + "Mood"},
+        {mood({{std::int64_t{-1}, "Minus", ""}}), range + "Mood"},
+        {[](R& r) { r.RegisterEnum<Level>("Level", {EnumValue{std::uint64_t{1u << 31}, "B", ""}}); }, range + "Level"},
+        {mood({EnumValueOf(Mood::Calm, "Calm")}, ""), emptyEnum},
+        {mood({}), emptyEnum},
+        {mood({{std::uint64_t{0}, "A", ""}, {std::uint64_t{1}, "A", ""}}), badName},
+        {mood({{std::uint64_t{0}, "", ""}}), badName},
+        {[](R& r) { r.RegisterEnum<Level>("Mood", {EnumValueOf(Level::Low, "Low")}); },
+         "Enum schema name and C++ type disagree: Mood"},
+        {mood({EnumValueOf(Mood::Calm, "Calm")}, "Feeling"), "Enum schema name and C++ type disagree: Feeling"},
+        {asset("", 1), emptyAsset},
+        {asset("Mesh", 0), emptyAsset},
+        {asset("Mesh", 2), "Asset schema name and native ID disagree: Mesh"},
+        {asset("Foo", 1), "Asset schema name and native ID disagree: Foo"},
+        {[](R& r) {
+             r.RegisterEnum<Level>("Level", {{std::int64_t{-2147483647 - 1}, "Bottom", ""},
+                                             {std::int64_t{2147483647}, "Top", ""}});
+         },
+         "<no exception>"},
+        {mood({{std::uint64_t{255}, "A", ""}, {std::uint64_t{255}, "B", ""}}), "<no exception>"},
+        {asset("Mesh", 1), "<no exception>"},
     };
     for (const auto& [call, message] : cases) {
         ReflectionRegistry registry;
         registry.RegisterType<Pose>("Pose");
+        registry.RegisterEnum<Mood>("Mood", {EnumValueOf(Mood::Calm, "Calm")});
+        registry.RegisterAssetType("Mesh", 1);
         EXPECT_EQ(ThrownMessage([&] { call(registry); }), message);
         EXPECT_EQ(registry.FindType(typeid(Other)) == nullptr, message.find("Other") == std::string::npos) << message;
         EXPECT_LE(registry.FindType("Pose")->properties.size(), 1u);
     }
     ReflectionRegistry registry;
     EXPECT_THROW(registry.RegisterType<Pose>("", "", "", 1), std::invalid_argument);
+    // A later registration of an enum replaces its values.
+    registry.RegisterEnum<Mood>("Mood", {EnumValueOf(Mood::Calm, "Calm")});
+    registry.RegisterEnum<Mood>("Mood", {{std::uint64_t{0}, "A", ""}, {std::uint64_t{1}, "B", ""}});
+    EXPECT_EQ(registry.FindEnum("Mood")->values.size(), 2u);
 }
 
 TEST(ReflectionRegistry, APropertyAddedBeforeItsTypeCreatesItAndLaterRegistrationsUpdateOrRenameIt) {

@@ -9,7 +9,6 @@
 #include <glm/vec3.hpp>
 
 #include <cstdint>
-#include <functional>
 #include <limits>
 #include <memory>
 #include <stdexcept>
@@ -136,55 +135,6 @@ TEST(ValidateTable, TheFirstInconsistentPropertyFailsWithTypeAndPropertyNameAndA
     registry->RegisterType<Unlisted>("Unlisted");
     EXPECT_EQ(Failure(*registry), "valid");
     EXPECT_TRUE(registry->Validate(nullptr));
-}
-
-TEST(RegisterEnum, InconsistentEnumsAndAssetTypesFailWithTheirExactMessageAndEdgeValuesLoad) {
-    using Call = std::function<void(ReflectionRegistry&)>;
-    const auto tint = [](std::vector<EnumValue> values, std::string name = "Tint") -> Call {
-        return [=](ReflectionRegistry& r) { r.RegisterEnum<Tint>(name, values); };
-    };
-    const auto asset = [](std::string name, std::uint32_t id) -> Call {
-        return [=](ReflectionRegistry& r) { r.RegisterAssetType(name, id); };
-    };
-    const std::string range = "Enum value is outside its C++ storage range: ";
-    const std::string emptyEnum = "Enum schema requires a name and values.";
-    const std::string badName = "Enum schema contains an empty or duplicate name: Tint";
-    const std::string emptyAsset = "Asset schema requires a name and a nonzero native ID.";
-    const std::pair<Call, std::string> cases[] = {
-        {tint({{std::int64_t{256}, "Big", ""}}), range + "Tint"},
-        {tint({{std::int64_t{-1}, "Minus", ""}}), range + "Tint"},
-        {[](ReflectionRegistry& r) { r.RegisterEnum<Level>("Level", {EnumValue{std::uint64_t{1u << 31}, "B", ""}}); },
-         range + "Level"},
-        {tint({EnumValueOf(Tint::Red, "Red")}, ""), emptyEnum},
-        {tint({}), emptyEnum},
-        {tint({{std::uint64_t{0}, "A", ""}, {std::uint64_t{1}, "A", ""}}), badName},
-        {tint({{std::uint64_t{0}, "", ""}}), badName},
-        {[](ReflectionRegistry& r) { r.RegisterEnum<Level>("Tint", {EnumValueOf(Level::Low, "Low")}); },
-         "Enum schema name and C++ type disagree: Tint"},
-        {tint({EnumValueOf(Tint::Red, "Red")}, "Colour"), "Enum schema name and C++ type disagree: Colour"},
-        {asset("", 1), emptyAsset},
-        {asset("Mesh", 0), emptyAsset},
-        {asset("Mesh", 2), "Asset schema name and native ID disagree: Mesh"},
-        {asset("Foo", 1), "Asset schema name and native ID disagree: Foo"},
-        {[](ReflectionRegistry& r) {
-             r.RegisterEnum<Level>("Level", {{std::int64_t{-2147483647 - 1}, "Bottom", ""},
-                                             {std::int64_t{2147483647}, "Top", ""}});
-         },
-         "<no exception>"},
-        {tint({{std::uint64_t{255}, "A", ""}, {std::uint64_t{255}, "B", ""}}), "<no exception>"},
-        {asset("Mesh", 1), "<no exception>"},
-    };
-    for (const auto& [call, message] : cases) {
-        ReflectionRegistry registry;
-        registry.RegisterEnum<Tint>("Tint", {EnumValueOf(Tint::Red, "Red")});
-        registry.RegisterAssetType("Mesh", 1);
-        EXPECT_EQ(ThrownMessage([&] { call(registry); }), message);
-    }
-    // A later registration replaces the values.
-    ReflectionRegistry registry;
-    registry.RegisterEnum<Tint>("Tint", {EnumValueOf(Tint::Red, "Red")});
-    registry.RegisterEnum<Tint>("Tint", {{std::uint64_t{0}, "A", ""}, {std::uint64_t{1}, "B", ""}});
-    EXPECT_EQ(registry.FindEnum("Tint")->values.size(), 2u);
 }
 
 TEST(EnumValues, LookupByNameIsExactAndByNumberComparesAcrossSignedness) {
