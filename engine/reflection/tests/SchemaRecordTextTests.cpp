@@ -86,41 +86,53 @@ SchemaRecord LongHeader(std::size_t bytes) { return SchemaRecord{std::string(byt
 struct Read {
     SchemaRecord record;
     std::string error; // empty when the read succeeded
-    std::uint32_t line = 1; // where the reader stopped, also on failure
-    std::size_t consumed = 0;
+    std::uint32_t line = 0; // where the reader stopped, also on failure
+    std::string rest; // what the reader left behind
 };
 
-// Reads a block that begins with its header line, as the scene parser hands it over: through
-// the cursor, or with `stream` through the stream reader, the header rest a stream too.
-Read ReadBlock(std::string_view text, bool stream = false) {
-    SchemaLineCursor cursor(text);
+// The scene parser hands a record over through its line cursor; a file parser streams its lines,
+// the header rest as a stream too or as text.
+enum class Reader { Cursor, Stream, StreamWithHeaderText };
+
+// Reads a block that begins with its header line, numbered `firstLine`.
+Read ReadBlock(std::string_view text, Reader reader, std::uint32_t firstLine = 1) {
+    SchemaLineCursor cursor(text, firstLine);
     std::string_view header;
     (void)cursor.NextLine(header);
     header.remove_prefix(kKeywordBytes);
     std::istringstream headerRest{std::string(header)}, lines{std::string(text.substr(cursor.Offset()))};
     Read read;
+    read.line = firstLine;
     try {
-        read.record = stream ? ReadSchemaRecord(headerRest, lines, read.line) : ReadSchemaRecord(header, cursor);
+        read.record = reader == Reader::Cursor   ? ReadSchemaRecord(header, cursor)
+                      : reader == Reader::Stream ? ReadSchemaRecord(headerRest, lines, read.line)
+                                                 : ReadSchemaRecord(header, lines, read.line);
     } catch (const std::runtime_error& error) {
         read.error = error.what();
     }
-    if (!stream) {
+    if (reader == Reader::Cursor) {
         read.line = cursor.LineNumber();
-        read.consumed = cursor.Offset();
+        read.rest = text.substr(cursor.Offset());
+    } else {
+        read.rest.assign(std::istreambuf_iterator<char>(lines), {});
     }
     return read;
 }
 
+// Every reader reads the record back from its text and stops right behind its last line,
+// counting lines from where the block starts.
 void ExpectReadsBack(const std::string& text, const SchemaRecord& record) {
-    for (const bool stream : {false, true}) {
-        const Read read = ReadBlock(text, stream);
-        EXPECT_EQ(read.error, "") << text.substr(0, 60) << (stream ? " through a stream" : "");
-        EXPECT_TRUE(read.record == record) << text.substr(0, 60) << (stream ? " through a stream" : "");
+    const auto lastLine = static_cast<std::uint32_t>(6 + std::count(text.begin(), text.end(), '\n'));
+    for (const Reader reader : {Reader::Cursor, Reader::Stream, Reader::StreamWithHeaderText}) {
+        const Read read = ReadBlock(text + "end_entity\n", reader, 7);
+        EXPECT_TRUE(read.error.empty() && read.record == record && read.line == lastLine && read.rest == "end_entity\n")
+            << text.substr(0, 60) << "\nreader " << static_cast<int>(reader) << ": " << read.error << " at line "
+            << read.line;
     }
 }
 
-std::string ReadError(std::string_view text, bool stream) {
-    const Read read = ReadBlock(text, stream);
+std::string ReadError(std::string_view text, Reader reader) {
+    const Read read = ReadBlock(text, reader);
     return read.error + " at line " + std::to_string(read.line);
 }
 
@@ -210,27 +222,10 @@ TEST(SchemaRecordTextTests, ReadersSkipAnyWhiteSpace) {
     ExpectReadsBack(text, SchemaRecord{"A", 1, {{"a", "x"}, {"b", LeafArray(1, "y")}}});
 }
 
-TEST(SchemaRecordTextTests, ReadersStopBehindTheTerminatorAndCountTheirLines) {
+TEST(SchemaRecordTextTests, ReadersStopAtTheEndOfTheTextAndStartEachRecordWithAFreshBudget) {
     const std::string unterminated = "component_schema \"A\" 1 0\nend_component_schema";
-    Read read = ReadBlock(unterminated);
-    EXPECT_EQ(read.record, (SchemaRecord{"A", 1, {}}));
-    EXPECT_TRUE(read.line == 2u && read.consumed == unterminated.size());
-
-    const SchemaRecord record{"A", 1, {{"a", "1"}, {"b", "2"}}};
-    const std::string text = FormatSchemaRecord(record) + "end_entity\n";
-    read = ReadBlock(text);
-    EXPECT_EQ(read.record, record);
-    EXPECT_TRUE(read.line == 4u && read.consumed == text.size() - 11);
-
-    std::istringstream lines(text);
-    std::string header;
-    std::getline(lines, header);
-    std::uint32_t lineCounter = 7;
-    EXPECT_EQ(ReadSchemaRecord(std::string_view(header).substr(kKeywordBytes), lines, lineCounter), record);
-    EXPECT_EQ(lineCounter, 10u);
-    std::getline(lines, header);
-    EXPECT_EQ(header, "end_entity");
-
+    const Read read = ReadBlock(unterminated, Reader::Cursor);
+    EXPECT_TRUE(read.record == (SchemaRecord{"A", 1, {}}) && read.line == 2u && read.rest.empty());
     // Each top-level record starts with a fresh budget.
     const SchemaRecord full = RecordOfTotalCount(4096);
     const std::string twice = FormatSchemaRecord(full) + FormatSchemaRecord(full);
@@ -313,11 +308,11 @@ TEST(SchemaRecordTextTests, BrokenInputsAndTextOnePastEveryLimitFailWithTheirExa
     };
     for (const auto& c : cases) {
         const std::string expected = c.message + " at line " + std::to_string(c.line);
-        EXPECT_EQ(ReadError(c.text, false), expected) << c.text.substr(0, 80);
-        EXPECT_EQ(ReadError(c.text, true), expected) << c.text.substr(0, 80) << "(through a stream)";
+        EXPECT_EQ(ReadError(c.text, Reader::Cursor), expected) << c.text.substr(0, 80);
+        EXPECT_EQ(ReadError(c.text, Reader::Stream), expected) << c.text.substr(0, 80) << "(through a stream)";
     }
     const auto bothReaders = [](const Testing::TextCase& c) {
-        const std::string error = ReadError(c.input, false), streamed = ReadError(c.input, true);
+        const std::string error = ReadError(c.input, Reader::Cursor), streamed = ReadError(c.input, Reader::Stream);
         return error == streamed ? error : error + " (through a stream: " + streamed + ")";
     };
     Testing::ExpectTextCases(std::string(BRELK_TEST_DATA_DIR) + "/BrokenSchemaRecords.txt", bothReaders);
