@@ -189,7 +189,8 @@ Everything Populated() {
 
 TEST_F(SchemaCodec, EveryPropertyKindWritesItsCanonicalTextInDeclarationOrderAndReadsItBack) {
     const SchemaRecord record = Encode(Populated());
-    Testing::ExpectGoldenText(std::string(BRELK_TEST_DATA_DIR) + "/PopulatedEverything.txt", FormatSchemaRecord(record));
+    const std::string golden = std::string(BRELK_TEST_DATA_DIR) + "/PopulatedEverything.txt";
+    Testing::ExpectGoldenText(golden, FormatSchemaRecord(record));
     EXPECT_EQ(Encode(Decode(record)), record);
     // Fields missing from the record take their default.
     EXPECT_EQ(Encode(Decode(SchemaRecord{"Everything", 1, {}}, Populated())), Encode(Everything{}));

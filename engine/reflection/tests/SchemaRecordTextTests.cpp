@@ -245,34 +245,26 @@ TEST(SchemaRecordTextTests, ReadersStopAtTheEndOfTheTextAndStartEachRecordWithAF
 }
 
 TEST(SchemaRecordTextTests, TokenReadersConsumeOneTokenOrRefuseItAlike) {
-    const std::string control = "Unescaped control character in schema token.";
-    const struct {
-        std::string text;
-        std::string result; // the token, or the message of the failure
-        std::string rest; // what is left behind a token read
-    } cases[] = {
-        {"  \"a\\\"b\\\\c\\t\\n\\r\\0\" rest", std::string("a\"b\\c\t\n\r\0", 9), " rest"},
-        {"\t\"x\ty\" \"\"", "x\ty", " \"\""},
-        {"\"\" tail", "", " tail"},
-        {"", "Malformed quoted schema token.", ""},
-        {"abc", "Malformed quoted schema token.", ""},
-        {"\"abc", "Unterminated schema token.", ""},
-        {"\"abc\\", "Incomplete schema escape.", ""},
-        {"\"a\\x\"", "Unknown schema escape.", ""},
-        {"\"a\rb\"", control, ""},
-        {std::string("\"a\0b\"", 5), control, ""},
-    };
-    for (const auto& c : cases) {
-        std::string_view view = c.text;
-        std::istringstream stream(c.text);
+    const auto outcome = [](const std::string& text) {
+        std::string_view view = text;
+        std::istringstream stream(text);
         std::string token;
-        std::string failure = ThrownMessage([&] { token = ReadSchemaToken(view); });
-        EXPECT_EQ(failure == "<no exception>" ? token : failure, c.result);
-        EXPECT_EQ(failure == "<no exception>" ? view : "", c.rest);
-        failure = ThrownMessage([&] { token = ReadSchemaToken(stream); });
-        EXPECT_EQ(failure == "<no exception>" ? token : failure, c.result) << "through a stream";
-        EXPECT_EQ(failure == "<no exception>" ? std::string(std::istreambuf_iterator<char>(stream), {}) : "", c.rest);
-    }
+        const auto read = [&](auto& input, const auto& rest) {
+            const std::string failure = ThrownMessage([&] { token = ReadSchemaToken(input); });
+            return failure != "<no exception>" ? failure
+                                               : "\"" + EscapeSchemaToken(token) + "\" before \"" + rest() + '"';
+        };
+        const std::string fromText = read(view, [&] { return std::string(view); });
+        const std::string fromStream =
+            read(stream, [&] { return std::string(std::istreambuf_iterator<char>(stream), {}); });
+        return fromText == fromStream ? fromText : fromText + " (through a stream: " + fromStream + ")";
+    };
+    Testing::ExpectTextCases(std::string(BRELK_TEST_DATA_DIR) + "/SchemaTokens.txt", [&](const Testing::TextCase& c) {
+        return outcome(c.input.substr(0, c.input.size() - 1));
+    });
+    const std::string control = "Unescaped control character in schema token.";
+    EXPECT_EQ(outcome("\"a\rb\""), control);
+    EXPECT_EQ(outcome(std::string("\"a\0b\"", 5)), control);
 }
 
 TEST(SchemaRecordTextTests, BrokenInputsAndTextOnePastEveryLimitFailWithTheirExactMessageAndLine) {
