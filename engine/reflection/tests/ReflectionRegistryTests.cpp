@@ -147,7 +147,10 @@ TEST(ReflectionRegistry, APropertyAddedFirstCreatesItsTypeWhichRegistrationsUpda
     EXPECT_TRUE(registry.FindType("BodyPose") == created && registry.FindType(typeid(Pose)) == created);
 }
 
-TEST(ReflectionRegistry, DefaultsAndCheckedAccessHonourReadOnlyTheViewTypeAndTheEnumStorage) {
+TEST(ReflectionRegistry, PropertiesAccessTheirStorageAtItsOffsetHonouringReadOnlyTheViewTypeAndTheEnumStorage) {
+    struct Block {
+        unsigned char data[64]{};
+    };
     ReflectionRegistry registry;
     registry.AddProperty<Pose, glm::vec3>("Pose", "scale", &Pose::scale, PropertyKind::Vec3, {});
     registry.AddProperty<Pose, float>("Pose", "weight", &Pose::weight, PropertyKind::Float, FieldAttr().ReadOnly());
@@ -162,7 +165,6 @@ TEST(ReflectionRegistry, DefaultsAndCheckedAccessHonourReadOnlyTheViewTypeAndThe
     EXPECT_FALSE(scale.ApplyDefault(MakeConstView(pose)));
     EXPECT_TRUE(scale.ApplyDefault(MakeView(pose)));
     EXPECT_TRUE(scale.EqualsDefault(MakeConstView(pose)));
-    EXPECT_EQ(pose.scale, glm::vec3(1.0f));
     EXPECT_FALSE(weight.ApplyDefault(MakeView(pose)));
     EXPECT_EQ(pose.weight, 3.0f);
     EXPECT_TRUE(weight.MutableView(MakeView(pose)).IsNull());
@@ -178,27 +180,21 @@ TEST(ReflectionRegistry, DefaultsAndCheckedAccessHonourReadOnlyTheViewTypeAndThe
     EXPECT_FALSE(mood.SetEnumValue(MakeView(pose), EnumNumber{std::int64_t{256}}));
     EXPECT_FALSE(mood.SetEnumValue(MakeView(pose), EnumNumber{std::int64_t{-1}}));
     EXPECT_EQ(pose.mood, Mood::Calm);
-}
 
-TEST(ReflectionRegistry, OffsetPropertiesReadAtTheirOffsetWithTheGivenDefault) {
-    struct Block {
-        unsigned char data[64]{};
-    };
-    ReflectionRegistry registry;
     registry.RegisterType<Block>("Acme.Door");
     registry.AddOffsetProperty<float>("Acme.Door", "open", 8, PropertyKind::Float, {}, 0.25f);
     EXPECT_EQ(ThrownMessage([&] {
                   registry.AddOffsetProperty<bool>("Acme.Door", "open", 12, PropertyKind::Bool, {}, true);
               }),
               "Duplicate reflection property: Acme.Door.open");
-    const PropertyInfo& property = registry.FindType("Acme.Door")->properties[0];
-    EXPECT_EQ(property.ownerType, std::type_index(typeid(Block)));
+    const PropertyInfo& open = registry.FindType("Acme.Door")->properties[0];
+    EXPECT_EQ(open.ownerType, std::type_index(typeid(Block)));
     Block block;
-    EXPECT_TRUE(property.ApplyDefault(MakeView(block)));
+    EXPECT_TRUE(open.ApplyDefault(MakeView(block)));
     float stored = 0.0f;
     std::memcpy(&stored, block.data + 8, sizeof stored);
     EXPECT_EQ(stored, 0.25f);
-    EXPECT_EQ(property.ConstView(MakeConstView(block)).constData, block.data + 8);
+    EXPECT_EQ(open.ConstView(MakeConstView(block)).constData, block.data + 8);
 }
 
 } // namespace

@@ -228,10 +228,7 @@ TEST_F(SchemaCodec, BrokenRecordsAndViewsFailWithTheirExactMessage) {
 
 TEST_F(SchemaCodec, UnsavableValuesFailWithTheirExactMessage) {
     using F = std::numeric_limits<float>;
-    const struct {
-        void (*change)(Everything&);
-        const char* message;
-    } cases[] = {
+    const std::pair<void (*)(Everything&), const char*> cases[] = {
         {[](Everything& v) { v.ratio = F::quiet_NaN(); }, "ratio: Cannot save a non-finite schema value."},
         {[](Everything& v) { v.ratio = -F::infinity(); }, "ratio: Cannot save a non-finite schema value."},
         {[](Everything& v) { v.position.y = F::infinity(); }, "position: Cannot save a non-finite schema value."},
@@ -241,10 +238,10 @@ TEST_F(SchemaCodec, UnsavableValuesFailWithTheirExactMessage) {
         {[](Everything& v) { v.target = 99; }, "target: Entity reference has no stable GUID."},
         {[](Everything& v) { v.samples.assign(1025, 0.5f); }, "samples: Invalid or oversized collection."},
     };
-    for (const auto& c : cases) {
+    for (const auto& [change, message] : cases) {
         Everything value;
-        c.change(value);
-        EXPECT_EQ(EncodeFailure(value), std::string("Everything.") + c.message);
+        change(value);
+        EXPECT_EQ(EncodeFailure(value), std::string("Everything.") + message);
     }
 }
 
