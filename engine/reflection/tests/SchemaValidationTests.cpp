@@ -57,7 +57,6 @@ TEST(ValidateProperty, RefusesInconsistentMetadataWithItsExactMessage) {
         {"speed", real, Interval(3, 3), interval + "speed"},
         {"", real, Interval(1, 0), interval},
         {"speed", real, Interval(0, 0), interval + "speed"},
-        {"speed", real, Interval(3, 4), passes},
         {"tint", tint, {}, enumMeta + "tint"},
         {"ratio", real, FieldAttr().Enum("Tint"), enumMeta + "ratio"},
         {"mesh", asset, {}, assetMeta + "mesh"},
