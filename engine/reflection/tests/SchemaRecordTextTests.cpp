@@ -217,7 +217,7 @@ TEST(SchemaRecordTextTests, EscapesASpecialByteAtEveryOffsetOfALongToken) {
     }
 }
 
-TEST(SchemaRecordTextTests, ReadersSkipAnyWhiteSpace) {
+TEST(SchemaRecordTextTests, ReadersSkipAnyWhiteSpaceStopAtTheEndOfTheTextAndStartEachRecordWithAFreshBudget) {
     const std::string text = "component_schema\t \"A\"  1\t2 \r\n"
                              "  property\t\"a\"   \"x\"\r\n"
                              "\tarray_property \"b\"\v1\f\n"
@@ -225,9 +225,7 @@ TEST(SchemaRecordTextTests, ReadersSkipAnyWhiteSpace) {
                              "end_array\r\n"
                              "   end_component_schema\t\r\n";
     ExpectReadsBack(text, SchemaRecord{"A", 1, {{"a", "x"}, {"b", LeafArray(1, "y")}}});
-}
 
-TEST(SchemaRecordTextTests, ReadersStopAtTheEndOfTheTextAndStartEachRecordWithAFreshBudget) {
     const std::string unterminated = "component_schema \"A\" 1 0\nend_component_schema";
     const Read read = ReadBlock(unterminated, Reader::Cursor);
     EXPECT_TRUE(read.record == (SchemaRecord{"A", 1, {}}) && read.line == 2u && read.rest.empty());
