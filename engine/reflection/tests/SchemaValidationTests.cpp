@@ -39,10 +39,7 @@ struct Holder {
 FieldAttr Interval(std::uint32_t since, std::uint32_t until) { return FieldAttr().Since(since).Until(until); }
 
 TEST(ValidateProperty, RefusesInconsistentMetadataWithItsExactMessage) {
-    const float nan = std::numeric_limits<float>::quiet_NaN();
     const ValueSchema real = MakeValueSchema<float>(PropertyKind::Float);
-    const ValueSchema tint = MakeValueSchema<Tint>(PropertyKind::Enum);
-    const ValueSchema asset = MakeValueSchema<std::uint64_t>(PropertyKind::Asset);
     const std::string interval = "Property requires a name and valid schema-version interval: ";
     const std::string enumMeta = "Enum property requires matching enum metadata: ";
     const std::string assetMeta = "Asset property requires an asset-type constraint: ";
@@ -57,14 +54,14 @@ TEST(ValidateProperty, RefusesInconsistentMetadataWithItsExactMessage) {
         {"speed", real, Interval(3, 3), interval + "speed"},
         {"", real, Interval(1, 0), interval},
         {"speed", real, Interval(0, 0), interval + "speed"},
-        {"tint", tint, {}, enumMeta + "tint"},
+        {"tint", MakeValueSchema<Tint>(PropertyKind::Enum), {}, enumMeta + "tint"},
         {"ratio", real, FieldAttr().Enum("Tint"), enumMeta + "ratio"},
-        {"mesh", asset, {}, assetMeta + "mesh"},
+        {"mesh", MakeValueSchema<std::uint64_t>(PropertyKind::Asset), {}, assetMeta + "mesh"},
         {"n", MakeValueSchema<std::uint64_t>(PropertyKind::UInt64), FieldAttr().AssetType("Mesh"), assetMeta + "n"},
         {"p", MakeValueSchema<bool>(PropertyKind::Bool), FieldAttr().Range(0.0f, 1.0f), range + "p"},
         {"p", MakeValueSchema<glm::vec3>(PropertyKind::Vec3), FieldAttr().Range(-1.0f, 1.0f), passes},
         {"p", MakeValueSchema<std::vector<float>>(PropertyKind::Float), FieldAttr().Range(-1.0f, 1.0f), passes},
-        {"p", real, FieldAttr().Range(nan, 1.0f), range + "p"},
+        {"p", real, FieldAttr().Range(std::numeric_limits<float>::quiet_NaN(), 1.0f), range + "p"},
         {"p", real, FieldAttr().Range(2.0f, 1.0f), range + "p"},
         {"p", real, FieldAttr().Range(1.0f, 1.0f), passes},
     };
