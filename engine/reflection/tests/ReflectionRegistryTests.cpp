@@ -1,7 +1,6 @@
 #include "engine/reflection/ReflectedTypeBuilder.h"
 #include "engine/reflection/ReflectionRegistry.h"
 
-#include "engine/core/Guid.h"
 
 #include "tests/support/TextCases.h"
 

