@@ -253,8 +253,7 @@ TEST_F(SchemaCodec, NullReferencesNeedNoHostCodecButOthersDo) {
     value.mesh = 5;
     value.target = 7;
     const Everything read = Decode(defaults, value);
-    EXPECT_EQ(read.mesh, 0u);
-    EXPECT_EQ(read.target, 0u);
+    EXPECT_TRUE(read.mesh == 0u && read.target == 0u);
     EXPECT_EQ(Decode(WithLeaf("target", "00000000-0000-0000-0000-000000000000"), value).target, 0u);
 
     EXPECT_EQ(EncodeFailure(value), "Everything.mesh: Asset reference requires a host codec.");
