@@ -111,8 +111,7 @@ TEST(ValidateTable, TheFirstInconsistentPropertyFailsWithTypeAndPropertyNameAndA
     };
     for (const auto& [add, message] : cases) {
         const auto registry = TableRegistry();
-        Builder holder("Holder", "Holder", "Test", *registry);
-        add(holder.Version(2));
+        add(Builder("Holder", "Holder", "Test", *registry).Version(2));
         EXPECT_EQ(Failure(*registry), message);
     }
     const auto registry = TableRegistry();
