@@ -1,38 +1,31 @@
 #include "engine/reflection/AssetType.h"
 #include "engine/reflection/ReflectionRegistry.h"
 
+#include "tests/support/TextCases.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 namespace Brelk::Assets {
 namespace {
 
-TEST(AssetType, TheSchemaTableListsSeventeenTypesInInstallOrder) {
-    std::vector<std::string> rows;
+// The schema table in install order, then every number with its name and schema row.
+TEST(AssetType, TheSchemaTableAndTheNamesOfEveryNumberMatchTheGoldenFileAndMapBack) {
+    std::string text;
     for (const SchemaAssetType& row : SchemaAssetTypes()) {
-        rows.push_back(std::string(row.name) + "=" + std::to_string(static_cast<std::uint32_t>(row.type)));
+        text += std::string(row.name) + "=" + std::to_string(static_cast<std::uint32_t>(row.type)) + "\n";
     }
-    EXPECT_EQ(rows, (std::vector<std::string>{
-                        "Mesh=1", "Scene=2", "Material=3", "Texture=4", "AudioClip=5", "UiDocument=6",
-                        "Skeleton=7", "Rig=8", "AnimationClip=9", "AnimatorController=10", "Prefab=11",
-                        "BrelkNavMesh=12", "BehaviorTree=13", "VectorField=16", "VfxEffect=17",
-                        "RigDefinition=18", "World=20"}));
-}
-
-TEST(AssetType, NamesAndNumbersMapBothWaysAndOnlySchemaRowsHaveAnEntry) {
-    EXPECT_EQ(AssetTypeName(AssetType::Audio), "AudioClip");
-    EXPECT_EQ(AssetTypeName(static_cast<AssetType>(21)), "Unknown");
-    for (std::uint32_t id = 0; id < kAssetTypeCount; ++id) {
-        EXPECT_EQ(AssetTypeFromName(AssetTypeName(static_cast<AssetType>(id))), static_cast<AssetType>(id)) << id;
+    for (std::uint32_t id = 0; id <= kAssetTypeCount; ++id) {
+        const AssetType type = static_cast<AssetType>(id);
+        const SchemaAssetType* row = FindSchemaAssetType(id);
+        text += std::to_string(id) + " " + std::string(AssetTypeName(type)) +
+                (row != nullptr ? " schema " + std::string(row->name) : "") + "\n";
+        EXPECT_EQ(AssetTypeFromName(AssetTypeName(type)), AssetTypeFromNativeId(id)) << id;
     }
+    Testing::ExpectGoldenText(std::string(BRELK_TEST_DATA_DIR) + "/AssetTypes.txt", text);
     EXPECT_EQ(AssetTypeFromName("mesh"), AssetType::Unknown);
-    EXPECT_EQ(FindSchemaAssetType(17)->name, "VfxEffect");
-    EXPECT_EQ(FindSchemaAssetType(14), nullptr);
-    EXPECT_EQ(FindSchemaAssetType(0), nullptr);
     EXPECT_EQ(AssetTypeOf(AssetTypeInfo{"Texture", 4}), AssetType::Texture);
-    EXPECT_EQ(AssetTypeFromNativeId(99), AssetType::Unknown);
     Reflection::ReflectionRegistry registry;
     RegisterSchemaAssetTypes(registry);
     RegisterSchemaAssetTypes(registry);

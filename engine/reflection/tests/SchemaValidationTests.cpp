@@ -5,11 +5,9 @@
 #include "tests/support/TestSupport.h"
 
 #include <gtest/gtest.h>
-#include <glm/ext/quaternion_float.hpp>
 #include <glm/vec3.hpp>
 
 #include <cstdint>
-#include <functional>
 #include <limits>
 #include <memory>
 #include <stdexcept>
@@ -40,10 +38,7 @@ struct Holder {
 FieldAttr Interval(std::uint32_t since, std::uint32_t until) { return FieldAttr().Since(since).Until(until); }
 
 TEST(ValidateProperty, RefusesInconsistentMetadataWithItsExactMessage) {
-    const float nan = std::numeric_limits<float>::quiet_NaN();
     const ValueSchema real = MakeValueSchema<float>(PropertyKind::Float);
-    const ValueSchema tint = MakeValueSchema<Tint>(PropertyKind::Enum);
-    const ValueSchema asset = MakeValueSchema<std::uint64_t>(PropertyKind::Asset);
     const std::string interval = "Property requires a name and valid schema-version interval: ";
     const std::string enumMeta = "Enum property requires matching enum metadata: ";
     const std::string assetMeta = "Asset property requires an asset-type constraint: ";
@@ -58,19 +53,14 @@ TEST(ValidateProperty, RefusesInconsistentMetadataWithItsExactMessage) {
         {"speed", real, Interval(3, 3), interval + "speed"},
         {"", real, Interval(1, 0), interval},
         {"speed", real, Interval(0, 0), interval + "speed"},
-        {"speed", real, Interval(3, 4), passes},
-        {"speed", real, Interval(7, 0), passes},
-        {"tint", tint, {}, enumMeta + "tint"},
+        {"tint", MakeValueSchema<Tint>(PropertyKind::Enum), {}, enumMeta + "tint"},
         {"ratio", real, FieldAttr().Enum("Tint"), enumMeta + "ratio"},
-        {"tint", tint, FieldAttr().Enum("Tint"), passes},
-        {"tints", MakeValueSchema<std::vector<Tint>>(PropertyKind::Enum), FieldAttr().Enum("Tint"), passes},
-        {"mesh", asset, {}, assetMeta + "mesh"},
+        {"mesh", MakeValueSchema<std::uint64_t>(PropertyKind::Asset), {}, assetMeta + "mesh"},
         {"n", MakeValueSchema<std::uint64_t>(PropertyKind::UInt64), FieldAttr().AssetType("Mesh"), assetMeta + "n"},
-        {"mesh", asset, FieldAttr().AssetType("Mesh"), passes},
         {"p", MakeValueSchema<bool>(PropertyKind::Bool), FieldAttr().Range(0.0f, 1.0f), range + "p"},
         {"p", MakeValueSchema<glm::vec3>(PropertyKind::Vec3), FieldAttr().Range(-1.0f, 1.0f), passes},
         {"p", MakeValueSchema<std::vector<float>>(PropertyKind::Float), FieldAttr().Range(-1.0f, 1.0f), passes},
-        {"p", real, FieldAttr().Range(nan, 1.0f), range + "p"},
+        {"p", real, FieldAttr().Range(std::numeric_limits<float>::quiet_NaN(), 1.0f), range + "p"},
         {"p", real, FieldAttr().Range(2.0f, 1.0f), range + "p"},
         {"p", real, FieldAttr().Range(1.0f, 1.0f), passes},
     };
@@ -121,8 +111,7 @@ TEST(ValidateTable, TheFirstInconsistentPropertyFailsWithTypeAndPropertyNameAndA
     };
     for (const auto& [add, message] : cases) {
         const auto registry = TableRegistry();
-        Builder holder("Holder", "Holder", "Test", *registry);
-        add(holder.Version(2));
+        add(Builder("Holder", "Holder", "Test", *registry).Version(2));
         EXPECT_EQ(Failure(*registry), message);
     }
     const auto registry = TableRegistry();
@@ -138,60 +127,10 @@ TEST(ValidateTable, TheFirstInconsistentPropertyFailsWithTypeAndPropertyNameAndA
     EXPECT_TRUE(registry->Validate(nullptr));
 }
 
-TEST(RegisterEnum, InconsistentEnumsAndAssetTypesFailWithTheirExactMessageAndEdgeValuesLoad) {
-    using Call = std::function<void(ReflectionRegistry&)>;
-    const auto tint = [](std::vector<EnumValue> values, std::string name = "Tint") -> Call {
-        return [=](ReflectionRegistry& r) { r.RegisterEnum<Tint>(name, values); };
-    };
-    const auto asset = [](std::string name, std::uint32_t id) -> Call {
-        return [=](ReflectionRegistry& r) { r.RegisterAssetType(name, id); };
-    };
-    const std::string range = "Enum value is outside its C++ storage range: ";
-    const std::string emptyEnum = "Enum schema requires a name and values.";
-    const std::string badName = "Enum schema contains an empty or duplicate name: Tint";
-    const std::string emptyAsset = "Asset schema requires a name and a nonzero native ID.";
-    const std::pair<Call, std::string> cases[] = {
-        {tint({{std::int64_t{256}, "Big", ""}}), range + "Tint"},
-        {tint({{std::int64_t{-1}, "Minus", ""}}), range + "Tint"},
-        {[](ReflectionRegistry& r) { r.RegisterEnum<Level>("Level", {EnumValue{std::uint64_t{1u << 31}, "B", ""}}); },
-         range + "Level"},
-        {tint({EnumValueOf(Tint::Red, "Red")}, ""), emptyEnum},
-        {tint({}), emptyEnum},
-        {tint({{std::uint64_t{0}, "A", ""}, {std::uint64_t{1}, "A", ""}}), badName},
-        {tint({{std::uint64_t{0}, "", ""}}), badName},
-        {[](ReflectionRegistry& r) { r.RegisterEnum<Level>("Tint", {EnumValueOf(Level::Low, "Low")}); },
-         "Enum schema name and C++ type disagree: Tint"},
-        {tint({EnumValueOf(Tint::Red, "Red")}, "Colour"), "Enum schema name and C++ type disagree: Colour"},
-        {asset("", 1), emptyAsset},
-        {asset("Mesh", 0), emptyAsset},
-        {asset("Mesh", 2), "Asset schema name and native ID disagree: Mesh"},
-        {asset("Foo", 1), "Asset schema name and native ID disagree: Foo"},
-        {[](ReflectionRegistry& r) {
-             r.RegisterEnum<Level>("Level", {{std::int64_t{-2147483647 - 1}, "Bottom", ""},
-                                             {std::int64_t{2147483647}, "Top", ""}});
-         },
-         "<no exception>"},
-        {tint({{std::uint64_t{255}, "A", ""}, {std::uint64_t{255}, "B", ""}}), "<no exception>"},
-        {asset("Mesh", 1), "<no exception>"},
-    };
-    for (const auto& [call, message] : cases) {
-        ReflectionRegistry registry;
-        registry.RegisterEnum<Tint>("Tint", {EnumValueOf(Tint::Red, "Red")});
-        registry.RegisterAssetType("Mesh", 1);
-        EXPECT_EQ(ThrownMessage([&] { call(registry); }), message);
-    }
-    // A later registration replaces the values.
-    ReflectionRegistry registry;
-    registry.RegisterEnum<Tint>("Tint", {EnumValueOf(Tint::Red, "Red")});
-    registry.RegisterEnum<Tint>("Tint", {{std::uint64_t{0}, "A", ""}, {std::uint64_t{1}, "B", ""}});
-    EXPECT_EQ(registry.FindEnum("Tint")->values.size(), 2u);
-}
-
-TEST(EnumValues, LookupByNameIsExactAndByNumberComparesAcrossSignedness) {
+// Lookup by name is the codec's (an enum's names are case-sensitive leaf texts there).
+TEST(EnumValues, LookupByNumberComparesAcrossSignedness) {
     EnumInfo info;
     info.values = {EnumValue{std::int64_t{-1}, "Minus", "Minus"}, EnumValue{std::int64_t{3}, "Three", "Three"}};
-    EXPECT_EQ(FindEnumValue(info, std::string_view("Three")), &info.values[1]);
-    EXPECT_EQ(FindEnumValue(info, std::string_view("three")), nullptr);
     EXPECT_EQ(FindEnumValue(info, EnumNumber{std::uint64_t{3}}), &info.values[1]);
     EXPECT_EQ(FindEnumValue(info, EnumNumber{std::numeric_limits<std::uint64_t>::max()}), nullptr);
     EXPECT_EQ(FindEnumValue(info, EnumNumber{std::int64_t{-1}}), &info.values[0]);
