@@ -18,7 +18,7 @@
 #include "engine/scene/components/TerrainComponent.h"
 #include "engine/scene/components/VfxComponents.h"
 #include "engine/scene/components/tests/CatalogueTestSupport.h"
-#include "tests/support/TestSupport.h"
+#include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
 
@@ -240,17 +240,12 @@ class CatalogueGoldenTests : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(CatalogueGoldenTests, EveryTypeOfTheFamilyMatchesItsGolden) {
     const std::filesystem::path path = std::filesystem::path(BRELK_TEST_DATA_DIR) / GetParam();
-    const std::string expected = Brelk::Testing::ReadText(path);
-    ASSERT_FALSE(expected.empty()) << path;
     std::string actual;
     std::set<std::string> enums;
-    for (const std::string& name : TypeNamesOf(expected))
+    for (const std::string& name : TypeNamesOf(Brelk::Testing::ReadText(path)))
         actual += DescribeType(name, enums);
-    if (actual != expected) {
-        const std::filesystem::path written = std::filesystem::path(::testing::TempDir()) / GetParam();
-        Brelk::Testing::WriteText(written, actual);
-        ADD_FAILURE() << "the catalogue differs from " << path << "; its text is in " << written;
-    }
+    ASSERT_FALSE(actual.empty()) << path;
+    Brelk::Testing::ExpectGoldenText(path, actual);
 }
 
 INSTANTIATE_TEST_SUITE_P(Families, CatalogueGoldenTests,
