@@ -41,7 +41,7 @@ TEST(SceneTest, CreatesARootWithANameAUniqueGuidAndTheIdentityTransform) {
     EXPECT_EQ(scene.FindEntityByGuid(old), kNullEntity);
 }
 
-TEST(SceneTest, DestroyingAParentDestroysItsSubtreeAndLeavesNoLogEntries) {
+TEST(SceneTest, DestroyingAParentDestroysItsSubtreeLeavingNoLogEntriesAndDeadEntitiesTakeNoOperation) {
     Scene scene;
     const Entity root = scene.CreateEntity("root");
     const Entity child = scene.CreateEntity("child");
@@ -59,20 +59,15 @@ TEST(SceneTest, DestroyingAParentDestroysItsSubtreeAndLeavesNoLogEntries) {
         EXPECT_EQ(scene.TransformLog().changed.count(gone) + scene.HierarchyLog().changed.count(gone), 0u);
     }
     EXPECT_EQ(scene.Entities(), (std::vector<Entity>{other}));
-}
-
-TEST(SceneTest, IgnoresOperationsOnADeadEntity) {
-    Scene scene;
-    const Entity entity = scene.CreateEntity("x");
-    scene.DestroyEntity(entity);
+    // A dead entity takes no operation.
     const std::uint64_t revision = scene.SceneRevision();
-    scene.DestroyEntity(entity);
-    scene.SetParent(entity, kNullEntity);
-    scene.SetEntityGuid(entity, Core::Guid::FromName("dead"));
+    scene.DestroyEntity(child);
+    scene.SetParent(child, other);
+    scene.SetEntityGuid(child, Core::Guid::FromName("dead"));
     EXPECT_EQ(scene.SceneRevision(), revision);
-    EXPECT_EQ(scene.GetParent(entity), kNullEntity);
-    EXPECT_TRUE(scene.GetChildren(entity).empty());
-    EXPECT_FALSE(scene.GetEntityGuid(entity).IsValid());
+    EXPECT_EQ(scene.GetParent(child), kNullEntity);
+    EXPECT_TRUE(scene.GetChildren(other).empty());
+    EXPECT_FALSE(scene.GetEntityGuid(child).IsValid());
     EXPECT_EQ(scene.FindEntityByGuid(Core::Guid::FromName("dead")), kNullEntity);
 }
 

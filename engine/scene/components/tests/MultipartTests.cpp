@@ -15,6 +15,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -131,48 +132,55 @@ TEST(TerrainRecordsTests, HeightAndWeightChunksMayInterleave) {
     EXPECT_EQ(terrain.layerWeights.size(), 1030u);
 }
 
-TEST(TerrainRecordsTests, CountsUpToTheSampleLimitPassAndOverItFailAtTheDeclarationOrBeforeAWrite) {
+TEST(TerrainRecordsTests, CountsAndBudgetsPassAtTheirLimitsAndEachBrokenRecordGetsItsMessage) {
     TerrainComponent terrain;
     TerrainRecordParts parts;
+    parts.encodedBytes = kByteLimit - 100 - TextBytes(CountsRecord(0x1000000, 0));
     Read(terrain, parts, CountsRecord(0x1000000, 0));
-    EXPECT_TRUE(parts.hasCounts);
     EXPECT_EQ(parts.heightCount, 0x1000000u);
     EXPECT_TRUE(terrain.heights.empty());
-    const std::pair<std::uint64_t, std::uint64_t> cases[] = {
-        {0x1000000, 1}, {0, 0x1000001}, {0x8000000000000000u, 0x8000000000000000u}, {~std::uint64_t{0}, 1}};
-    for (const auto& [heights, weights] : cases) {
-        TerrainRecordParts fresh;
-        EXPECT_EQ(ThrownMessage([&] { Read(terrain, fresh, CountsRecord(heights, weights)); }),
-                  "Terrain exceeds its total sample limit.")
-            << heights << " " << weights;
+    ReadTerrainRecord(terrain, parts, ChunkRecord(TerrainSampleKind::Heights, 0, 1), 100, TestCodec());
+    EXPECT_EQ(parts.encodedBytes, kByteLimit);
+
+    using K = TerrainSampleKind;
+    const struct { std::function<void(TerrainComponent&, TerrainRecordParts&)> run; std::string message; } rows[] = {
+        {[](auto& t, auto& p) { Read(t, p, CountsRecord(0x1000000, 1)); }, "Terrain exceeds its total sample limit."},
+        {[](auto& t, auto& p) { Read(t, p, CountsRecord(0, 0x1000001)); }, "Terrain exceeds its total sample limit."},
+        {[](auto& t, auto& p) { Read(t, p, CountsRecord(0x8000000000000000u, 0x8000000000000000u)); },
+         "Terrain exceeds its total sample limit."},
+        {[](auto& t, auto& p) { Read(t, p, CountsRecord(~std::uint64_t{0}, 1)); }, "Terrain exceeds its total sample limit."},
+        {[](auto& t, auto& p) { Read(t, p, ChunkRecord(K::Heights, 0, 4)); }, "Terrain chunks require sample counts first."},
+        {[](auto& t, auto& p) {
+             Read(t, p, CountsRecord(4, 4));
+             AppendTerrainChunk(t, p, Chunk(static_cast<K>(2), 0, 4));
+         },
+         "Unknown terrain sample kind."},
+        {[](auto& t, auto& p) {
+             Read(t, p, CountsRecord(2048, 0));
+             SchemaRecord record = ChunkRecord(K::Heights, 0, 1024);
+             std::get<Reflection::SchemaArray>(record.fields[2].value).elements.emplace_back(std::string("1"));
+             ReadTerrainRecord(t, p, record, 20000, TestCodec());
+         },
+         "TerrainSampleChunk.values: Expected a bounded collection."},
+    };
+    for (const auto& row : rows) {
+        TerrainComponent broken;
+        TerrainRecordParts brokenParts;
+        EXPECT_EQ(ThrownMessage([&] { row.run(broken, brokenParts); }), row.message);
+        EXPECT_TRUE(broken.heights.empty()) << row.message;
     }
+    // A record one byte over the budget is not taken in part.
+    TerrainRecordParts over;
+    over.encodedBytes = kByteLimit - 100;
+    EXPECT_EQ(ThrownMessage([&] { ReadTerrainRecord(terrain, over, CountsRecord(0, 0), 101, TestCodec()); }),
+              "Terrain exceeds its total encoded byte limit.");
+    EXPECT_FALSE(over.hasCounts);
     terrain.heights.resize(0x1000000);
     terrain.layerWeights.resize(1);
     std::vector<SchemaRecord> out;
     EXPECT_EQ(ThrownMessage([&] { WriteTerrainRecords(terrain, out, TestCodec()); }),
               "Terrain exceeds its total sample limit.");
     EXPECT_TRUE(out.empty());
-}
-
-TEST(TerrainRecordsTests, ARecordOfExactlyTheRemainingByteBudgetPassesAndOneByteMoreFails) {
-    TerrainComponent terrain;
-    TerrainRecordParts parts;
-    parts.encodedBytes = kByteLimit - 100;
-    EXPECT_EQ(ThrownMessage([&] { ReadTerrainRecord(terrain, parts, CountsRecord(0, 0), 101, TestCodec()); }),
-              "Terrain exceeds its total encoded byte limit.");
-    EXPECT_FALSE(parts.hasCounts);
-    ReadTerrainRecord(terrain, parts, CountsRecord(0, 0), 100, TestCodec());
-    EXPECT_EQ(parts.encodedBytes, kByteLimit);
-}
-
-TEST(TerrainRecordsTests, AChunkBeforeTheDeclarationOrOfAnUnknownKindIsRefused) {
-    TerrainComponent terrain;
-    TerrainRecordParts parts;
-    EXPECT_EQ(ThrownMessage([&] { Read(terrain, parts, ChunkRecord(TerrainSampleKind::Heights, 0, 4)); }),
-              "Terrain chunks require sample counts first.");
-    Read(terrain, parts, CountsRecord(4, 4));
-    EXPECT_EQ(ThrownMessage([&] { AppendTerrainChunk(terrain, parts, Chunk(static_cast<TerrainSampleKind>(2), 0, 4)); }),
-              "Unknown terrain sample kind.");
 }
 
 TEST(TerrainRecordsTests, BrokenChunkSequencesAreRefusedWithTheChunkMessage) {
@@ -201,17 +209,6 @@ TEST(TerrainRecordsTests, BrokenChunkSequencesAreRefusedWithTheChunkMessage) {
         EXPECT_EQ(ThrownMessage([&] { AppendTerrainChunk(terrain, parts, last); }), kChunkRule);
         EXPECT_EQ(terrain.heights.size(), heightsBefore);
     }
-}
-
-TEST(TerrainRecordsTests, AChunkRecordOfMoreThanARecordArrayIsRefused) {
-    TerrainComponent terrain;
-    TerrainRecordParts parts;
-    Read(terrain, parts, CountsRecord(2048, 0));
-    SchemaRecord record = ChunkRecord(TerrainSampleKind::Heights, 0, 1024);
-    std::get<Reflection::SchemaArray>(record.fields[2].value).elements.emplace_back(std::string("1"));
-    EXPECT_EQ(ThrownMessage([&] { ReadTerrainRecord(terrain, parts, record, 20000, TestCodec()); }),
-              "TerrainSampleChunk.values: Expected a bounded collection.");
-    EXPECT_TRUE(terrain.heights.empty());
 }
 
 TEST(TerrainRecordsTests, ATerrainEntitySavesAndLoadsThroughTheComponentTableWhichChecksOrderAndSizes) {

@@ -80,18 +80,15 @@ protected:
         return count;
     }
 
-    std::vector<std::string> WarningsSince(std::uint64_t sequence) {
+    // The warnings logged while `run` runs.
+    std::vector<std::string> Warnings(const std::function<void()>& run) {
+        std::uint64_t mark = 0;
+        (void)Core::Logger::Get().HistorySince(~std::uint64_t{0}, &mark);
+        run();
         std::vector<std::string> messages;
-        for (const Core::LogEntry& entry : Core::Logger::Get().HistorySince(sequence)) {
+        for (const Core::LogEntry& entry : Core::Logger::Get().HistorySince(mark))
             if (entry.level == Core::LogLevel::Warning) messages.push_back(entry.message);
-        }
         return messages;
-    }
-
-    std::uint64_t LogMark() {
-        std::uint64_t latest = 0;
-        (void)Core::Logger::Get().HistorySince(~std::uint64_t{0}, &latest);
-        return latest;
     }
 
     Testing::ScratchFolder root_;
@@ -153,12 +150,8 @@ TEST_F(PrefabTests, RecordsEachKindOfChangeAndARebuildKeepsThem) {
     ASSERT_TRUE(RecordInstanceChanges(scene_, assets_, arm, &error)) << error;
     const PrefabInstanceComponent& links = Links(lamp);
     // The root's own name and placement belong to the instance and are never recorded.
-    ASSERT_EQ(links.overrides.size(), 2u);
-    EXPECT_EQ(links.overrides[0].localGuid, kArm);
-    EXPECT_EQ(links.overrides[0].propertyPath, "PointLightComponent.intensity");
-    EXPECT_EQ(links.overrides[0].value, "3.5");
-    EXPECT_EQ(links.overrides[1].propertyPath, "NameComponent.name");
-    EXPECT_EQ(links.overrides[1].value, "Globe");
+    EXPECT_EQ(links.overrides, (std::vector<PrefabOverride>{{kArm, "PointLightComponent.intensity", "3.5"},
+                                                            {kBulb, "NameComponent.name", "Globe"}}));
     EXPECT_EQ(links.addedComponents, (std::vector<PrefabComponentChange>{{kArm, "RotatorComponent"}}));
     EXPECT_EQ(links.removedComponents, (std::vector<PrefabComponentChange>{{kBulb, "RotatorComponent"}}));
     EXPECT_EQ(links.removedEntities, std::vector<Core::Guid>{kBase});
@@ -216,9 +209,7 @@ TEST_F(PrefabTests, APrefabEditReachesInstancesWhileDeadChangesAreDroppedAndCoun
     prefab.Get<PointLightComponent>(prefab.FindEntityByGuid(kArm)).intensity = 2.0f;
     ASSERT_TRUE(SaveScene(PrefabPath("Lamp.bprefab"), prefab, assets_, nullptr));
 
-    const std::uint64_t mark = LogMark();
-    EXPECT_EQ(Update(lampPrefab), 1u);
-    EXPECT_EQ(WarningsSince(mark),
+    EXPECT_EQ(Warnings([&] { EXPECT_EQ(Update(lampPrefab), 1u); }),
               (std::vector<std::string>{
                   "Prefab override PointLightComponent.wattage no longer applies: Override property no longer exists: "
                   "PointLightComponent.wattage",
