@@ -305,7 +305,7 @@ TEST(RegistryGuidIndex, FollowsEmplaceReplaceRemoveAndDestroyAndPrefersTheFirstI
     EXPECT_EQ(registry.FindEntityByGuid(G(1)), kNullEntity);
 }
 
-TEST(RegistryRestore, BringsADestroyedEntityBackAtItsPlaceOrAtTheEndAboveItsUsedGenerations) {
+TEST(RegistryRestore, BringsADestroyedEntityBackAtItsPlaceOrAtTheEndAboveItsUsedGenerationsAndRefusesOthers) {
     Registry registry;
     const auto e = CreateMany(registry, 3);
     registry.DestroyEntity(e[1]);
@@ -328,21 +328,17 @@ TEST(RegistryRestore, BringsADestroyedEntityBackAtItsPlaceOrAtTheEndAboveItsUsed
     reused.DestroyEntity(first);
     // The next destroy skips every generation the slot has used.
     EXPECT_EQ(reused.CreateEntity(), MakeEntity(1, 2));
-}
 
-TEST(RegistryRestore, RefusesLiveReservedNullOutOfRangeAndFutureHandles) {
-    Registry registry;
-    const auto [alive, dead] = std::pair{registry.CreateEntity(), registry.CreateEntity()};
+    // Refused: live, reserved, null, out of range, and a generation the dead slot's counter
+    // (1) could reach only by stepping back past 0.
     const Entity reserved = registry.ReserveEntity();
-    registry.DestroyEntity(dead);
-    const std::uint64_t before = registry.Revision();
-    // The dead slot's counter is 1; generation 3 would need it to step back past 0.
-    for (const Entity refused : {alive, reserved, kNullEntity, MakeEntity(0, 1), MakeEntity(4, 0), MakeEntity(2, 3)}) {
+    registry.DestroyEntity(e[2]);
+    const std::uint64_t revision = registry.Revision();
+    for (const Entity refused : {e[1], reserved, kNullEntity, MakeEntity(0, 1), MakeEntity(5, 0), MakeEntity(3, 3)})
         EXPECT_FALSE(registry.RestoreEntity(refused, 0)) << refused;
-    }
-    EXPECT_EQ(registry.Revision(), before);
-    EXPECT_EQ(registry.Entities(), (Entities{alive}));
-    EXPECT_EQ(registry.Slots()[2].generation, 1u);
+    EXPECT_EQ(registry.Revision(), revision);
+    EXPECT_EQ(registry.Entities(), (Entities{e[1], e[0]}));
+    EXPECT_EQ(registry.Slots()[3].generation, 1u);
 }
 
 TEST(RegistryClear, DestroysEverythingLastToFirstDropsCommandsAndFreesReservedSlots) {
@@ -375,7 +371,7 @@ TEST(RegistryClear, DestroysEverythingLastToFirstDropsCommandsAndFreesReservedSl
     EXPECT_EQ(CreateMany(registry, 4), (Entities{MakeEntity(3, 1), MakeEntity(2, 1), MakeEntity(1, 1), MakeEntity(4, 1)}));
 }
 
-TEST(RegistryAdvanceGenerations, RaisesFloorsAddsMissingSlotsFreeAndSkipsUsedGenerations) {
+TEST(RegistryAdvanceGenerations, RaisesFloorsAddsMissingSlotsFreeSkipsUsedGenerationsAndPassesRevisions) {
     Registry old;
     old.SetMinimumFreeIndices(0);
     const Entity a = old.CreateEntity();
@@ -404,22 +400,21 @@ TEST(RegistryAdvanceGenerations, RaisesFloorsAddsMissingSlotsFreeAndSkipsUsedGen
     next.AdvanceGenerationsPast(twice);
     EXPECT_EQ(next.CreateEntity(), MakeEntity(1, 3));
     EXPECT_FALSE(next.IsAlive(oldLive));
-}
 
-TEST(RegistryAdvanceGenerations, RaisesBothRevisionsPastTheOldOnes) {
-    Registry old;
-    old.Emplace(old.CreateEntity(), Position{});
-    old.Emplace(1, Velocity{});
-    old.Remove<Velocity>(1);
-    old.Emplace(1, Velocity{});
-    Registry fresh;
-    fresh.Emplace(fresh.CreateEntity(), Velocity{});
-    fresh.Emplace(1, Tag{});
-    fresh.AdvanceGenerationsPast(old);
-    EXPECT_EQ(fresh.Revision(), old.Revision() + 1);
-    EXPECT_EQ(fresh.FindStorage<Velocity>()->Revision(), 4u);
-    EXPECT_EQ(fresh.FindStorage<Tag>()->Revision(), 2u);
-    EXPECT_EQ(fresh.FindStorage<Position>(), nullptr);
+    // Both revisions pass the old ones; a storage the fresh registry lacks is not made.
+    Registry stored;
+    stored.Emplace(stored.CreateEntity(), Position{});
+    stored.Emplace(1, Velocity{});
+    stored.Remove<Velocity>(1);
+    stored.Emplace(1, Velocity{});
+    Registry later;
+    later.Emplace(later.CreateEntity(), Velocity{});
+    later.Emplace(1, Tag{});
+    later.AdvanceGenerationsPast(stored);
+    EXPECT_EQ(later.Revision(), stored.Revision() + 1);
+    EXPECT_EQ(later.FindStorage<Velocity>()->Revision(), 4u);
+    EXPECT_EQ(later.FindStorage<Tag>()->Revision(), 2u);
+    EXPECT_EQ(later.FindStorage<Position>(), nullptr);
 }
 
 TEST(RegistryPreservedRecords, BelongToALiveEntityUntilReplacedErasedOrDestroyed) {
