@@ -55,13 +55,6 @@ inline const ComponentTypeEntry& EntryOf(const std::string& name) {
     return *entry;
 }
 
-inline Reflection::SchemaRecord ReadRecordText(const std::string& text) {
-    Reflection::SchemaLineCursor lines(text);
-    std::string_view header;
-    if (!lines.NextLine(header)) throw std::runtime_error("empty record text");
-    return Reflection::ReadSchemaRecord(header.substr(std::string_view("component_schema").size()), lines);
-}
-
 // Loads the records onto a new entity of `registry` as a scene load does, links resolved.
 inline Entity LoadEntity(Registry& registry, std::vector<Reflection::SchemaRecord> records) {
     InstallComponents();
