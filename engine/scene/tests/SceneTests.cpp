@@ -71,21 +71,6 @@ TEST(SceneTest, DestroyingAParentDestroysItsSubtreeLeavingNoLogEntriesAndDeadEnt
     EXPECT_EQ(scene.FindEntityByGuid(Core::Guid::FromName("dead")), kNullEntity);
 }
 
-TEST(SceneTest, ClearPutsEverythingBackToTheStart) {
-    Scene scene;
-    const Entity entity = scene.CreateEntity("x");
-    EnvironmentSettings environment;
-    environment.lightIntensity = 3.0f;
-    scene.SetEnvironment(environment);
-    scene.Clear();
-    EXPECT_FALSE(scene.IsAlive(entity));
-    EXPECT_TRUE(scene.Entities().empty());
-    EXPECT_EQ(scene.SceneRevision(), 1u);
-    EXPECT_EQ(scene.TransformLog().revision, 1u);
-    EXPECT_TRUE(scene.TransformLog().changed.empty());
-    EXPECT_EQ(scene.GetEnvironment(), EnvironmentSettings{});
-}
-
 TEST(SceneHierarchyTest, KeepsOneEntryPerChildInOrderOfAttachmentAndMovesOrDetaches) {
     Scene scene;
     const Entity p = scene.CreateEntity("p");
@@ -110,7 +95,7 @@ TEST(SceneHierarchyTest, KeepsOneEntryPerChildInOrderOfAttachmentAndMovesOrDetac
     EXPECT_EQ(scene.GetParent(b), kNullEntity);
 }
 
-TEST(SceneChangeTest, MarkingEverythingChangedResetsTheHierarchyLogAndOnlyANewEnvironmentCounts) {
+TEST(SceneChangeTest, MarkingEverythingChangedResetsTheHierarchyLogOnlyANewEnvironmentCountsAndClearResetsAll) {
     Scene scene;
     const Entity parent = scene.CreateEntity("p");
     const Entity child = scene.CreateEntity("c");
@@ -129,6 +114,15 @@ TEST(SceneChangeTest, MarkingEverythingChangedResetsTheHierarchyLogAndOnlyANewEn
     scene.SetEnvironment(brighter);
     EXPECT_EQ(scene.SceneRevision(), revision + 1);
     EXPECT_EQ(scene.GetEnvironment().lightIntensity, 2.0f);
+
+    // Clear puts everything back to the start.
+    scene.Clear();
+    EXPECT_FALSE(scene.IsAlive(parent));
+    EXPECT_TRUE(scene.Entities().empty());
+    EXPECT_EQ(scene.SceneRevision(), 1u);
+    EXPECT_EQ(scene.TransformLog().revision, 1u);
+    EXPECT_TRUE(scene.TransformLog().changed.empty());
+    EXPECT_EQ(scene.GetEnvironment(), EnvironmentSettings{});
 }
 
 TEST(SceneWorldMatrixTest, RotationsTurnAboutXThenYThenZAndAChildLivesInItsParentsScaledSpace) {

@@ -35,6 +35,7 @@ namespace {
 
 using Brelk::Testing::ThrownMessage;
 using Reflection::SchemaRecord;
+using Entities = std::vector<Entity>;
 using Testing::EntryOf;
 using Testing::InstalledReflection;
 using Testing::SaveOne;
@@ -223,17 +224,15 @@ TEST(ComponentFamilyTests, EntityLinksSaveTheTargetGuidAndResolveOnLoad) {
     EXPECT_TRUE(animator.ikChains[0].targetEntityGuid.empty());
 
     const Entity copy = Testing::LoadEntity(scene, records);
-    EXPECT_EQ(scene.Get<ConstraintComponent>(copy).connectedEntity, rock);
-    EXPECT_EQ(scene.Get<BuoyancyComponent>(copy).waterBody, ocean);
-    EXPECT_EQ(scene.Get<CharacterControllerComponent>(copy).visualRoot, rock);
-    EXPECT_EQ(scene.Get<ThirdPersonCameraControllerComponent>(copy).target, ocean);
-    EXPECT_EQ(scene.Get<ThirdPersonCameraControllerComponent>(copy).aimTarget, rock);
     const AnimatorComponent& loaded = scene.Get<AnimatorComponent>(copy);
-    EXPECT_EQ(loaded.ikChains[0].targetEntityGuid, scene.GetEntityGuid(rock).ToString());
-    EXPECT_EQ(loaded.ikChains[0].targetEntity, rock);
-    EXPECT_EQ(loaded.ikChains[0].poleEntityGuid, "3f2a9c1e-7b40-4e11-9a6d-5c0d2e8f1b77");
-    EXPECT_EQ(loaded.ikChains[0].poleEntity, kNullEntity);
-    EXPECT_EQ(loaded.lookAtChains[0].targetEntityGuid, "");
+    const ThirdPersonCameraControllerComponent& follow = scene.Get<ThirdPersonCameraControllerComponent>(copy);
+    EXPECT_EQ((Entities{scene.Get<ConstraintComponent>(copy).connectedEntity, scene.Get<BuoyancyComponent>(copy).waterBody,
+                        scene.Get<CharacterControllerComponent>(copy).visualRoot, follow.target, follow.aimTarget,
+                        loaded.ikChains[0].targetEntity, loaded.ikChains[0].poleEntity}),
+              (Entities{rock, ocean, rock, ocean, rock, rock, kNullEntity}));
+    EXPECT_EQ((std::vector<std::string>{loaded.ikChains[0].targetEntityGuid, loaded.ikChains[0].poleEntityGuid,
+                                        loaded.lookAtChains[0].targetEntityGuid}),
+              (std::vector<std::string>{scene.GetEntityGuid(rock).ToString(), "3f2a9c1e-7b40-4e11-9a6d-5c0d2e8f1b77", ""}));
 
     // Only an ocean is water: a link to anything else resolves to none.
     scene.Remove<OceanComponent>(ocean);
