@@ -36,11 +36,6 @@ struct TestHookComponent { std::string text = "live"; std::int32_t resolved = 0;
 struct TestFailingComponent { std::int32_t value = 0; };
 struct TestUnmigratedComponent { std::string label; std::int32_t since2 = 0; };
 
-std::string FieldText(const SchemaRecord& record, const std::string& name) {
-    const SchemaField* field = record.FindField(name);
-    return field == nullptr || field->value.index() != 0 ? "<missing>" : std::get<std::string>(field->value);
-}
-
 SchemaRecord MakeRecord(std::string name, std::uint32_t version, std::vector<std::pair<std::string, std::string>> fields) {
     SchemaRecord record;
     record.name = std::move(name);
@@ -297,7 +292,7 @@ TEST_F(ComponentLoadTest, SavesRecordsInRegistrationOrderNotAlphabetically) {
               (std::vector<std::string>{"TestPoseComponent", "TestBodyComponent", "TestLegacyComponent",
                                         "TestAardvarkComponent"}));
     EXPECT_EQ(saved[1].version, 2u);
-    EXPECT_EQ(FieldText(saved[1], "mass"), "1");
+    EXPECT_EQ(std::get<std::string>(saved[1].FindField("mass")->value), "1");
     registry.Emplace<TestFailingComponent>(entity, {});
     EXPECT_EQ(ThrownMessage([&] { (void)Saved(); }), "TestFailingComponent: The value cannot be saved.");
 }
