@@ -142,12 +142,21 @@ protected:
 };
 
 // Files follow registration order (pinned by the saves below); users see groups, then names.
-TEST(ComponentRegistryTest, ListsEntriesForUsersByGroupThenName) {
+TEST(ComponentRegistryTest, ListsEntriesForUsersByGroupThenNameAndReachesComponentsWithoutTheirType) {
     std::vector<std::string> listed;
     for (const ComponentTypeEntry* entry : TestTable().Entries()) listed.push_back(entry->group + "/" + entry->displayName);
     EXPECT_EQ(listed, (std::vector<std::string>{"Animals/Aardvark", "Core/Failing", "Core/Header", "Core/Hook",
                                                 "Core/Legacy", "Core/Pose", "Core/Runtime", "Core/Unmigrated",
                                                 "Physics/Body"}));
+    // An entry reaches its component without the type.
+    const ComponentTypeEntry* body = TestTable().Find<TestBodyComponent>();
+    Registry registry;
+    const Entity entity = registry.CreateEntity();
+    EXPECT_TRUE(body->view(registry, entity).IsNull());
+    body->addDefault(registry, entity);
+    EXPECT_EQ(body->getMutable(registry, entity), registry.TryGet<TestBodyComponent>(entity));
+    body->remove(registry, entity);
+    EXPECT_FALSE(body->has(registry, entity));
 }
 
 struct FirstComponent { float value = 0.0f; };
@@ -295,17 +304,6 @@ TEST_F(ComponentLoadTest, SavesRecordsInRegistrationOrderNotAlphabetically) {
     EXPECT_EQ(std::get<std::string>(saved[1].FindField("mass")->value), "1");
     registry.Emplace<TestFailingComponent>(entity, {});
     EXPECT_EQ(ThrownMessage([&] { (void)Saved(); }), "TestFailingComponent: The value cannot be saved.");
-}
-
-TEST(ComponentOperationsTest, ReachComponentsWithoutTheirType) {
-    const ComponentTypeEntry* body = TestTable().Find<TestBodyComponent>();
-    Registry registry;
-    const Entity entity = registry.CreateEntity();
-    EXPECT_TRUE(body->view(registry, entity).IsNull());
-    body->addDefault(registry, entity);
-    EXPECT_EQ(body->getMutable(registry, entity), registry.TryGet<TestBodyComponent>(entity));
-    body->remove(registry, entity);
-    EXPECT_FALSE(body->has(registry, entity));
 }
 
 } // namespace
