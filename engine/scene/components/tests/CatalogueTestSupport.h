@@ -25,13 +25,10 @@ inline const Reflection::SchemaCodecContext& TestCodec() {
             return type.name + ":" + std::to_string(id);
         };
         context.textToAsset = [](const std::string& text, const Assets::AssetTypeInfo& type) -> std::uint64_t {
-            const std::string prefix = type.name + ":";
-            if (text.rfind(prefix, 0) != 0) return 0;
+            if (!text.starts_with(type.name + ":")) return 0;
             std::uint64_t id = 0;
-            const char* begin = text.data() + prefix.size();
-            const char* end = text.data() + text.size();
-            const auto result = std::from_chars(begin, end, id);
-            return result.ec == std::errc() && result.ptr == end ? id : 0;
+            const auto [end, failure] = std::from_chars(text.data() + type.name.size() + 1, text.data() + text.size(), id);
+            return failure == std::errc() && end == text.data() + text.size() ? id : 0;
         };
         return context;
     }();

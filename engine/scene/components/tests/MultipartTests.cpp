@@ -296,37 +296,30 @@ TEST(ClothRecordsTests, ASavedClothReadsBackIdentically) {
 
 TEST(ClothRecordsTests, EachFailureHasTheClothWording) {
     InstallComponents();
-    {
-        Physics::ClothComponent cloth;
-        Physics::ClothRecordParts parts;
-        EXPECT_EQ(ThrownMessage([&] { Physics::ReadClothRecord(cloth, parts, PinCountRecord(1), kUnknownSize, TestCodec()); }),
-                  "Truncated cloth record.");
-        EXPECT_EQ(ThrownMessage([&] { ReadPin(cloth, parts, PinChunkRecord(0, 1)); }),
-                  "Cloth chunks require a pin-weight count first.");
-        EXPECT_EQ(ThrownMessage([&] { ReadPin(cloth, parts, PinCountRecord(0x1000001)); }),
-                  "Cloth exceeds its total pin-weight limit.");
-    }
-    {
-        Physics::ClothComponent cloth;
-        Physics::ClothRecordParts parts;
-        ReadPin(cloth, parts, PinCountRecord(4));
-        EXPECT_EQ(ThrownMessage([&] { ReadPin(cloth, parts, PinChunkRecord(1, 2)); }),
-                  "Cloth pin-weight chunk is empty, out of order, overlapping, or exceeds its declared count.");
-        ReadPin(cloth, parts, PinChunkRecord(0, 2));
-        EXPECT_EQ(ThrownMessage([&] { Physics::FinishClothRecords(cloth, parts); }),
-                  "Cloth pin weights are missing or incomplete.");
-        parts.encodedBytes = kByteLimit;
-        EXPECT_EQ(ThrownMessage([&] { Physics::ReadClothRecord(cloth, parts, PinChunkRecord(2, 2), 1, TestCodec()); }),
-                  "Cloth exceeds its total encoded byte limit.");
-    }
-    {
-        Physics::ClothComponent cloth;
-        cloth.pinWeights.resize(0x1000001);
-        std::vector<SchemaRecord> out;
-        EXPECT_EQ(ThrownMessage([&] { Physics::WriteClothRecords(cloth, out, TestCodec()); }),
-                  "Cloth exceeds its total pin-weight limit.");
-        EXPECT_TRUE(out.empty());
-    }
+    Physics::ClothComponent cloth;
+    Physics::ClothRecordParts parts;
+    EXPECT_EQ(ThrownMessage([&] { Physics::ReadClothRecord(cloth, parts, PinCountRecord(1), kUnknownSize, TestCodec()); }),
+              "Truncated cloth record.");
+    EXPECT_EQ(ThrownMessage([&] { ReadPin(cloth, parts, PinChunkRecord(0, 1)); }),
+              "Cloth chunks require a pin-weight count first.");
+    EXPECT_EQ(ThrownMessage([&] { ReadPin(cloth, parts, PinCountRecord(0x1000001)); }),
+              "Cloth exceeds its total pin-weight limit.");
+    ReadPin(cloth, parts, PinCountRecord(4));
+    EXPECT_EQ(ThrownMessage([&] { ReadPin(cloth, parts, PinChunkRecord(1, 2)); }),
+              "Cloth pin-weight chunk is empty, out of order, overlapping, or exceeds its declared count.");
+    ReadPin(cloth, parts, PinChunkRecord(0, 2));
+    EXPECT_EQ(ThrownMessage([&] { Physics::FinishClothRecords(cloth, parts); }),
+              "Cloth pin weights are missing or incomplete.");
+    parts.encodedBytes = kByteLimit;
+    EXPECT_EQ(ThrownMessage([&] { Physics::ReadClothRecord(cloth, parts, PinChunkRecord(2, 2), 1, TestCodec()); }),
+              "Cloth exceeds its total encoded byte limit.");
+
+    Physics::ClothComponent huge;
+    huge.pinWeights.resize(0x1000001);
+    std::vector<SchemaRecord> out;
+    EXPECT_EQ(ThrownMessage([&] { Physics::WriteClothRecords(huge, out, TestCodec()); }),
+              "Cloth exceeds its total pin-weight limit.");
+    EXPECT_TRUE(out.empty());
 }
 
 } // namespace
