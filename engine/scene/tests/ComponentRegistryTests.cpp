@@ -1,10 +1,7 @@
 #include "engine/core/Logger.h"
-#include "engine/reflection/ReflectionRegistry.h"
-#include "engine/reflection/SchemaCodec.h"
 #include "engine/scene/ComponentLoad.h"
 #include "engine/scene/ComponentRegistry.h"
 #include "engine/scene/PluginComponentNames.h"
-#include "engine/scene/PreservedRecordSet.h"
 #include "engine/scene/prefabs/PrefabOverrides.h"
 #include "engine/scene/Registry.h"
 
@@ -213,7 +210,7 @@ TEST(ComponentBuilderTest, RefusesBrokenDeclarationsAndClashingRecordNamesWithTh
 }
 
 // Records of one entity in, the records its loaded components save back out, or the message.
-TEST(ComponentLoadSessionTest, LoadsMigratesKeepsAndRefusesRecordsAsTheCaseFileSays) {
+TEST(ComponentLoadSessionTest, LoadsMigratesKeepsAndRefusesTheRecordsOfAnEntity) {
     const ComponentLoadTable table(TestTable());
     Testing::ExpectTextCases(std::filesystem::path(BRELK_TEST_DATA_DIR) / "ComponentLoads.txt",
                              [&](const Testing::TextCase& c) -> std::string {
