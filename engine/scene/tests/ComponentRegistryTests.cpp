@@ -212,24 +212,23 @@ TEST(ComponentBuilderTest, RefusesBrokenDeclarationsAndClashingRecordNamesWithTh
 // Records of one entity in, the records its loaded components save back out, or the message.
 TEST(ComponentLoadSessionTest, LoadsMigratesKeepsAndRefusesTheRecordsOfAnEntity) {
     const ComponentLoadTable table(TestTable());
-    Testing::ExpectTextCases(std::filesystem::path(BRELK_TEST_DATA_DIR) / "ComponentLoads.txt",
-                             [&](const Testing::TextCase& c) -> std::string {
-                                 const ComponentLoadContext context;
-                                 ComponentLoadSession session(table, context);
-                                 Registry registry;
-                                 try {
-                                     for (SchemaRecord& record : ParseOverrideRecords(c.input))
-                                         session.ReadRecord(std::move(record));
-                                     session.Finish(true);
-                                     const Entity entity = registry.CreateEntity();
-                                     session.Apply(registry, entity);
-                                     std::vector<SchemaRecord> saved;
-                                     SaveEntityComponents(table, ComponentSaveContext{registry, entity, nullptr}, saved);
-                                     return RenderSchemaRecords(saved);
-                                 } catch (const std::exception& e) {
-                                     return e.what();
-                                 }
-                             });
+    const auto load = [&](const Testing::TextCase& c) -> std::string {
+        const ComponentLoadContext context;
+        ComponentLoadSession session(table, context);
+        Registry registry;
+        try {
+            for (SchemaRecord& record : ParseOverrideRecords(c.input)) session.ReadRecord(std::move(record));
+            session.Finish(true);
+            const Entity entity = registry.CreateEntity();
+            session.Apply(registry, entity);
+            std::vector<SchemaRecord> saved;
+            SaveEntityComponents(table, ComponentSaveContext{registry, entity, nullptr}, saved);
+            return RenderSchemaRecords(saved);
+        } catch (const std::exception& e) {
+            return e.what();
+        }
+    };
+    Testing::ExpectTextCases(std::filesystem::path(BRELK_TEST_DATA_DIR) / "ComponentLoads.txt", load);
 }
 
 TEST_F(ComponentLoadTest, AFailedRecordLeavesNoHalfFilledComponentAndTheSessionGoesOn) {
