@@ -160,7 +160,7 @@ protected:
     Assets::AssetManager assets_;
 };
 
-TEST_F(CookedSceneLoadTest, TextAndCookedFormsLoadToTheSameScene) {
+TEST_F(CookedSceneLoadTest, TextAndCookedFormsLoadToTheSameSceneAndFailuresSayWhy) {
     const fs::path text = fs::path(BRELK_TEST_DATA_DIR) / "DoorAndHandle.bscene";
     std::vector<std::uint8_t> cooked;
     std::string error;
@@ -176,11 +176,9 @@ TEST_F(CookedSceneLoadTest, TextAndCookedFormsLoadToTheSameScene) {
 
     EXPECT_FALSE(CookSceneFile(root_ / "none.bscene", cooked, &error));
     EXPECT_EQ(error, "Failed to open scene file for reading: " + Platform::PathToUtf8(root_ / "none.bscene"));
-}
 
-TEST_F(CookedSceneLoadTest, CookedFailuresAreReportedInTheirOwnWords) {
+    // Cooked failures are reported in their own words.
     const fs::path path = root_ / "Content" / "S.bscene";
-    std::string error;
     Scene scene;
 
     std::vector<std::uint8_t> corrupt = Payload().U32(6).U8(0).U32(0).File();

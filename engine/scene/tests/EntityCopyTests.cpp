@@ -5,7 +5,11 @@
 #include "engine/scene/components/CoreComponents.h"
 #include "engine/scene/components/GameplayComponents.h"
 
+#include "tests/support/TextCases.h"
+
 #include <gtest/gtest.h>
+
+#include <map>
 
 #include <string>
 #include <vector>
@@ -52,12 +56,9 @@ TEST_F(EntityCopyTests, EntityMapsHashTheHandleBytesLowByteFirst) {
 }
 
 TEST_F(EntityCopyTests, CopyingAcrossRegistriesLeavesTheHeaderAndHonoursSavedOnly) {
-    struct Row {
-        bool savedOnly;
-        bool probeCopied;
-    };
-    for (const Row row : {Row{true, false}, Row{false, true}}) {
-        SCOPED_TRACE(row.savedOnly);
+    // The probe is not saved: only a copy of everything takes it.
+    for (const bool savedOnly : {true, false}) {
+        SCOPED_TRACE(savedOnly);
         Scene from;
         Scene to;
         const Entity source = from.CreateEntity("Source");
@@ -68,15 +69,14 @@ TEST_F(EntityCopyTests, CopyingAcrossRegistriesLeavesTheHeaderAndHonoursSavedOnl
         const Entity target = to.CreateEntity("Target");
         const Core::Guid targetGuid = to.GetEntityGuid(target);
 
-        CopyEntityComponents(from, to, source, target, row.savedOnly, ComponentCopyKind::Transfer);
+        CopyEntityComponents(from, to, source, target, savedOnly, ComponentCopyKind::Transfer);
 
-        ASSERT_NE(to.TryGet<HealthComponent>(target), nullptr);
-        EXPECT_EQ(to.TryGet<HealthComponent>(target)->maxHealth, 40.0f);
-        EXPECT_EQ(to.Has<CopyProbeComponent>(target), row.probeCopied);
+        EXPECT_EQ(to.Get<HealthComponent>(target).maxHealth, 40.0f);
+        EXPECT_EQ(to.Has<CopyProbeComponent>(target), !savedOnly);
         EXPECT_FALSE(to.Has<TransientComponent>(target));
         EXPECT_EQ(to.GetName(target), "Target");
         EXPECT_EQ(to.GetEntityGuid(target), targetGuid);
-        EXPECT_EQ(to.TryGet<TransformComponent>(target)->transform, Transform{});
+        EXPECT_EQ(to.Get<TransformComponent>(target).transform, Transform{});
     }
 }
 
@@ -133,45 +133,11 @@ TEST_F(EntityCopyTests, DuplicatesChildrenInOrderAndLeavesTransientSubtreesOut) 
     }
 }
 
-// Where a reference points: nowhere, at an entity inside the copied set (or at its copy,
-// for expectations), or at an entity that was not copied.
-enum class Ref { None, Inside, Copy, Outside };
-
-struct RemapRow {
-    const char* name;
-    bool keepUnmapped;
-    Ref bareIn, bareOut;
-    Ref guidIn, guidOut;
-    Ref linkIn, linkGuidIn, linkOut, linkGuidOut;
-    Ref textLinkIn, textLinkOut;
-    // Text forms: a Ref's Guid text, or the literal when `textIn` is set.
-    Ref textRefIn;
-    const char* textIn;
-    Ref textRefOut;
-    const char* textOut;
-    bool copyLosesGuid = false;
-};
-
+// Each input line names a reference form of the probe and where it points before the remap:
+// "inside" the copied set, "outside" it, at the "copy" of the inside entity, or a literal
+// text; a form left out is null. The outcome says the same of the remapped probe.
 TEST_F(EntityCopyTests, RemapsEachReferenceFormByItsRules) {
-    using enum Ref;
-    const RemapRow rows[] = {
-        {"null references stay null", false, None, None, None, None, None, None, None, None, None, None, None,
-         nullptr, None, nullptr},
-        {"references into the set take the copy", false, Inside, Copy, Inside, Copy, Inside, None, Copy, Copy,
-         Inside, Copy, Inside, nullptr, Copy, nullptr},
-        {"unmapped handles become null, unmapped Guids stay", false, Outside, None, Outside, Outside, Outside,
-         Outside, None, Outside, Outside, None, Outside, nullptr, Outside, nullptr},
-        {"kept unmapped handles stay", true, Outside, Outside, Outside, Outside, Outside, Outside, Outside,
-         Outside, Outside, Outside, Outside, nullptr, Outside, nullptr},
-        {"a null handle is restored from its Guid", false, None, None, None, None, None, Inside, Copy, Copy, None,
-         Copy, Inside, nullptr, Copy, nullptr},
-        {"a text that is no Guid stays as written", false, None, None, None, None, None, None, None, None, None,
-         None, None, "not-a-guid", None, "not-a-guid"},
-        {"a text whose Guid is lost is emptied", false, None, None, None, None, None, None, None, None, Inside,
-         Copy, Outside, nullptr, None, "", true},
-    };
-    for (const RemapRow& row : rows) {
-        SCOPED_TRACE(row.name);
+    const auto remap = [](const Testing::TextCase& c) {
         Scene scene;
         const Entity root = scene.CreateEntity("Root");
         const Entity inside = scene.CreateEntity("Inside");
@@ -179,36 +145,45 @@ TEST_F(EntityCopyTests, RemapsEachReferenceFormByItsRules) {
         scene.SetParent(inside, root);
         EntityMap map;
         DuplicateEntitySubtree(scene, root, kNullEntity, map, " copy");
-        const Entity copy = map.at(inside);
-        if (row.copyLosesGuid) scene.GetRegistry().Remove<EntityGuidComponent>(copy);
-
-        const auto entity = [&](Ref ref) {
-            return ref == Inside ? inside : ref == Copy ? copy : ref == Outside ? outside : kNullEntity;
+        const std::map<std::string, Entity> places = {{"inside", inside}, {"copy", map.at(inside)}, {"outside", outside}};
+        std::map<std::string, std::string> in;
+        for (std::size_t start = 0, end; (end = c.input.find('\n', start)) != std::string::npos; start = end + 1) {
+            const std::string line = c.input.substr(start, end - start);
+            const std::size_t space = std::min(line.find(' '), line.size());
+            in[line.substr(0, space)] = line.substr(std::min(space + 1, line.size()));
+        }
+        if (in.contains("copy-without-guid")) scene.GetRegistry().Remove<EntityGuidComponent>(map.at(inside));
+        const auto entity = [&](const std::string& form) {
+            return places.contains(in[form]) ? places.at(in[form]) : kNullEntity;
         };
-        const auto guid = [&](Ref ref) { return scene.GetEntityGuid(entity(ref)); };
-        const auto text = [&](Ref ref, const char* literal) {
-            return literal != nullptr ? std::string(literal) : ref == None ? std::string() : guid(ref).ToString();
+        CopyProbeComponent probe{"", entity("bare"), scene.GetEntityGuid(entity("guid")), entity("link"),
+                                 scene.GetEntityGuid(entity("linkGuid")), entity("textLink"), in["text"]};
+        if (places.contains(probe.text)) probe.text = scene.GetEntityGuid(places.at(probe.text)).ToString();
+        scene.Emplace<CopyProbeComponent>(map.at(root), probe);
+
+        RemapEntityReferences(scene, scene, map, in.contains("keep-unmapped"));
+
+        probe = scene.Get<CopyProbeComponent>(map.at(root));
+        const auto place = [&](Entity e) -> std::string {
+            for (const auto& [name, at] : places)
+                if (at == e) return name;
+            return IsNullEntity(e) ? "" : "entity " + std::to_string(e);
         };
-
-        CopyProbeComponent source;
-        source.bare = entity(row.bareIn);
-        source.guid = guid(row.guidIn);
-        source.link = entity(row.linkIn);
-        source.linkGuid = guid(row.linkGuidIn);
-        source.textLink = entity(row.textLinkIn);
-        source.text = text(row.textRefIn, row.textIn);
-        scene.Emplace<CopyProbeComponent>(map.at(root), source);
-
-        RemapEntityReferences(scene, scene, map, row.keepUnmapped);
-
-        const auto& probe = *scene.TryGet<CopyProbeComponent>(map.at(root));
-        EXPECT_EQ(probe.bare, entity(row.bareOut));
-        EXPECT_EQ(probe.guid, guid(row.guidOut));
-        EXPECT_EQ(probe.link, entity(row.linkOut));
-        EXPECT_EQ(probe.linkGuid, guid(row.linkGuidOut));
-        EXPECT_EQ(probe.textLink, entity(row.textLinkOut));
-        EXPECT_EQ(probe.text, text(row.textRefOut, row.textOut));
-    }
+        const auto placeOf = [&](const Core::Guid& guid) {
+            const Entity found = scene.FindEntityByGuid(guid);
+            return !guid.IsValid() ? "" : IsNullEntity(found) ? guid.ToString() : place(found);
+        };
+        const Core::Guid textGuid = Core::Guid::Parse(probe.text).value_or(Core::Guid{});
+        const std::pair<const char*, std::string> out[] = {
+            {"bare", place(probe.bare)},         {"guid", placeOf(probe.guid)},
+            {"link", place(probe.link)},         {"linkGuid", placeOf(probe.linkGuid)},
+            {"textLink", place(probe.textLink)}, {"text", textGuid.IsValid() ? placeOf(textGuid) : probe.text}};
+        std::string text;
+        for (const auto& [form, value] : out)
+            if (!value.empty()) text += std::string(form) + " " + value + "\n";
+        return text;
+    };
+    Testing::ExpectTextCases(std::filesystem::path(BRELK_TEST_DATA_DIR) / "EntityReferenceRemaps.txt", remap);
 }
 
 TEST_F(EntityCopyTests, RemapsLinksOfRealComponentsAcrossScenes) {

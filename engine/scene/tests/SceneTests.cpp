@@ -41,7 +41,7 @@ TEST(SceneTest, CreatesARootWithANameAUniqueGuidAndTheIdentityTransform) {
     EXPECT_EQ(scene.FindEntityByGuid(old), kNullEntity);
 }
 
-TEST(SceneTest, DestroyingAParentDestroysItsSubtreeAndLeavesNoLogEntries) {
+TEST(SceneTest, DestroyingAParentDestroysItsSubtreeLeavingNoLogEntriesAndDeadEntitiesTakeNoOperation) {
     Scene scene;
     const Entity root = scene.CreateEntity("root");
     const Entity child = scene.CreateEntity("child");
@@ -59,36 +59,16 @@ TEST(SceneTest, DestroyingAParentDestroysItsSubtreeAndLeavesNoLogEntries) {
         EXPECT_EQ(scene.TransformLog().changed.count(gone) + scene.HierarchyLog().changed.count(gone), 0u);
     }
     EXPECT_EQ(scene.Entities(), (std::vector<Entity>{other}));
-}
-
-TEST(SceneTest, IgnoresOperationsOnADeadEntity) {
-    Scene scene;
-    const Entity entity = scene.CreateEntity("x");
-    scene.DestroyEntity(entity);
+    // A dead entity takes no operation.
     const std::uint64_t revision = scene.SceneRevision();
-    scene.DestroyEntity(entity);
-    scene.SetParent(entity, kNullEntity);
-    scene.SetEntityGuid(entity, Core::Guid::FromName("dead"));
+    scene.DestroyEntity(child);
+    scene.SetParent(child, other);
+    scene.SetEntityGuid(child, Core::Guid::FromName("dead"));
     EXPECT_EQ(scene.SceneRevision(), revision);
-    EXPECT_EQ(scene.GetParent(entity), kNullEntity);
-    EXPECT_TRUE(scene.GetChildren(entity).empty());
-    EXPECT_FALSE(scene.GetEntityGuid(entity).IsValid());
+    EXPECT_EQ(scene.GetParent(child), kNullEntity);
+    EXPECT_TRUE(scene.GetChildren(other).empty());
+    EXPECT_FALSE(scene.GetEntityGuid(child).IsValid());
     EXPECT_EQ(scene.FindEntityByGuid(Core::Guid::FromName("dead")), kNullEntity);
-}
-
-TEST(SceneTest, ClearPutsEverythingBackToTheStart) {
-    Scene scene;
-    const Entity entity = scene.CreateEntity("x");
-    EnvironmentSettings environment;
-    environment.lightIntensity = 3.0f;
-    scene.SetEnvironment(environment);
-    scene.Clear();
-    EXPECT_FALSE(scene.IsAlive(entity));
-    EXPECT_TRUE(scene.Entities().empty());
-    EXPECT_EQ(scene.SceneRevision(), 1u);
-    EXPECT_EQ(scene.TransformLog().revision, 1u);
-    EXPECT_TRUE(scene.TransformLog().changed.empty());
-    EXPECT_EQ(scene.GetEnvironment(), EnvironmentSettings{});
 }
 
 TEST(SceneHierarchyTest, KeepsOneEntryPerChildInOrderOfAttachmentAndMovesOrDetaches) {
@@ -115,7 +95,7 @@ TEST(SceneHierarchyTest, KeepsOneEntryPerChildInOrderOfAttachmentAndMovesOrDetac
     EXPECT_EQ(scene.GetParent(b), kNullEntity);
 }
 
-TEST(SceneChangeTest, MarkingEverythingChangedResetsTheHierarchyLogAndOnlyANewEnvironmentCounts) {
+TEST(SceneChangeTest, MarkingEverythingChangedResetsTheHierarchyLogOnlyANewEnvironmentCountsAndClearResetsAll) {
     Scene scene;
     const Entity parent = scene.CreateEntity("p");
     const Entity child = scene.CreateEntity("c");
@@ -134,6 +114,15 @@ TEST(SceneChangeTest, MarkingEverythingChangedResetsTheHierarchyLogAndOnlyANewEn
     scene.SetEnvironment(brighter);
     EXPECT_EQ(scene.SceneRevision(), revision + 1);
     EXPECT_EQ(scene.GetEnvironment().lightIntensity, 2.0f);
+
+    // Clear puts everything back to the start.
+    scene.Clear();
+    EXPECT_FALSE(scene.IsAlive(parent));
+    EXPECT_TRUE(scene.Entities().empty());
+    EXPECT_EQ(scene.SceneRevision(), 1u);
+    EXPECT_EQ(scene.TransformLog().revision, 1u);
+    EXPECT_TRUE(scene.TransformLog().changed.empty());
+    EXPECT_EQ(scene.GetEnvironment(), EnvironmentSettings{});
 }
 
 TEST(SceneWorldMatrixTest, RotationsTurnAboutXThenYThenZAndAChildLivesInItsParentsScaledSpace) {

@@ -18,7 +18,7 @@
 #include "engine/scene/components/TerrainComponent.h"
 #include "engine/scene/components/VfxComponents.h"
 #include "engine/scene/components/tests/CatalogueTestSupport.h"
-#include "tests/support/TestSupport.h"
+#include "tests/support/TextCases.h"
 
 #include <gtest/gtest.h>
 
@@ -43,62 +43,48 @@ using Testing::InstalledReflection;
 static_assert(std::is_same_v<std::underlying_type_t<GameplayLayer>, std::uint8_t>);
 static_assert(std::is_same_v<std::underlying_type_t<TerrainSampleKind>, std::uint8_t>);
 
-void AppendQuoted(std::string& out, std::string_view text) {
-    out += '"';
+std::string Quoted(std::string_view text) {
+    std::string out = "\"";
     Reflection::AppendEscapedSchemaToken(out, text);
-    out += '"';
+    return out + '"';
 }
 
-void AppendFloat(std::string& out, float value) {
+std::string Float(float value) {
     char buffer[Core::kMaxNumberChars];
-    out.append(buffer, Core::FormatFloat9(buffer, value));
+    return std::string(buffer, Core::FormatFloat9(buffer, value));
 }
 
 std::string FlagNames(std::uint32_t flags) {
+    using Reflection::PropertyFlags;
     static constexpr std::pair<std::uint32_t, const char*> kNames[] = {
-        {Reflection::PropertyFlags::Hidden, "Hidden"},
-        {Reflection::PropertyFlags::ReadOnly, "ReadOnly"},
-        {Reflection::PropertyFlags::Color, "Color"},
-        {Reflection::PropertyFlags::Angle, "Angle"},
-        {Reflection::PropertyFlags::NotSaved, "NotSaved"},
-        {Reflection::PropertyFlags::EntityReference, "EntityReference"},
+        {PropertyFlags::Hidden, "Hidden"}, {PropertyFlags::ReadOnly, "ReadOnly"},
+        {PropertyFlags::Color, "Color"},   {PropertyFlags::Angle, "Angle"},
+        {PropertyFlags::NotSaved, "NotSaved"}, {PropertyFlags::EntityReference, "EntityReference"},
     };
     std::string text;
     for (const auto& [bit, name] : kNames) {
-        if ((flags & bit) == 0)
-            continue;
-        if (!text.empty())
-            text += ',';
-        text += name;
+        if ((flags & bit) != 0) text += (text.empty() ? "" : ",") + std::string(name);
         flags &= ~bit;
     }
-    if (flags != 0)
-        text += (text.empty() ? "" : ",") + std::to_string(flags);
-    return text;
+    return flags == 0 ? text : text + (text.empty() ? "" : ",") + std::to_string(flags);
 }
 
 // `Float`, `Object[]` for a vector, `Object[32]` for a fixed array.
 std::string KindText(const Reflection::ValueSchema& schema) {
-    if (schema.shape != Reflection::SchemaShape::Collection)
-        return Reflection::PropertyKindName(schema.kind);
-    const std::string element = KindText(*schema.element);
-    return element + "[" + (schema.extent != 0 ? std::to_string(schema.extent) : "") + "]";
+    if (schema.shape != Reflection::SchemaShape::Collection) return Reflection::PropertyKindName(schema.kind);
+    return KindText(*schema.element) + "[" + (schema.extent != 0 ? std::to_string(schema.extent) : "") + "]";
 }
 
 // "Stored=Shown" per enumerator, in order; a number out of its place shows as "#".
 std::string DescribeEnum(const std::string& name) {
     const Reflection::EnumInfo* info = InstalledReflection().FindEnum(name);
-    if (info == nullptr)
-        return "missing enum " + name;
+    if (info == nullptr) return "missing enum " + name;
     std::string text = "enum " + name + " ";
     for (std::size_t i = 0; i < info->values.size(); ++i) {
         const Reflection::EnumValue& value = info->values[i];
-        if (i > 0)
-            text += ",";
         const bool inPlace = Reflection::EnumNumbersEqual(value.value, Reflection::EnumNumber(std::uint64_t{i}));
-        text += inPlace ? value.name : "#" + value.name;
-        if (value.displayName != value.name)
-            text += "=" + value.displayName;
+        text += (i > 0 ? "," : "") + (inPlace ? value.name : "#" + value.name);
+        if (value.displayName != value.name) text += "=" + value.displayName;
     }
     return text;
 }
@@ -106,77 +92,42 @@ std::string DescribeEnum(const std::string& name) {
 // `enums` holds the enums the file has described: each is spelled out under its first field.
 void DescribeProperty(std::string& out, const Reflection::PropertyInfo& property, std::set<std::string>& enums) {
     const Reflection::PropertyAttributes& attributes = property.attributes;
-    out += "field ";
-    AppendQuoted(out, property.name);
-    out += ' ' + KindText(property.schema) + ' ';
-    AppendQuoted(out, attributes.displayName);
-    if (!attributes.category.empty()) {
-        out += " category ";
-        AppendQuoted(out, attributes.category);
-    }
-    if (attributes.hasRange) {
-        out += " range ";
-        AppendFloat(out, attributes.minimum);
-        out += ' ';
-        AppendFloat(out, attributes.maximum);
-    }
-    if (attributes.flags != 0)
-        out += " flags " + FlagNames(attributes.flags);
-    if (!attributes.enumName.empty())
-        out += " enum " + attributes.enumName;
-    if (!attributes.assetType.empty())
-        out += " asset " + attributes.assetType;
-    if (attributes.sinceVersion != 1 || attributes.untilVersion != 0) {
+    out += "field " + Quoted(property.name) + ' ' + KindText(property.schema) + ' ' + Quoted(attributes.displayName);
+    if (!attributes.category.empty()) out += " category " + Quoted(attributes.category);
+    if (attributes.hasRange) out += " range " + Float(attributes.minimum) + ' ' + Float(attributes.maximum);
+    if (attributes.flags != 0) out += " flags " + FlagNames(attributes.flags);
+    if (!attributes.enumName.empty()) out += " enum " + attributes.enumName;
+    if (!attributes.assetType.empty()) out += " asset " + attributes.assetType;
+    if (attributes.sinceVersion != 1 || attributes.untilVersion != 0)
         out += " versions " + std::to_string(attributes.sinceVersion) + " " + std::to_string(attributes.untilVersion);
-    }
-    if (!attributes.description.empty()) {
-        out += " description ";
-        AppendQuoted(out, attributes.description);
-    }
+    if (!attributes.description.empty()) out += " description " + Quoted(attributes.description);
     out += '\n';
     if (!attributes.enumName.empty() && enums.insert(attributes.enumName).second)
         out += DescribeEnum(attributes.enumName) + '\n';
 }
 
 void DescribeComponent(std::string& out, const ComponentTypeEntry& entry) {
-    out += "component " + std::to_string(entry.flags) + ' ';
-    AppendQuoted(out, entry.description);
-    out += '\n';
-    out += "records";
-    for (const ComponentRecordSpec& spec : entry.records)
-        out += ' ' + spec.name + (spec.repeatable ? "*" : "");
+    out += "component " + std::to_string(entry.flags) + ' ' + Quoted(entry.description) + "\nrecords";
+    for (const ComponentRecordSpec& spec : entry.records) out += ' ' + spec.name + (spec.repeatable ? "*" : "");
     out += '\n';
     if (!entry.saveGameFields.fields.empty()) {
         out += "save_game";
-        for (const SaveGameField& field : entry.saveGameFields.fields)
-            out += ' ' + field.name;
+        for (const SaveGameField& field : entry.saveGameFields.fields) out += ' ' + field.name;
         out += '\n';
     }
     for (const ReplicatedField& field : entry.replicatedFields) {
         const ReplicationSettings& settings = field.settings;
         out += "replicated " + field.path + " mode " + std::to_string(settings.mode);
-        if (settings.hasTolerance) {
-            out += " tolerance ";
-            AppendFloat(out, settings.tolerance);
-        }
-        if (settings.hasRange) {
-            out += " range ";
-            AppendFloat(out, settings.minimum);
-            out += ' ';
-            AppendFloat(out, settings.maximum);
-        }
+        if (settings.hasTolerance) out += " tolerance " + Float(settings.tolerance);
+        if (settings.hasRange) out += " range " + Float(settings.minimum) + ' ' + Float(settings.maximum);
         out += '\n';
     }
-    if (entry.HasFlag(ComponentFlags::RuntimeOnly) || entry.HasFlag(ComponentFlags::EntityHeader))
-        return;
+    if (entry.HasFlag(ComponentFlags::RuntimeOnly) || entry.HasFlag(ComponentFlags::EntityHeader)) return;
     // The records a default entity holding the component saves.
     Registry registry;
     const Entity entity = registry.CreateEntity();
     entry.addDefault(registry, entity);
-    std::vector<Reflection::SchemaRecord> records;
-    entry.save(entry.getConst(registry, entity), ComponentSaveContext{registry, entity, &Testing::TestCodec()},
-               records);
-    for (const Reflection::SchemaRecord& record : records)
+    for (const Reflection::SchemaRecord& record : Testing::SaveOne(registry, entity, entry.name))
         Reflection::AppendSchemaRecord(out, record);
 }
 
@@ -203,17 +154,10 @@ std::string ValueStructureDefault(const std::string& name) {
 
 std::string DescribeType(const std::string& name, std::set<std::string>& enums) {
     const Reflection::TypeInfo* type = InstalledReflection().FindType(name);
-    if (type == nullptr)
-        return "missing type " + name + "\n";
-    std::string out = "type ";
-    AppendQuoted(out, type->name);
-    out += ' ';
-    AppendQuoted(out, type->displayName);
-    out += ' ';
-    AppendQuoted(out, type->group);
-    out += ' ' + std::to_string(type->version) + '\n';
-    for (const Reflection::PropertyInfo& property : type->properties)
-        DescribeProperty(out, property, enums);
+    if (type == nullptr) return "missing type " + name + "\n";
+    std::string out = "type " + Quoted(type->name) + ' ' + Quoted(type->displayName) + ' ' + Quoted(type->group) + ' ' +
+                      std::to_string(type->version) + '\n';
+    for (const Reflection::PropertyInfo& property : type->properties) DescribeProperty(out, property, enums);
     if (const ComponentTypeEntry* entry = ComponentRegistry::Instance().Find(name)) {
         DescribeComponent(out, *entry);
     } else {
@@ -228,10 +172,7 @@ std::vector<std::string> TypeNamesOf(const std::string& golden) {
     Reflection::SchemaLineCursor lines(golden);
     std::string_view line;
     while (lines.NextLine(line)) {
-        if (line.rfind("type \"", 0) != 0)
-            continue;
-        const std::size_t end = line.find('"', 6);
-        names.emplace_back(line.substr(6, end - 6));
+        if (line.rfind("type \"", 0) == 0) names.emplace_back(line.substr(6, line.find('"', 6) - 6));
     }
     return names;
 }
@@ -240,17 +181,11 @@ class CatalogueGoldenTests : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(CatalogueGoldenTests, EveryTypeOfTheFamilyMatchesItsGolden) {
     const std::filesystem::path path = std::filesystem::path(BRELK_TEST_DATA_DIR) / GetParam();
-    const std::string expected = Brelk::Testing::ReadText(path);
-    ASSERT_FALSE(expected.empty()) << path;
     std::string actual;
     std::set<std::string> enums;
-    for (const std::string& name : TypeNamesOf(expected))
-        actual += DescribeType(name, enums);
-    if (actual != expected) {
-        const std::filesystem::path written = std::filesystem::path(::testing::TempDir()) / GetParam();
-        Brelk::Testing::WriteText(written, actual);
-        ADD_FAILURE() << "the catalogue differs from " << path << "; its text is in " << written;
-    }
+    for (const std::string& name : TypeNamesOf(Brelk::Testing::ReadText(path))) actual += DescribeType(name, enums);
+    ASSERT_FALSE(actual.empty()) << path;
+    Brelk::Testing::ExpectGoldenText(path, actual);
 }
 
 INSTANTIATE_TEST_SUITE_P(Families, CatalogueGoldenTests,

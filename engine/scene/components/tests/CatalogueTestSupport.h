@@ -25,13 +25,10 @@ inline const Reflection::SchemaCodecContext& TestCodec() {
             return type.name + ":" + std::to_string(id);
         };
         context.textToAsset = [](const std::string& text, const Assets::AssetTypeInfo& type) -> std::uint64_t {
-            const std::string prefix = type.name + ":";
-            if (text.rfind(prefix, 0) != 0) return 0;
+            if (!text.starts_with(type.name + ":")) return 0;
             std::uint64_t id = 0;
-            const char* begin = text.data() + prefix.size();
-            const char* end = text.data() + text.size();
-            const auto result = std::from_chars(begin, end, id);
-            return result.ec == std::errc() && result.ptr == end ? id : 0;
+            const auto [end, failure] = std::from_chars(text.data() + type.name.size() + 1, text.data() + text.size(), id);
+            return failure == std::errc() && end == text.data() + text.size() ? id : 0;
         };
         return context;
     }();
@@ -53,13 +50,6 @@ inline const ComponentTypeEntry& EntryOf(const std::string& name) {
     const ComponentTypeEntry* entry = ComponentRegistry::Instance().Find(name);
     if (entry == nullptr) throw std::runtime_error("no component " + name);
     return *entry;
-}
-
-inline Reflection::SchemaRecord ReadRecordText(const std::string& text) {
-    Reflection::SchemaLineCursor lines(text);
-    std::string_view header;
-    if (!lines.NextLine(header)) throw std::runtime_error("empty record text");
-    return Reflection::ReadSchemaRecord(header.substr(std::string_view("component_schema").size()), lines);
 }
 
 // Loads the records onto a new entity of `registry` as a scene load does, links resolved.

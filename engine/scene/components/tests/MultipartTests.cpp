@@ -15,6 +15,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -82,7 +83,7 @@ TerrainSampleChunk DecodeChunk(const SchemaRecord& record) {
     return chunk;
 }
 
-TEST(TerrainRecordsTests, SamplesSplitIntoChunksOfAtMostOneRecordArrayAndReadBackIdentically) {
+TEST(TerrainRecordsTests, SamplesSplitIntoChunksOfAtMostOneRecordArrayAndReadBackInAnyKindOrder) {
     using K = TerrainSampleKind;
     struct Part { K kind; std::uint64_t offset; std::size_t size; };
     const struct { std::size_t heights, weights; std::vector<Part> chunks; } cases[] = {
@@ -120,59 +121,62 @@ TEST(TerrainRecordsTests, SamplesSplitIntoChunksOfAtMostOneRecordArrayAndReadBac
         EXPECT_EQ(loaded, terrain);
         EXPECT_TRUE(loaded.heights.empty() || std::signbit(loaded.heights.back()));
     }
+    // Height and weight chunks may interleave.
+    const TerrainComponent mixed = ReadSeries({CountsRecord(1030, 1030), ChunkRecord(K::LayerWeights, 0, 1024),
+                                               ChunkRecord(K::Heights, 0, 1024), ChunkRecord(K::Heights, 1024, 6),
+                                               ChunkRecord(K::LayerWeights, 1024, 6)});
+    EXPECT_EQ(mixed.heights.size() + mixed.layerWeights.size(), 2060u);
 }
 
-TEST(TerrainRecordsTests, HeightAndWeightChunksMayInterleave) {
-    using K = TerrainSampleKind;
-    const TerrainComponent terrain = ReadSeries({CountsRecord(1030, 1030), ChunkRecord(K::LayerWeights, 0, 1024),
-                                                 ChunkRecord(K::Heights, 0, 1024), ChunkRecord(K::Heights, 1024, 6),
-                                                 ChunkRecord(K::LayerWeights, 1024, 6)});
-    EXPECT_EQ(terrain.heights.size(), 1030u);
-    EXPECT_EQ(terrain.layerWeights.size(), 1030u);
-}
-
-TEST(TerrainRecordsTests, CountsUpToTheSampleLimitPassAndOverItFailAtTheDeclarationOrBeforeAWrite) {
+TEST(TerrainRecordsTests, CountsAndBudgetsPassAtTheirLimitsAndEachBrokenRecordGetsItsMessage) {
     TerrainComponent terrain;
     TerrainRecordParts parts;
+    parts.encodedBytes = kByteLimit - 100 - TextBytes(CountsRecord(0x1000000, 0));
     Read(terrain, parts, CountsRecord(0x1000000, 0));
-    EXPECT_TRUE(parts.hasCounts);
     EXPECT_EQ(parts.heightCount, 0x1000000u);
     EXPECT_TRUE(terrain.heights.empty());
-    const std::pair<std::uint64_t, std::uint64_t> cases[] = {
-        {0x1000000, 1}, {0, 0x1000001}, {0x8000000000000000u, 0x8000000000000000u}, {~std::uint64_t{0}, 1}};
-    for (const auto& [heights, weights] : cases) {
-        TerrainRecordParts fresh;
-        EXPECT_EQ(ThrownMessage([&] { Read(terrain, fresh, CountsRecord(heights, weights)); }),
-                  "Terrain exceeds its total sample limit.")
-            << heights << " " << weights;
+    ReadTerrainRecord(terrain, parts, ChunkRecord(TerrainSampleKind::Heights, 0, 1), 100, TestCodec());
+    EXPECT_EQ(parts.encodedBytes, kByteLimit);
+
+    using K = TerrainSampleKind;
+    const struct { std::function<void(TerrainComponent&, TerrainRecordParts&)> run; std::string message; } rows[] = {
+        {[](auto& t, auto& p) { Read(t, p, CountsRecord(0x1000000, 1)); }, "Terrain exceeds its total sample limit."},
+        {[](auto& t, auto& p) { Read(t, p, CountsRecord(0, 0x1000001)); }, "Terrain exceeds its total sample limit."},
+        {[](auto& t, auto& p) { Read(t, p, CountsRecord(0x8000000000000000u, 0x8000000000000000u)); },
+         "Terrain exceeds its total sample limit."},
+        {[](auto& t, auto& p) { Read(t, p, CountsRecord(~std::uint64_t{0}, 1)); }, "Terrain exceeds its total sample limit."},
+        {[](auto& t, auto& p) { Read(t, p, ChunkRecord(K::Heights, 0, 4)); }, "Terrain chunks require sample counts first."},
+        {[](auto& t, auto& p) {
+             Read(t, p, CountsRecord(4, 4));
+             AppendTerrainChunk(t, p, Chunk(static_cast<K>(2), 0, 4));
+         },
+         "Unknown terrain sample kind."},
+        {[](auto& t, auto& p) {
+             Read(t, p, CountsRecord(2048, 0));
+             SchemaRecord record = ChunkRecord(K::Heights, 0, 1024);
+             std::get<Reflection::SchemaArray>(record.fields[2].value).elements.emplace_back(std::string("1"));
+             ReadTerrainRecord(t, p, record, 20000, TestCodec());
+         },
+         "TerrainSampleChunk.values: Expected a bounded collection."},
+    };
+    for (const auto& row : rows) {
+        TerrainComponent broken;
+        TerrainRecordParts brokenParts;
+        EXPECT_EQ(ThrownMessage([&] { row.run(broken, brokenParts); }), row.message);
+        EXPECT_TRUE(broken.heights.empty()) << row.message;
     }
+    // A record one byte over the budget is not taken in part.
+    TerrainRecordParts over;
+    over.encodedBytes = kByteLimit - 100;
+    EXPECT_EQ(ThrownMessage([&] { ReadTerrainRecord(terrain, over, CountsRecord(0, 0), 101, TestCodec()); }),
+              "Terrain exceeds its total encoded byte limit.");
+    EXPECT_FALSE(over.hasCounts);
     terrain.heights.resize(0x1000000);
     terrain.layerWeights.resize(1);
     std::vector<SchemaRecord> out;
     EXPECT_EQ(ThrownMessage([&] { WriteTerrainRecords(terrain, out, TestCodec()); }),
               "Terrain exceeds its total sample limit.");
     EXPECT_TRUE(out.empty());
-}
-
-TEST(TerrainRecordsTests, ARecordOfExactlyTheRemainingByteBudgetPassesAndOneByteMoreFails) {
-    TerrainComponent terrain;
-    TerrainRecordParts parts;
-    parts.encodedBytes = kByteLimit - 100;
-    EXPECT_EQ(ThrownMessage([&] { ReadTerrainRecord(terrain, parts, CountsRecord(0, 0), 101, TestCodec()); }),
-              "Terrain exceeds its total encoded byte limit.");
-    EXPECT_FALSE(parts.hasCounts);
-    ReadTerrainRecord(terrain, parts, CountsRecord(0, 0), 100, TestCodec());
-    EXPECT_EQ(parts.encodedBytes, kByteLimit);
-}
-
-TEST(TerrainRecordsTests, AChunkBeforeTheDeclarationOrOfAnUnknownKindIsRefused) {
-    TerrainComponent terrain;
-    TerrainRecordParts parts;
-    EXPECT_EQ(ThrownMessage([&] { Read(terrain, parts, ChunkRecord(TerrainSampleKind::Heights, 0, 4)); }),
-              "Terrain chunks require sample counts first.");
-    Read(terrain, parts, CountsRecord(4, 4));
-    EXPECT_EQ(ThrownMessage([&] { AppendTerrainChunk(terrain, parts, Chunk(static_cast<TerrainSampleKind>(2), 0, 4)); }),
-              "Unknown terrain sample kind.");
 }
 
 TEST(TerrainRecordsTests, BrokenChunkSequencesAreRefusedWithTheChunkMessage) {
@@ -201,17 +205,6 @@ TEST(TerrainRecordsTests, BrokenChunkSequencesAreRefusedWithTheChunkMessage) {
         EXPECT_EQ(ThrownMessage([&] { AppendTerrainChunk(terrain, parts, last); }), kChunkRule);
         EXPECT_EQ(terrain.heights.size(), heightsBefore);
     }
-}
-
-TEST(TerrainRecordsTests, AChunkRecordOfMoreThanARecordArrayIsRefused) {
-    TerrainComponent terrain;
-    TerrainRecordParts parts;
-    Read(terrain, parts, CountsRecord(2048, 0));
-    SchemaRecord record = ChunkRecord(TerrainSampleKind::Heights, 0, 1024);
-    std::get<Reflection::SchemaArray>(record.fields[2].value).elements.emplace_back(std::string("1"));
-    EXPECT_EQ(ThrownMessage([&] { ReadTerrainRecord(terrain, parts, record, 20000, TestCodec()); }),
-              "TerrainSampleChunk.values: Expected a bounded collection.");
-    EXPECT_TRUE(terrain.heights.empty());
 }
 
 TEST(TerrainRecordsTests, ATerrainEntitySavesAndLoadsThroughTheComponentTableWhichChecksOrderAndSizes) {
@@ -303,37 +296,30 @@ TEST(ClothRecordsTests, ASavedClothReadsBackIdentically) {
 
 TEST(ClothRecordsTests, EachFailureHasTheClothWording) {
     InstallComponents();
-    {
-        Physics::ClothComponent cloth;
-        Physics::ClothRecordParts parts;
-        EXPECT_EQ(ThrownMessage([&] { Physics::ReadClothRecord(cloth, parts, PinCountRecord(1), kUnknownSize, TestCodec()); }),
-                  "Truncated cloth record.");
-        EXPECT_EQ(ThrownMessage([&] { ReadPin(cloth, parts, PinChunkRecord(0, 1)); }),
-                  "Cloth chunks require a pin-weight count first.");
-        EXPECT_EQ(ThrownMessage([&] { ReadPin(cloth, parts, PinCountRecord(0x1000001)); }),
-                  "Cloth exceeds its total pin-weight limit.");
-    }
-    {
-        Physics::ClothComponent cloth;
-        Physics::ClothRecordParts parts;
-        ReadPin(cloth, parts, PinCountRecord(4));
-        EXPECT_EQ(ThrownMessage([&] { ReadPin(cloth, parts, PinChunkRecord(1, 2)); }),
-                  "Cloth pin-weight chunk is empty, out of order, overlapping, or exceeds its declared count.");
-        ReadPin(cloth, parts, PinChunkRecord(0, 2));
-        EXPECT_EQ(ThrownMessage([&] { Physics::FinishClothRecords(cloth, parts); }),
-                  "Cloth pin weights are missing or incomplete.");
-        parts.encodedBytes = kByteLimit;
-        EXPECT_EQ(ThrownMessage([&] { Physics::ReadClothRecord(cloth, parts, PinChunkRecord(2, 2), 1, TestCodec()); }),
-                  "Cloth exceeds its total encoded byte limit.");
-    }
-    {
-        Physics::ClothComponent cloth;
-        cloth.pinWeights.resize(0x1000001);
-        std::vector<SchemaRecord> out;
-        EXPECT_EQ(ThrownMessage([&] { Physics::WriteClothRecords(cloth, out, TestCodec()); }),
-                  "Cloth exceeds its total pin-weight limit.");
-        EXPECT_TRUE(out.empty());
-    }
+    Physics::ClothComponent cloth;
+    Physics::ClothRecordParts parts;
+    EXPECT_EQ(ThrownMessage([&] { Physics::ReadClothRecord(cloth, parts, PinCountRecord(1), kUnknownSize, TestCodec()); }),
+              "Truncated cloth record.");
+    EXPECT_EQ(ThrownMessage([&] { ReadPin(cloth, parts, PinChunkRecord(0, 1)); }),
+              "Cloth chunks require a pin-weight count first.");
+    EXPECT_EQ(ThrownMessage([&] { ReadPin(cloth, parts, PinCountRecord(0x1000001)); }),
+              "Cloth exceeds its total pin-weight limit.");
+    ReadPin(cloth, parts, PinCountRecord(4));
+    EXPECT_EQ(ThrownMessage([&] { ReadPin(cloth, parts, PinChunkRecord(1, 2)); }),
+              "Cloth pin-weight chunk is empty, out of order, overlapping, or exceeds its declared count.");
+    ReadPin(cloth, parts, PinChunkRecord(0, 2));
+    EXPECT_EQ(ThrownMessage([&] { Physics::FinishClothRecords(cloth, parts); }),
+              "Cloth pin weights are missing or incomplete.");
+    parts.encodedBytes = kByteLimit;
+    EXPECT_EQ(ThrownMessage([&] { Physics::ReadClothRecord(cloth, parts, PinChunkRecord(2, 2), 1, TestCodec()); }),
+              "Cloth exceeds its total encoded byte limit.");
+
+    Physics::ClothComponent huge;
+    huge.pinWeights.resize(0x1000001);
+    std::vector<SchemaRecord> out;
+    EXPECT_EQ(ThrownMessage([&] { Physics::WriteClothRecords(huge, out, TestCodec()); }),
+              "Cloth exceeds its total pin-weight limit.");
+    EXPECT_TRUE(out.empty());
 }
 
 } // namespace

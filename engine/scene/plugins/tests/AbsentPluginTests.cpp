@@ -41,6 +41,8 @@ TEST(AbsentPluginTest, ARecordOfAnAbsentPluginSurvivesALoadAndSaveAndComesAliveO
     door.fields.push_back(Reflection::SchemaField{"speed", std::string("4")});
     std::string record;
     Reflection::AppendSchemaRecord(record, door);
+    // Another absent plugin's record stays kept when the first plugin comes.
+    Reflection::AppendSchemaRecord(record, Reflection::SchemaRecord{"Other.Thing", 1, {}});
     std::string text = ReadText(root / "Plain.bscene");
     text.insert(text.rfind("end_entity\n"), record);
     WriteText(root / "Door.bscene", text);
@@ -53,8 +55,10 @@ TEST(AbsentPluginTest, ARecordOfAnAbsentPluginSurvivesALoadAndSaveAndComesAliveO
     for (const Core::LogEntry& entry : Core::Logger::Get().HistorySince(before)) {
         if (entry.level == Core::LogLevel::Warning) warnings.push_back(entry.message);
     }
-    EXPECT_EQ(warnings, std::vector<std::string>{"Component 'Acme.Gate' belongs to a plugin that is not loaded; its "
-                                                 "data is kept and saved back unchanged."});
+    EXPECT_EQ(warnings, (std::vector<std::string>{"Component 'Acme.Gate' belongs to a plugin that is not loaded; its "
+                                                  "data is kept and saved back unchanged.",
+                                                  "Component 'Other.Thing' belongs to a plugin that is not loaded; its "
+                                                  "data is kept and saved back unchanged."}));
     ASSERT_TRUE(SaveScene(root / "Again.bscene", scene, assets, &error)) << error;
     EXPECT_EQ(ReadText(root / "Again.bscene"), text);
 
