@@ -204,8 +204,7 @@ TEST(SchemaRecordTextTests, EscapesASpecialByteAtEveryOffsetOfALongToken) {
     for (std::size_t length = 1; length <= 24; ++length) {
         for (std::size_t at = 0; at < length; ++at) {
             for (const auto& [byte, escape] : specials) {
-                std::string token;
-                std::string expected;
+                std::string token, expected;
                 for (std::size_t i = 0; i < length; ++i) {
                     const char plain = filler[i % 10];
                     token.push_back(i == at ? byte : plain);
@@ -304,12 +303,6 @@ TEST(SchemaRecordTextTests, WriterRefusesBrokenRecordsAndRecordsOnePastEveryLimi
     const std::string field = "Empty or duplicate schema field.";
     SchemaRecord repeated = RecordWithLeafFields(100);
     repeated.fields[90].name = "f3";
-    SchemaRecord overBudget = RecordOfTextSize(1048576);
-    std::get<0>(overBudget.fields.back().value).push_back('y');
-    // 20 bytes left after the last field line: the 21 of `end_component_schema` don't fit.
-    SchemaRecord noTerminator = RecordOfTextSize(1048576);
-    std::string& last = std::get<0>(noTerminator.fields.back().value);
-    last.assign(last.size() + 1, 'z');
     const std::pair<SchemaRecord, std::string> cases[] = {
         {SchemaRecord{"", 1, {}}, header},
         {SchemaRecord{"A", 1, {{"n", SchemaRecord{"B", 0, {}}}}}, header},
@@ -320,8 +313,8 @@ TEST(SchemaRecordTextTests, WriterRefusesBrokenRecordsAndRecordsOnePastEveryLimi
         {LongLine(65536), kBytes},
         {LongHeader(65536), kBytes},
         {SchemaRecord{"A", 1, {{"a", std::string(32760, '"') + "\t"}}}, kBytes},
-        {overBudget, kBytes},
-        {noTerminator, kBytes},
+        // 20 bytes left after the last field line: the 21 of `end_component_schema` don't fit.
+        {RecordOfTextSize(1048577), kBytes},
         {RecordChain(17), kBudget},
         {ArrayChain(17), kBudget},
         {AlternatingRecord(1, 17), kBudget},
