@@ -228,7 +228,6 @@ TEST_F(SchemaCodec, UnsavableValuesFailWithTheirExactMessage) {
     using F = std::numeric_limits<float>;
     const std::pair<void (*)(Everything&), const char*> cases[] = {
         {[](Everything& v) { v.ratio = F::quiet_NaN(); }, "ratio: Cannot save a non-finite schema value."},
-        {[](Everything& v) { v.ratio = -F::infinity(); }, "ratio: Cannot save a non-finite schema value."},
         {[](Everything& v) { v.position.y = F::infinity(); }, "position: Cannot save a non-finite schema value."},
         {[](Everything& v) { v.samples = {1.0f, F::quiet_NaN()}; }, "samples: Cannot save a non-finite schema value."},
         {[](Everything& v) { v.shade = Shade{9}; }, "shade: Unregistered enum value or rejected accessor."},
