@@ -63,6 +63,8 @@ TEST(ComponentFamilyTests, EveryComponentRoundTripsThroughItsRecordTextAndTheCoo
     const ComponentLoadTable table;
     std::size_t tried = 0;
     for (const ComponentTypeEntry* entry : table.entries) {
+        // Only the engine's own: plugins' and other tests' components keep to groups of their own.
+        if (entry->group == "Tests" || entry->group == "Plugins") continue;
         SCOPED_TRACE(entry->name);
         Registry registry;
         const Entity entity = registry.CreateEntity();
