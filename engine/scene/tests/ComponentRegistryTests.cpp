@@ -100,12 +100,6 @@ ComponentRegistry& TestTable() {
     return *table;
 }
 
-std::vector<std::string> RecordNames(const std::vector<SchemaRecord>& records) {
-    std::vector<std::string> names;
-    for (const SchemaRecord& record : records) names.push_back(record.name);
-    return names;
-}
-
 using Testing::ThrownMessage;
 
 class ComponentLoadTest : public ::testing::Test {
@@ -278,24 +272,20 @@ TEST(ComponentNameRulesTest, KnowRetiredComponentsAndPluginNames) {
     EXPECT_FALSE(IsRetiredComponent("HealthComponent"));
     for (const char* name : {"Vendor.Thing", "a.b", "Acme-2.Door_x"}) EXPECT_TRUE(IsPluginComponentName(name)) << name;
     for (const char* name : {"a.", "Broken", "1a.b", "Acme.Do or"}) EXPECT_FALSE(IsPluginComponentName(name)) << name;
-    EXPECT_TRUE(IsValidPluginFieldName("speed_2"));
-    EXPECT_FALSE(IsValidPluginFieldName("Bad-Name"));
-    EXPECT_TRUE(IsValidPluginFieldName(std::string(64, 'a')));
-    EXPECT_FALSE(IsValidPluginFieldName(std::string(65, 'a')));
+    for (const std::string& name : {std::string("speed_2"), std::string(64, 'a')}) EXPECT_TRUE(IsValidPluginFieldName(name));
+    for (const std::string& name : {std::string("Bad-Name"), std::string(65, 'a')}) EXPECT_FALSE(IsValidPluginFieldName(name));
 }
 
 TEST_F(ComponentLoadTest, SavesRecordsInRegistrationOrderNotAlphabetically) {
     entity = registry.CreateEntity();
-    registry.Emplace<TestAardvarkComponent>(entity, {});
-    registry.Emplace<TestLegacyComponent>(entity, {});
-    registry.Emplace<TestBodyComponent>(entity, {});
-    registry.Emplace<TestPoseComponent>(entity, {});
-    registry.Emplace<TestHeaderComponent>(entity, {});
-    registry.Emplace<TestRuntimeComponent>(entity, {});
+    // Added in the users' order; headers and run-time components save no record.
+    for (const ComponentTypeEntry* entry : TestTable().Entries())
+        if (entry->name != "TestFailingComponent") entry->addDefault(registry, entity);
     const std::vector<SchemaRecord> saved = Saved();
-    EXPECT_EQ(RecordNames(saved),
-              (std::vector<std::string>{"TestPoseComponent", "TestBodyComponent", "TestLegacyComponent",
-                                        "TestAardvarkComponent"}));
+    std::vector<std::string> names;
+    for (const SchemaRecord& record : saved) names.push_back(record.name);
+    EXPECT_EQ(names, (std::vector<std::string>{"TestPoseComponent", "TestBodyComponent", "TestLegacyComponent",
+                                               "TestHookComponent", "TestUnmigratedComponent", "TestAardvarkComponent"}));
     EXPECT_EQ(saved[1].version, 2u);
     EXPECT_EQ(std::get<std::string>(saved[1].FindField("mass")->value), "1");
     registry.Emplace<TestFailingComponent>(entity, {});
