@@ -37,13 +37,8 @@ TEST(AbsentPluginTest, ARecordOfAnAbsentPluginSurvivesALoadAndSaveAndComesAliveO
         ASSERT_TRUE(SaveScene(root / "Plain.bscene", scene, assets, &error)) << error;
     }
     // The plugin's record stands behind the engine's records of its entity, as a save puts it.
-    Reflection::SchemaRecord door;
-    door.name = gate;
-    door.version = 1;
-    door.fields.push_back(Reflection::SchemaField{"open", std::string("1")});
-    door.fields.push_back(Reflection::SchemaField{"speed", std::string("4")});
     std::string record;
-    Reflection::AppendSchemaRecord(record, door);
+    Reflection::AppendSchemaRecord(record, {gate, 1, {{"open", std::string("1")}, {"speed", std::string("4")}}});
     // Another absent plugin's record stays kept when the first plugin comes.
     Reflection::AppendSchemaRecord(record, Reflection::SchemaRecord{other, 1, {}});
     std::string text = ReadText(root / "Plain.bscene");
@@ -55,24 +50,18 @@ TEST(AbsentPluginTest, ARecordOfAnAbsentPluginSurvivesALoadAndSaveAndComesAliveO
     Scene scene;
     ASSERT_TRUE(LoadScene(root / "Door.bscene", scene, assets, &error)) << error;
     std::vector<std::string> warnings;
-    for (const Core::LogEntry& entry : Core::Logger::Get().HistorySince(before)) {
+    for (const Core::LogEntry& entry : Core::Logger::Get().HistorySince(before))
         if (entry.level == Core::LogLevel::Warning) warnings.push_back(entry.message);
-    }
     const std::string absent = "' belongs to a plugin that is not loaded; its data is kept and saved back unchanged.";
     EXPECT_EQ(warnings, (std::vector<std::string>{"Component '" + gate + absent, "Component '" + other + absent}));
     ASSERT_TRUE(SaveScene(root / "Again.bscene", scene, assets, &error)) << error;
     EXPECT_EQ(ReadText(root / "Again.bscene"), text);
 
     PluginComponentDefinition definition;
-    definition.name = gate;
-    definition.pluginId = "Acme";
-    definition.saved = true;
+    definition.name = gate, definition.pluginId = "Acme", definition.saved = true;
     for (const auto& [name, value] : {std::pair<const char*, PluginFieldValue>{"open", false}, {"speed", 1.0f}}) {
-        PluginFieldDefinition field;
-        field.name = name;
-        field.kind = static_cast<PluginFieldKind>(value.index());
-        field.defaultValue = value;
-        definition.fields.push_back(field);
+        PluginFieldDefinition& field = definition.fields.emplace_back();
+        field.name = name, field.kind = static_cast<PluginFieldKind>(value.index()), field.defaultValue = value;
     }
     const ComponentTypeEntry* entry = DefinePluginComponent(definition, &error);
     ASSERT_NE(entry, nullptr) << error;
