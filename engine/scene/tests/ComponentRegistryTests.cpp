@@ -158,8 +158,7 @@ TEST(ComponentRegistryTest, RegisteringAgainKeepsTheRegistrationIndexAndTakesThe
     registry.RegisterComponent<FirstComponent>("FirstComponent", "First", "A", ComponentFlags::Saved);
     registry.RegisterComponent<SecondComponent>("SecondComponent", "Second", "A", ComponentFlags::Saved);
     ComponentTypeEntry& again = registry.RegisterComponent<FirstComponent>("FirstComponent", "Again", "B", kAddSave);
-    EXPECT_EQ(again.registrationIndex, 0u);
-    EXPECT_EQ(again.displayName, "Again");
+    EXPECT_EQ(std::pair(again.registrationIndex, again.displayName), std::pair(std::uint64_t{0}, std::string("Again")));
     EXPECT_EQ(registry.Size(), 2u);
     EXPECT_EQ(registry.Find("FirstComponent"), &again);
     EXPECT_EQ(registry.Find<SecondComponent>()->registrationIndex, 1u);

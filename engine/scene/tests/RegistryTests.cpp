@@ -282,8 +282,7 @@ TEST(RegistryGuidIndex, FollowsEmplaceReplaceRemoveAndDestroyAndPrefersTheFirstI
     registry.Emplace(entity, EntityGuidComponent{G(2)});
     // A pair left behind by the removal would put `entity` ahead of `other`.
     EXPECT_EQ(registry.FindEntityByGuid(G(2)), other);
-    registry.DestroyEntity(other);
-    registry.DestroyEntity(entity);
+    for (const Entity holder : {other, entity}) registry.DestroyEntity(holder);
     EXPECT_EQ(registry.FindEntityByGuid(G(2)), kNullEntity);
 
     // Among several holders the first indexed live one wins.

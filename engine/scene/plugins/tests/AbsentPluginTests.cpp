@@ -10,7 +10,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
+#include <iostream>
 
 namespace Brelk::Scene {
 namespace {
@@ -20,16 +22,13 @@ using Testing::WriteText;
 
 // A project opened without the plugin that made one of its components: the scene must come
 // back from a save as it was, and the component must come alive once the plugin is there.
-TEST(AbsentPluginTest, ARecordOfAnAbsentPluginSurvivesALoadAndSaveAndComesAliveOnceDefined) {
+void LoadSaveAndDefineAnAbsentPlugin() {
     Testing::ScratchFolder root;
     Testing::ScopedEnvironmentVariable settings("BRELK_USER_SETTINGS_DIR", root / "Settings");
     InstallComponents();
     Assets::AssetManager assets;
     assets.Initialize(root / "Content", Assets::AssetSourceMode::Authoring);
     const Core::Guid doorGuid = Core::Guid::FromName("front door");
-    // A definition and a warning come once a process: a repeated run needs names not yet seen.
-    static int runs = 0;
-    const std::string run = std::to_string(++runs), gate = "Acme.Gate" + run, other = "Other.Thing" + run;
     std::string error;
     {
         Scene scene;
@@ -38,9 +37,9 @@ TEST(AbsentPluginTest, ARecordOfAnAbsentPluginSurvivesALoadAndSaveAndComesAliveO
     }
     // The plugin's record stands behind the engine's records of its entity, as a save puts it.
     std::string record;
-    Reflection::AppendSchemaRecord(record, {gate, 1, {{"open", std::string("1")}, {"speed", std::string("4")}}});
+    Reflection::AppendSchemaRecord(record, {"Acme.Gate", 1, {{"open", std::string("1")}, {"speed", std::string("4")}}});
     // Another absent plugin's record stays kept when the first plugin comes.
-    Reflection::AppendSchemaRecord(record, Reflection::SchemaRecord{other, 1, {}});
+    Reflection::AppendSchemaRecord(record, Reflection::SchemaRecord{"Other.Thing", 1, {}});
     std::string text = ReadText(root / "Plain.bscene");
     text.insert(text.rfind("end_entity\n"), record);
     WriteText(root / "Door.bscene", text);
@@ -53,12 +52,12 @@ TEST(AbsentPluginTest, ARecordOfAnAbsentPluginSurvivesALoadAndSaveAndComesAliveO
     for (const Core::LogEntry& entry : Core::Logger::Get().HistorySince(before))
         if (entry.level == Core::LogLevel::Warning) warnings.push_back(entry.message);
     const std::string absent = "' belongs to a plugin that is not loaded; its data is kept and saved back unchanged.";
-    EXPECT_EQ(warnings, (std::vector<std::string>{"Component '" + gate + absent, "Component '" + other + absent}));
+    EXPECT_EQ(warnings, (std::vector<std::string>{"Component 'Acme.Gate" + absent, "Component 'Other.Thing" + absent}));
     ASSERT_TRUE(SaveScene(root / "Again.bscene", scene, assets, &error)) << error;
     EXPECT_EQ(ReadText(root / "Again.bscene"), text);
 
     PluginComponentDefinition definition;
-    definition.name = gate, definition.pluginId = "Acme", definition.saved = true;
+    definition.name = "Acme.Gate", definition.pluginId = "Acme", definition.saved = true;
     for (const auto& [name, value] : {std::pair<const char*, PluginFieldValue>{"open", false}, {"speed", 1.0f}}) {
         PluginFieldDefinition& field = definition.fields.emplace_back();
         field.name = name, field.kind = static_cast<PluginFieldKind>(value.index()), field.defaultValue = value;
@@ -78,6 +77,23 @@ TEST(AbsentPluginTest, ARecordOfAnAbsentPluginSurvivesALoadAndSaveAndComesAliveO
     // Now a component of its own type, it is saved from the component, to the same text.
     ASSERT_TRUE(SaveScene(root / "Defined.bscene", scene, assets, &error)) << error;
     EXPECT_EQ(ReadText(root / "Defined.bscene"), text);
+}
+
+// A definition, and the warning of an absence, come once a process: in a fresh process of its
+// own the plugin is absent at first however often and in whatever order the tests run.
+TEST(AbsentPluginTest, ARecordOfAnAbsentPluginSurvivesALoadAndSaveAndComesAliveOnceDefined) {
+    const std::string style = GTEST_FLAG_GET(death_test_style);
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            LoadSaveAndDefineAnAbsentPlugin();
+            // A child prints no results of its own: its failures reach the report through stderr.
+            const ::testing::TestResult& result = *::testing::UnitTest::GetInstance()->current_test_info()->result();
+            for (int i = 0; i < result.total_part_count(); ++i) std::cerr << result.GetTestPartResult(i);
+            std::exit(result.Failed() ? 1 : 0);
+        },
+        ::testing::ExitedWithCode(0), "");
+    GTEST_FLAG_SET(death_test_style, style);
 }
 
 } // namespace
