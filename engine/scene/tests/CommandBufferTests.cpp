@@ -40,8 +40,7 @@ TEST(CommandBuffer, ADeferredCreateTakesComponentsAtOnceButIsAliveOnlyAfterTheFl
     EXPECT_EQ(registry.Slots()[EntityIndex(deferred)].state, EntityState::Reserved);
     EXPECT_TRUE(registry.HasDeferred());
     registry.FlushDeferred();
-    EXPECT_FALSE(registry.HasDeferred());
-    EXPECT_TRUE(registry.IsAlive(deferred));
+    EXPECT_EQ(std::pair(registry.HasDeferred(), registry.IsAlive(deferred)), std::pair(false, true));
     EXPECT_EQ(registry.Entities(), (std::vector<Entity>{early, late, deferred}));
     EXPECT_EQ(registry.Get<Marker>(deferred).value, 4);
 }
@@ -57,8 +56,7 @@ TEST(CommandBuffer, DestroyWaitsForTheFlushIgnoresDeadHandlesAndFreesACreateOfTh
     EXPECT_TRUE(registry.Entities().empty());
     EXPECT_EQ(registry.Slots()[EntityIndex(created)].state, EntityState::Free);
     EXPECT_EQ(registry.FreeIndexCount(), 2u);
-    registry.Defer().DestroyEntity(entity);
-    registry.Defer().DestroyEntity(kNullEntity);
+    for (const Entity dead : {entity, kNullEntity}) registry.Defer().DestroyEntity(dead);
     const std::uint64_t before = registry.Revision();
     registry.FlushDeferred();
     EXPECT_EQ(registry.Revision(), before);

@@ -160,7 +160,7 @@ protected:
     Assets::AssetManager assets_;
 };
 
-TEST_F(CookedSceneLoadTest, TextAndCookedFormsLoadToTheSameSceneAndFailuresSayWhy) {
+TEST_F(CookedSceneLoadTest, TextAndCookedFormsLoadToTheSameSceneFailuresSayWhyAndACookedPackageRefusesText) {
     const fs::path text = fs::path(BRELK_TEST_DATA_DIR) / "DoorAndHandle.bscene";
     std::vector<std::uint8_t> cooked;
     std::string error;
@@ -191,27 +191,21 @@ TEST_F(CookedSceneLoadTest, TextAndCookedFormsLoadToTheSameSceneAndFailuresSayWh
     ASSERT_TRUE(Platform::WriteFileAtomic(path, Payload().U32(6).U8(0).U32(1).Entity(1).U32(0).File()));
     EXPECT_FALSE(LoadScene(path, scene, assets_, &error));
     EXPECT_EQ(error, "Failed to load cooked scene entity 0: Entity is missing its TransformComponent record.");
-}
 
-TEST_F(CookedSceneLoadTest, AReadOnlyPackageThatDemandsCookedScenesRefusesText) {
-    const fs::path content = root_ / "Content";
-    const fs::path text = content / "Main.bscene";
-    Testing::WriteText(text, "scene_version 6\n");
-    Testing::WriteText(content / "CookedAssetManifest.bmanifest", "brelk_cooked_manifest 3\nrequire_cooked_scenes 1\n");
-    Scene scene;
-    std::string error;
-    ASSERT_TRUE(LoadScene(text, scene, assets_, &error)) << error; // authoring projects still read text
-
+    // A read-only package that demands cooked scenes refuses text.
+    const fs::path packaged = root_ / "Content" / "Main.bscene";
+    Testing::WriteText(packaged, "scene_version 6\n");
+    Testing::WriteText(root_ / "Content" / "CookedAssetManifest.bmanifest", "brelk_cooked_manifest 3\nrequire_cooked_scenes 1\n");
+    ASSERT_TRUE(LoadScene(packaged, scene, assets_, &error)) << error; // authoring projects still read text
     Assets::AssetManager package;
-    package.Initialize(content, Assets::AssetSourceMode::ReadOnly);
-    EXPECT_FALSE(LoadScene(text, scene, package, &error));
-    EXPECT_EQ(error, "Scene \"" + Platform::PathToUtf8(text) +
+    package.Initialize(root_ / "Content", Assets::AssetSourceMode::ReadOnly);
+    EXPECT_FALSE(LoadScene(packaged, scene, package, &error));
+    EXPECT_EQ(error, "Scene \"" + Platform::PathToUtf8(packaged) +
                          "\" is not cooked. This package loads only cooked scenes; cook the project with brelk-cook "
                          "or the packager.");
-    std::vector<std::uint8_t> cooked;
-    ASSERT_TRUE(CookSceneFile(text, cooked, &error));
-    ASSERT_TRUE(Platform::WriteFileAtomic(text, cooked));
-    EXPECT_TRUE(LoadScene(text, scene, package, &error)) << error;
+    ASSERT_TRUE(CookSceneFile(packaged, cooked, &error));
+    ASSERT_TRUE(Platform::WriteFileAtomic(packaged, cooked));
+    EXPECT_TRUE(LoadScene(packaged, scene, package, &error)) << error;
 }
 
 } // namespace

@@ -74,8 +74,7 @@ TEST_F(EntityCopyTests, CopyingAcrossRegistriesLeavesTheHeaderAndHonoursSavedOnl
         EXPECT_EQ(to.Get<HealthComponent>(target).maxHealth, 40.0f);
         EXPECT_EQ(to.Has<CopyProbeComponent>(target), !savedOnly);
         EXPECT_FALSE(to.Has<TransientComponent>(target));
-        EXPECT_EQ(to.GetName(target), "Target");
-        EXPECT_EQ(to.GetEntityGuid(target), targetGuid);
+        EXPECT_EQ(std::pair(to.GetName(target), to.GetEntityGuid(target)), std::pair(std::string("Target"), targetGuid));
         EXPECT_EQ(to.Get<TransformComponent>(target).transform, Transform{});
     }
 }
@@ -89,11 +88,9 @@ TEST_F(EntityCopyTests, DuplicatesChildrenInOrderAndLeavesTransientSubtreesOut) 
     const Entity underTransient = scene.CreateEntity("PreviewChild");
     const Entity second = scene.CreateEntity("Second");
     const Entity grandchild = scene.CreateEntity("Grandchild");
-    scene.SetParent(first, root);
-    scene.SetParent(transient, root);
-    scene.SetParent(underTransient, transient);
-    scene.SetParent(second, root);
-    scene.SetParent(grandchild, second);
+    for (const auto& [child, parent] :
+         {std::pair{first, root}, {transient, root}, {underTransient, transient}, {second, root}, {grandchild, second}})
+        scene.SetParent(child, parent);
     scene.Emplace<TransientComponent>(transient);
     scene.Emplace<HealthComponent>(grandchild).maxHealth = 7.0f;
     scene.SetTransform(root, Transform{{4.0f, 5.0f, 6.0f}, {0.0f, 90.0f, 0.0f}, {2.0f, 2.0f, 2.0f}});

@@ -35,13 +35,10 @@ Entities CreateMany(Registry& registry, std::size_t count) {
 }
 
 TEST(EntityHandle, PacksIndexAndLowTwelveGenerationBitsAndIndexZeroIsNull) {
-    EXPECT_EQ(MakeEntity(1, 0), 1u);
-    EXPECT_EQ(MakeEntity(0xfffff, 0xfff), 0xffffffffu);
-    EXPECT_EQ(MakeEntity(0x1fffff, 0), 0xfffffu);
-    EXPECT_EQ(MakeEntity(3, 1), 0x100003u);
-    EXPECT_EQ(MakeEntity(7, 4096 + 3), MakeEntity(7, 3));
-    EXPECT_EQ(EntityIndex(MakeEntity(77, 9)), 77u);
-    EXPECT_EQ(EntityGeneration(MakeEntity(77, 9)), 9u);
+    EXPECT_EQ((Entities{MakeEntity(1, 0), MakeEntity(0xfffff, 0xfff), MakeEntity(0x1fffff, 0), MakeEntity(3, 1),
+                        MakeEntity(7, 4096 + 3)}),
+              (Entities{1u, 0xffffffffu, 0xfffffu, 0x100003u, MakeEntity(7, 3)}));
+    EXPECT_EQ(std::pair(EntityIndex(MakeEntity(77, 9)), EntityGeneration(MakeEntity(77, 9))), std::pair(77u, 9u));
     EXPECT_TRUE(IsNullEntity(MakeEntity(0, 5)));
     EXPECT_FALSE(IsNullEntity(MakeEntity(1, 0)));
 }
@@ -63,7 +60,7 @@ TEST(Registry, CreatesFromIndexOneAndDestroyKillsOnceKeepingTheOthersInOrder) {
     EXPECT_EQ(registry.FreeIndexCount(), 1u);
 }
 
-TEST(Registry, ReusesIndicesFirstInFirstOutOnlyOnceMoreThanTheMinimumAreQueued) {
+TEST(Registry, ReusesIndicesFirstInFirstOutOnlyOnceMoreThanTheMinimumAreQueuedAndGenerationsWrap) {
     for (const std::size_t destroyed : {std::size_t{1024}, std::size_t{1025}}) {
         Registry registry;
         for (const Entity entity : CreateMany(registry, destroyed)) registry.DestroyEntity(entity);
@@ -75,14 +72,11 @@ TEST(Registry, ReusesIndicesFirstInFirstOutOnlyOnceMoreThanTheMinimumAreQueued) 
     const auto all = CreateMany(registry, 3);
     for (const std::size_t i : {2, 0, 1}) registry.DestroyEntity(all[i]);
     EXPECT_EQ(CreateMany(registry, 3), (Entities{MakeEntity(3, 1), MakeEntity(1, 1), MakeEntity(2, 1)}));
-}
 
-TEST(Registry, GenerationWrapsAfter4096ReusesAndTheOldHandleComparesEqualAgain) {
-    Registry registry;
-    registry.SetMinimumFreeIndices(0);
-    const Entity first = registry.CreateEntity();
-    Entity current = first;
-    for (int i = 0; i < 4096; ++i) {
+    // Index 1 is reused once; 4095 more wrap its generation and the first handle compares equal again.
+    const Entity first = all[0];
+    Entity current = MakeEntity(1, 1);
+    for (int i = 1; i < 4096; ++i) {
         registry.DestroyEntity(current);
         ASSERT_FALSE(registry.IsAlive(first));
         current = registry.CreateEntity();
@@ -288,8 +282,7 @@ TEST(RegistryGuidIndex, FollowsEmplaceReplaceRemoveAndDestroyAndPrefersTheFirstI
     registry.Emplace(entity, EntityGuidComponent{G(2)});
     // A pair left behind by the removal would put `entity` ahead of `other`.
     EXPECT_EQ(registry.FindEntityByGuid(G(2)), other);
-    registry.DestroyEntity(other);
-    registry.DestroyEntity(entity);
+    for (const Entity holder : {other, entity}) registry.DestroyEntity(holder);
     EXPECT_EQ(registry.FindEntityByGuid(G(2)), kNullEntity);
 
     // Among several holders the first indexed live one wins.

@@ -32,7 +32,7 @@ const ComponentTypeEntry& SaveGameEntry() {
         using C = SaveGameTestComponent;
         ComponentBuilder<C> builder(
             registry.RegisterComponent<C>("SaveGameTestComponent", "Save Game Test", "Test", ComponentFlags::Saved));
-        builder.SaveGame("speed", &C::speed)
+        return builder.SaveGame("speed", &C::speed)
             .SaveGame("awake", &C::awake)
             .SaveGame("velocity", &C::velocity)
             .SaveGame("state", &C::state)
@@ -49,9 +49,7 @@ const ComponentTypeEntry& SaveGameEntry() {
                         const float time = reader.ReadF32();
                         if (i < component.layerTimes.size()) component.layerTimes[i] = time;
                     }
-                });
-        builder.Validate();
-        return builder.Entry();
+                }).Validate().Entry();
     }();
     return entry;
 }

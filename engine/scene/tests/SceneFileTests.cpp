@@ -37,10 +37,7 @@ protected:
         Scene scene;
         const Entity door = scene.CreateEntity("Door \"A\"");
         scene.SetEntityGuid(door, kDoorGuid);
-        Transform placement;
-        placement.position = {1.0f, 2.5f, -3.0f};
-        placement.rotation = {0.0f, 90.0f, 0.0f};
-        scene.SetTransform(door, placement);
+        scene.SetTransform(door, Transform{{1.0f, 2.5f, -3.0f}, {0.0f, 90.0f, 0.0f}, {1.0f, 1.0f, 1.0f}});
         const Entity handle = scene.CreateEntity("Handle");
         scene.SetEntityGuid(handle, kHandleGuid);
         scene.SetParent(handle, door);

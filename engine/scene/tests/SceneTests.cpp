@@ -48,9 +48,8 @@ TEST(SceneTest, DestroyingAParentDestroysItsSubtreeLeavingNoLogEntriesAndDeadEnt
     const Entity grandchild = scene.CreateEntity("grandchild");
     const Entity other = scene.CreateEntity("other");
     const Entity sibling = scene.CreateEntity("sibling");
-    scene.SetParent(child, root);
-    scene.SetParent(sibling, root);
-    scene.SetParent(grandchild, child);
+    for (const auto& [entity, parent] : {std::pair{child, root}, {sibling, root}, {grandchild, child}})
+        scene.SetParent(entity, parent);
     scene.DestroyEntity(sibling);
     EXPECT_EQ(scene.GetChildren(root), (std::vector<Entity>{child}));
     scene.DestroyEntity(root);
@@ -83,9 +82,7 @@ TEST(SceneHierarchyTest, KeepsOneEntryPerChildInOrderOfAttachmentAndMovesOrDetac
     EXPECT_EQ(scene.StructureRevision(), structure + 1);
     EXPECT_EQ(scene.HierarchyLog().changed.at(a), scene.HierarchyLog().revision);
     EXPECT_EQ(scene.HierarchyLog().revision, 2u);
-    scene.SetParent(c, p);
-    scene.SetParent(b, p);
-    scene.SetParent(a, p);
+    for (const Entity child : {c, b, a}) scene.SetParent(child, p);
     EXPECT_EQ(scene.GetChildren(p), (std::vector<Entity>{a, c, b}));
     EXPECT_EQ(scene.GetParent(a), p);
     scene.SetParent(c, q);
@@ -149,8 +146,8 @@ TEST(SceneFactoryTest, CamerasAndLightsStandAtTheirPlacesWithDefaultSettings) {
     Scene scene;
     const Entity camera = scene.CreateCamera("Camera", false);
     const Entity primary = scene.CreatePrimaryCamera("Main Camera");
-    EXPECT_FALSE(scene.Get<CameraComponent>(camera).primary);
-    EXPECT_TRUE(scene.Get<CameraComponent>(primary).primary);
+    EXPECT_EQ(std::pair(scene.Get<CameraComponent>(camera).primary, scene.Get<CameraComponent>(primary).primary),
+              std::pair(false, true));
     EXPECT_EQ(scene.GetName(primary), "Main Camera");
     const Entity sun = scene.CreateDirectionalLight("Sun");
     const Entity lamp = scene.CreatePointLight("Lamp");

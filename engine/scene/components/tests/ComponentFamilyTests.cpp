@@ -25,6 +25,7 @@
 
 #include <functional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 // The behaviour the component families add beyond the field tables their golden files pin:
@@ -63,6 +64,8 @@ TEST(ComponentFamilyTests, EveryComponentRoundTripsThroughItsRecordTextAndTheCoo
     const ComponentLoadTable table;
     std::size_t tried = 0;
     for (const ComponentTypeEntry* entry : table.entries) {
+        // Only the engine's own: plugins' and other tests' components keep to groups of their own.
+        if (entry->group == "Tests" || entry->group == "Plugins") continue;
         SCOPED_TRACE(entry->name);
         Registry registry;
         const Entity entity = registry.CreateEntity();
@@ -75,8 +78,7 @@ TEST(ComponentFamilyTests, EveryComponentRoundTripsThroughItsRecordTextAndTheCoo
         document.version = SceneFormatVersion;
         SceneEntityBlock& block = document.entities.emplace_back();
         block.guid = Core::Guid::FromName(entry->name);
-        for (const SchemaRecord& record : saved)
-            block.records.push_back({record});
+        for (const SchemaRecord& record : saved) block.records.push_back({record});
         SceneDocument cooked;
         ASSERT_TRUE(DecodeCookedScene(EncodeCookedScene(document), cooked, "c.bscene", nullptr));
         ASSERT_EQ(cooked.entities.size(), 1u);
@@ -215,10 +217,8 @@ TEST(ComponentFamilyTests, EntityLinksSaveTheTargetGuidAndResolveOnLoad) {
 
     std::vector<SchemaRecord> records;
     for (const char* name : {"ConstraintComponent", "BuoyancyComponent", "AnimatorComponent",
-                             "CharacterControllerComponent", "ThirdPersonCameraControllerComponent"}) {
-        for (SchemaRecord& record : SaveOne(scene, boat, name))
-            records.push_back(std::move(record));
-    }
+                             "CharacterControllerComponent", "ThirdPersonCameraControllerComponent"})
+        for (SchemaRecord& record : SaveOne(scene, boat, name)) records.push_back(std::move(record));
     EXPECT_EQ(std::get<std::string>(records[0].FindField("connectedEntityGuid")->value),
               scene.GetEntityGuid(rock).ToString());
     EXPECT_TRUE(animator.ikChains[0].targetEntityGuid.empty());
@@ -250,15 +250,13 @@ TEST(ComponentFamilyTests, CopiesRestartTheirRunTimeState) {
     registry.Emplace<SplineComponent>(source).meshDirty = false;
 
     const Entity target = registry.CreateEntity();
-    for (const char* name : {"AnimatorComponent", "ParticleEmitterComponent", "SplineComponent"}) {
+    for (const char* name : {"AnimatorComponent", "ParticleEmitterComponent", "SplineComponent"})
         EntryOf(name).copy(registry, source, target, ComponentCopyKind::Duplicate);
-    }
     const AnimatorComponent& copy = registry.Get<AnimatorComponent>(target);
-    EXPECT_TRUE(copy.rebuildRuntimeState);
-    EXPECT_TRUE(copy.manualBonePose.empty());
-    EXPECT_EQ(copy.currentTime, 0.0f);
-    EXPECT_EQ(registry.Get<ParticleEmitterComponent>(target).runtimeSeed, 77u);
-    EXPECT_TRUE(registry.Get<SplineComponent>(target).meshDirty);
+    EXPECT_EQ(std::tuple(copy.rebuildRuntimeState, copy.manualBonePose.empty(), copy.currentTime,
+                         registry.Get<ParticleEmitterComponent>(target).runtimeSeed,
+                         registry.Get<SplineComponent>(target).meshDirty),
+              std::tuple(true, true, 0.0f, 77u, true));
 }
 
 TEST(ComponentFamilyTests, SaveGameStateRoundTripsWithEntitiesAsGuidsAndLayersByPosition) {

@@ -25,7 +25,6 @@ namespace {
 
 using Reflection::SchemaRecord;
 using Testing::Encode;
-using Testing::InstalledReflection;
 using Testing::TestCodec;
 using Brelk::Testing::ThrownMessage;
 
@@ -77,12 +76,6 @@ SchemaRecord ChunkRecord(TerrainSampleKind kind, std::uint64_t offset, std::size
     return Encode(Chunk(kind, offset, count));
 }
 
-TerrainSampleChunk DecodeChunk(const SchemaRecord& record) {
-    TerrainSampleChunk chunk;
-    Reflection::DecodeObject(record, Reflection::MakeView(chunk), InstalledReflection(), TestCodec());
-    return chunk;
-}
-
 TEST(TerrainRecordsTests, SamplesSplitIntoChunksOfAtMostOneRecordArrayAndReadBackInAnyKindOrder) {
     using K = TerrainSampleKind;
     struct Part { K kind; std::uint64_t offset; std::size_t size; };
@@ -109,13 +102,11 @@ TEST(TerrainRecordsTests, SamplesSplitIntoChunksOfAtMostOneRecordArrayAndReadBac
         const std::vector<SchemaRecord> records = WriteSeries(terrain);
         ASSERT_EQ(records.size(), 2 + c.chunks.size());
         for (std::size_t i = 0; i < c.chunks.size(); ++i) {
-            const TerrainSampleChunk chunk = DecodeChunk(records[2 + i]);
             const Part& part = c.chunks[i];
             const std::vector<float>& all = part.kind == K::Heights ? terrain.heights : terrain.layerWeights;
             const auto begin = all.begin() + static_cast<std::ptrdiff_t>(part.offset);
-            EXPECT_EQ(chunk.kind, part.kind);
-            EXPECT_EQ(chunk.offset, part.offset);
-            EXPECT_EQ(chunk.values, std::vector<float>(begin, begin + static_cast<std::ptrdiff_t>(part.size)));
+            const std::vector<float> values(begin, begin + static_cast<std::ptrdiff_t>(part.size));
+            EXPECT_EQ(records[2 + i], Encode(TerrainSampleChunk{part.kind, part.offset, values}));
         }
         const TerrainComponent loaded = ReadSeries(records);
         EXPECT_EQ(loaded, terrain);
@@ -222,10 +213,7 @@ TEST(TerrainRecordsTests, ATerrainEntitySavesAndLoadsThroughTheComponentTableWhi
 
     const ComponentLoadContext context{&TestCodec()};
     ComponentLoadSession session(table, context);
-    for (SchemaRecord& record : records) {
-        const std::uint64_t bytes = TextBytes(record);
-        session.ReadRecord(std::move(record), bytes);
-    }
+    for (const SchemaRecord& record : records) session.ReadRecord(SchemaRecord(record), TextBytes(record));
     session.Finish(false);
     const Entity target = registry.CreateEntity();
     session.Apply(registry, target);
@@ -247,21 +235,12 @@ TEST(TerrainRecordsTests, ATerrainEntitySavesAndLoadsThroughTheComponentTableWhi
     for (const auto& c : broken) {
         ComponentLoadSession failing(table, context);
         EXPECT_EQ(ThrownMessage([&] {
-                      for (SchemaRecord record : c.records) {
-                          const std::uint64_t bytes = c.sized ? TextBytes(record) : kUnknownSize;
-                          failing.ReadRecord(std::move(record), bytes);
-                      }
+                      for (const SchemaRecord& record : c.records)
+                          failing.ReadRecord(SchemaRecord(record), c.sized ? TextBytes(record) : kUnknownSize);
                       failing.Finish(false);
                   }),
                   c.message);
     }
-}
-
-std::vector<SchemaRecord> WriteCloth(const Physics::ClothComponent& cloth) {
-    InstallComponents();
-    std::vector<SchemaRecord> out;
-    Physics::WriteClothRecords(cloth, out, TestCodec());
-    return out;
 }
 
 SchemaRecord PinCountRecord(std::uint64_t count) {
@@ -280,24 +259,21 @@ void ReadPin(Physics::ClothComponent& cloth, Physics::ClothRecordParts& parts, c
     Physics::ReadClothRecord(cloth, parts, record, TextBytes(record), TestCodec());
 }
 
-TEST(ClothRecordsTests, ASavedClothReadsBackIdentically) {
-    Physics::ClothComponent cloth;
-    cloth.sourceMesh = 4, cloth.settings.pinMode = Physics::ClothPinMode::Painted, cloth.settings.filter.layer = 3;
-    cloth.pinWeights = Ramp(2050);
-    const std::vector<SchemaRecord> records = WriteCloth(cloth);
-    ASSERT_EQ(records.size(), 5u);
-
-    Physics::ClothComponent loaded;
-    Physics::ClothRecordParts parts;
-    for (const SchemaRecord& record : records) ReadPin(loaded, parts, record);
-    Physics::FinishClothRecords(loaded, parts);
-    EXPECT_EQ(loaded, cloth);
-}
-
-TEST(ClothRecordsTests, EachFailureHasTheClothWording) {
+TEST(ClothRecordsTests, ASavedClothReadsBackIdenticallyAndEachFailureHasTheClothWording) {
     InstallComponents();
+    Physics::ClothComponent saved;
+    saved.sourceMesh = 4, saved.settings.pinMode = Physics::ClothPinMode::Painted, saved.settings.filter.layer = 3;
+    saved.pinWeights = Ramp(2050);
+    std::vector<SchemaRecord> records;
+    Physics::WriteClothRecords(saved, records, TestCodec());
+    ASSERT_EQ(records.size(), 5u);
     Physics::ClothComponent cloth;
     Physics::ClothRecordParts parts;
+    for (const SchemaRecord& record : records) ReadPin(cloth, parts, record);
+    Physics::FinishClothRecords(cloth, parts);
+    EXPECT_EQ(cloth, saved);
+
+    cloth = {}, parts = {};
     EXPECT_EQ(ThrownMessage([&] { Physics::ReadClothRecord(cloth, parts, PinCountRecord(1), kUnknownSize, TestCodec()); }),
               "Truncated cloth record.");
     EXPECT_EQ(ThrownMessage([&] { ReadPin(cloth, parts, PinChunkRecord(0, 1)); }),

@@ -87,8 +87,7 @@ TEST(PluginComponentsTests, LaysOutFieldsByAlignmentAndAccountsForEveryByteUpToA
                                               "unusedString3@352:32", "unusedString4@384:32",
                                               "unusedString5@416:32", "unusedString6@448:32",
                                               "unusedString7@480:32"}));
-    EXPECT_EQ(entry->description, "Plugin component of Acme.");
-    EXPECT_EQ(entry->group, "Plugins");
+    EXPECT_EQ(std::pair(entry->description, entry->group), std::pair(std::string("Plugin component of Acme."), std::string("Plugins")));
     // Sixteen vec4 and eight strings fill a component to the byte.
     auto full = Repeated("v", 16, glm::vec4(1.0f));
     for (auto& field : Repeated("s", 8, std::string("x"))) full.push_back(field);

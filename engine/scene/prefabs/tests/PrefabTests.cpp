@@ -139,8 +139,7 @@ TEST_F(PrefabTests, InstancesTakeDerivedGuidsAndKeepThemAcrossARebuild) {
     const Entity lamp = Instantiate(lampPrefab);
     const Entity arm = Find(lamp, kArm);
     EXPECT_EQ(Tree(lamp), "Lamp x 5\n  Arm light 18 range 10\n    Bulb rotator\n  Base\n");
-    EXPECT_EQ(Links(arm).instanceRootGuid, scene_.GetEntityGuid(lamp));
-    EXPECT_EQ(Links(arm).sourceEntityGuid, kArm);
+    EXPECT_EQ(std::pair(Links(arm).instanceRootGuid, Links(arm).sourceEntityGuid), std::pair(scene_.GetEntityGuid(lamp), kArm));
 
     // Deleting the arm and rebuilding with the record brings it back under its old Guid.
     const Core::Guid armGuid = scene_.GetEntityGuid(arm);
