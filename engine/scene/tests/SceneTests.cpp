@@ -65,7 +65,7 @@ TEST(SceneTest, DestroyingAParentDestroysItsSubtreeLeavingNoLogEntriesAndDeadEnt
     scene.SetEntityGuid(child, Core::Guid::FromName("dead"));
     EXPECT_EQ(scene.SceneRevision(), revision);
     EXPECT_EQ(scene.GetParent(child), kNullEntity);
-    EXPECT_TRUE(scene.GetChildren(other).empty());
+    EXPECT_TRUE(scene.GetChildren(other).empty() && scene.GetChildren(child).empty());
     EXPECT_FALSE(scene.GetEntityGuid(child).IsValid());
     EXPECT_EQ(scene.FindEntityByGuid(Core::Guid::FromName("dead")), kNullEntity);
 }
