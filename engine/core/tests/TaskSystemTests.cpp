@@ -253,6 +253,14 @@ TEST(TaskSystemParallelFor, VisitsEveryIndexOnceInGrainRangesStopsAtAFailureAndI
                   }),
                   "range failed");
         EXPECT_LT(ranRanges.load(), 100);
+        // A failure on a helper, not the caller, comes back too once the helpers are done.
+        EXPECT_EQ(ThrownMessage([&] {
+                      system.ParallelForRanges(1000, 1, TaskPriority::Normal, [](std::size_t, std::size_t) {
+                          if (TaskSystem::CurrentPriority()) throw std::runtime_error("helper failed");
+                          std::this_thread::sleep_for(std::chrono::microseconds(100));
+                      });
+                  }),
+                  "helper failed");
         std::set<TaskPriority> seen;
         system.Wait(system.Submit(TaskPriority::Io, [&] {
             system.ParallelFor(64, 1, std::nullopt, [&](std::size_t) {
