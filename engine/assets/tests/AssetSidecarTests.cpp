@@ -1,5 +1,6 @@
 #include "engine/assets/AssetSidecar.h"
 
+#include "engine/assets/AssetTypeWords.h"
 #include "engine/assets/tests/AssetTestSupport.h"
 #include "tests/support/TextCases.h"
 
@@ -88,14 +89,11 @@ TEST(AssetSidecar, RecognisesSidecarPathsOnlyWithASourceExtension) {
 }
 
 TEST(AssetSidecar, ChoosesTheDefaultImporterByTheFirstRuleThatFits) {
-    const struct {
-        AssetType type;
-        const char* path;
-        const char* importer;
-    } table[] = {{AssetType::Mesh, "Rock.obj", "model"}, {AssetType::Scene, "Tree.FBX", "model"},
-                 {AssetType::Scene, "Level.bscene", "native"}, {AssetType::Audio, "Wind.wav", "audio"},
-                 {AssetType::World, "Island.bworld", "native"}};
-    for (const auto& c : table) EXPECT_EQ(MakeDefaultSidecar(c.type, c.path, kGuid).importer, c.importer) << c.path;
+    Brelk::Testing::ExpectTextCases(fs::path(BRELK_TEST_DATA_DIR) / "DefaultImporters.txt", [](const auto& c) {
+        const std::size_t space = c.input.find(' ');
+        const std::string path = c.input.substr(space + 1, c.input.size() - space - 2);
+        return MakeDefaultSidecar(AssetTypeFromWord(c.input.substr(0, space)), path, kGuid).importer;
+    });
 }
 
 TEST(AssetSidecar, SetsTheFirstSettingOfAKeyAndFindsSettingsAndSubAssets) {
