@@ -198,7 +198,7 @@ TEST_F(AssetLoaderTest, RequestsShareASlotAndADroppedLoadIsResetWithTheDependenc
     EXPECT_EQ(loader_.State(5), AssetLoadState::Ready); // still claimed by its own lease
 }
 
-TEST_F(AssetLoaderTest, BudgetLetsTheFirstUploadThroughAndNeverLetsALaterOneOvertake) {
+TEST_F(AssetLoaderTest, BudgetLetsTheFirstUploadThroughNeverLetsALaterOneOvertakeAndPriorityOrdersStarts) {
     // Budget 100. Frame 1: 150 goes first whatever its size; frame 2: 50, then 80 does not
     // fit and the 10 behind it waits too; frame 3: the rest.
     const std::vector<std::uint64_t> sizes = {150, 50, 80, 10};
@@ -218,18 +218,17 @@ TEST_F(AssetLoaderTest, BudgetLetsTheFirstUploadThroughAndNeverLetsALaterOneOver
     EXPECT_EQ(std::tuple(s.frame, s.uploadBytesThisFrame, s.uploadsThisFrame, s.publishedThisFrame, s.peakUploadBytes,
                          s.ready),
               std::tuple(3u, 90u, 2u, 2u, 150u, 4u));
-}
 
-TEST_F(AssetLoaderTest, HigherPriorityStartsAndPublishesFirstAndLimitsHoldTheRestQueued) {
+    // One start a frame: the higher priority goes first, the rest stays queued.
     loader_.SetConfig(AssetLoaderConfig{1000, 1, 0});
-    const AssetLoadLease low = loader_.Request(1, kType, 0);
-    const AssetLoadLease high = loader_.Request(2, kType, 0);
-    loader_.Request(2, kType, 2);
+    const AssetLoadLease low = loader_.Request(5, kType, 0);
+    const AssetLoadLease high = loader_.Request(6, kType, 0);
+    loader_.Request(6, kType, 2);
     loader_.Update();
-    EXPECT_EQ(PublishedHandles(family_), (std::vector<AssetHandle>{2}));
+    EXPECT_EQ(PublishedHandles(family_), (std::vector<AssetHandle>{1, 2, 3, 4, 6}));
     EXPECT_EQ(low.State(), AssetLoadState::Queued);
     loader_.Update();
-    EXPECT_EQ(PublishedHandles(family_), (std::vector<AssetHandle>{2, 1}));
+    EXPECT_EQ(PublishedHandles(family_), (std::vector<AssetHandle>{1, 2, 3, 4, 6, 5}));
 }
 
 TEST_F(AssetLoaderTest, JobFailuresGiveTheirExactMessages) {
