@@ -170,7 +170,7 @@ TEST_F(AssetManagerMeshTextureTest, BrokenFilesFailWithTheirMessageAndAMeshIsNot
     RunWithDeadline(kDeadline, [&] { EXPECT_TRUE(manager.EnsureMeshLoaded(cut)); });
 }
 
-TEST_F(AssetManagerMeshTextureTest, RawAndContainedNativeMeshesLoadAsTheirOwnAsset) {
+TEST_F(AssetManagerMeshTextureTest, RawContainedAndCreatedNativeMeshesLoadAsTheirOwnAsset) {
     MeshAsset withLods = QuadMesh();
     withLods.lods = {{12345, 5.0f}, {678, 50.0f}};
     const std::vector<std::uint8_t> raw = EncodeNativeMesh(withLods, {});
@@ -195,6 +195,22 @@ TEST_F(AssetManagerMeshTextureTest, RawAndContainedNativeMeshesLoadAsTheirOwnAss
         EXPECT_EQ(mesh->lods[1].mesh, 678u);
         EXPECT_EQ(log.Messages(LogLevel::Info), std::vector<std::string>{std::string("Loaded native mesh asset: ") + file});
     }
+
+    const AssetHandle first = manager.CreateMeshAsset("Props", "my rock!", QuadMesh());
+    EXPECT_EQ(manager.GetRegistry().Find(first)->name, "my_rock_.bmesh");
+    ASSERT_NE(manager.GetMesh(first), nullptr);
+    EXPECT_EQ(manager.GetMesh(first)->lods[0].mesh, first);
+    // A new mesh has no record yet, so its file names no Guid; loading gives the same mesh.
+    const std::optional<std::vector<std::uint8_t>> bytes = Platform::ReadFileBytes(Content("Props/my_rock_.bmesh"));
+    ASSERT_TRUE(bytes);
+    EXPECT_EQ(*bytes, EncodeNativeMesh(QuadMesh(), {}));
+    AssetManager reader;
+    reader.Initialize(Content(), AssetSourceMode::ReadOnly);
+    const AssetHandle again = HandleOf(reader, "Props/my_rock_.bmesh");
+    RunWithDeadline(kDeadline, [&] { EXPECT_TRUE(reader.EnsureMeshLoaded(again)); });
+    EXPECT_EQ(reader.GetMesh(again)->vertices.size(), 4u);
+    EXPECT_EQ(Testing::ThrownMessage([&] { reader.CreateMeshAsset({}, "Rock", QuadMesh()); }),
+              "CreateMeshAsset is unavailable with read-only asset sources.");
 }
 
 TEST_F(AssetManagerMeshTextureTest, ReloadReplacesLoadedDataFromTheChangedFile) {
@@ -231,26 +247,6 @@ TEST_F(AssetManagerMeshTextureTest, ReloadReplacesLoadedDataFromTheChangedFile) 
     EXPECT_EQ(manager.GetMesh(manager.GetBuiltinCube())->lods.size(), 3u);
     // Pinned by the reload, so a sweep keeps what nothing holds a lease on.
     EXPECT_EQ(manager.GetLoader().SweepUnused(), 0u);
-}
-
-TEST_F(AssetManagerMeshTextureTest, CreatedMeshIsWrittenRegisteredAndLoadsBackTheSame) {
-    AssetManager manager;
-    manager.Initialize(Content(), AssetSourceMode::Authoring);
-    const AssetHandle first = manager.CreateMeshAsset("Props", "my rock!", QuadMesh());
-    EXPECT_EQ(manager.GetRegistry().Find(first)->name, "my_rock_.bmesh");
-    ASSERT_NE(manager.GetMesh(first), nullptr);
-    EXPECT_EQ(manager.GetMesh(first)->lods[0].mesh, first);
-    // A new mesh has no record yet, so its file names no Guid; loading gives the same mesh.
-    const std::optional<std::vector<std::uint8_t>> bytes = Platform::ReadFileBytes(Content("Props/my_rock_.bmesh"));
-    ASSERT_TRUE(bytes);
-    EXPECT_EQ(*bytes, EncodeNativeMesh(QuadMesh(), {}));
-    AssetManager reader;
-    reader.Initialize(Content(), AssetSourceMode::ReadOnly);
-    const AssetHandle again = HandleOf(reader, "Props/my_rock_.bmesh");
-    RunWithDeadline(kDeadline, [&] { EXPECT_TRUE(reader.EnsureMeshLoaded(again)); });
-    EXPECT_EQ(reader.GetMesh(again)->vertices.size(), 4u);
-    EXPECT_EQ(Testing::ThrownMessage([&] { reader.CreateMeshAsset({}, "Rock", QuadMesh()); }),
-              "CreateMeshAsset is unavailable with read-only asset sources.");
 }
 
 } // namespace
