@@ -82,10 +82,11 @@ TEST(AssetSidecarFile, RoundTripsQuotesBackslashesAndSubAssetsWritesOnlyChangedT
 
 TEST(AssetSidecar, RecognisesSidecarPathsOnlyWithASourceExtension) {
     EXPECT_EQ(SidecarPath("Art/Rock.png"), fs::path("Art/Rock.png.bmeta"));
-    for (const char* path : {"Art/Rock.png.bmeta", "Notes.txt.bmeta", "Rock.png.BMeta"}) EXPECT_TRUE(IsSidecarPath(path));
-    for (const char* path : {"Notes.bmeta", "Rock.png", "Rock.png.bmeta.tmp"}) EXPECT_FALSE(IsSidecarPath(path));
-    EXPECT_EQ(SourcePathOfSidecar("Art/Rock.png.bmeta"), fs::path("Art/Rock.png"));
-    EXPECT_EQ(SourcePathOfSidecar("Notes.bmeta"), fs::path());
+    Brelk::Testing::ExpectTextCases(fs::path(BRELK_TEST_DATA_DIR) / "SidecarPaths.txt", [](const auto& c) {
+        const fs::path path = c.input.substr(0, c.input.size() - 1);
+        return (IsSidecarPath(path) ? "sidecar of '" : "not a sidecar, source '") +
+               SourcePathOfSidecar(path).generic_string() + "'";
+    });
 }
 
 TEST(AssetSidecar, ChoosesTheDefaultImporterByTheFirstRuleThatFits) {
