@@ -183,7 +183,7 @@ TEST_F(AssetManagerMaterialsTest, ACookedMaterialBringsItsShadersAndNoCompilerRu
     EXPECT_EQ(manager.PackagedShaders().size(), 2u);
 }
 
-TEST_F(AssetManagerMaterialsTest, TheDefaultMaterialAndTheLoadOfAMaterialThatIsNotThere) {
+TEST_F(AssetManagerMaterialsTest, TheDefaultMaterialTheLoadOfOneThatIsNotThereAndCreatedOnesNamedByKind) {
     WriteText(Content("Bad.bmat"), "version 3\nnode 1 Texture2D 0 0 \"T\"\nprop 1 \"asset\" \"x\"\n");
     AssetManager manager;
     LogCapture log;
@@ -202,11 +202,8 @@ TEST_F(AssetManagerMaterialsTest, TheDefaultMaterialAndTheLoadOfAMaterialThatIsN
     EXPECT_EQ(lease.State(), AssetLoadState::Failed);
     EXPECT_EQ(lease.Error(), "Unknown material asset " + std::to_string(bad) + ".");
     EXPECT_FALSE(manager.ReloadAsset(manager.GetBuiltinDefaultMaterial()));
-}
 
-TEST_F(AssetManagerMaterialsTest, CreateNamesByKindAndReadOnlySourcesRefuseEveryWrite) {
-    AssetManager manager;
-    Initialize(manager);
+    // New materials are named by their kind, and read-only sources refuse every write.
     struct Row {
         std::string_view name;
         std::uint32_t domain;

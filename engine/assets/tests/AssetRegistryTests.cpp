@@ -69,10 +69,10 @@ TEST_F(AssetRegistryTest, FirstScanWritesASidecarBesideEachRecognisedSourceOnlyA
     const AssetHandle handle = registry_.HandleOfPath(Content("Levels/Start.bscene"));
     const AssetRecord* record = registry_.Find(handle);
     ASSERT_NE(record, nullptr);
-    EXPECT_EQ(std::tuple(record->handle, record->type, record->name, record->sourcePath, record->path, record->guid),
+    EXPECT_EQ(std::tuple(record->handle, record->type, record->name, record->sourcePath, record->path, record->guid,
+                         record->isBuiltin || record->isSubAsset),
               std::tuple(handle, AssetType::Scene, "Start.bscene", Content("Levels/Start.bscene"),
-                         Content("Levels/Start.bscene"), ContentGuid("Levels/Start.bscene")));
-    EXPECT_FALSE(record->isBuiltin || record->isSubAsset);
+                         Content("Levels/Start.bscene"), ContentGuid("Levels/Start.bscene"), false));
     EXPECT_EQ(registry_.HandleOfGuid(record->guid), handle);
     const std::optional<AssetSourceInfo> info = registry_.SourceInfoOf(record->guid);
     ASSERT_TRUE(info);
