@@ -3,8 +3,6 @@
 #include "engine/assets/cooked/CookedContainer.h"
 #include "engine/assets/cooked/CookedMaterial.h"
 #include "engine/assets/materials/MaterialDefaults.h"
-#include "engine/assets/materials/MaterialFile.h"
-#include "engine/assets/materials/MaterialNodeCatalogue.h"
 #include "engine/assets/tests/AssetTestSupport.h"
 #include "engine/core/TaskSystem.h"
 #include "tests/support/Deadline.h"
@@ -135,25 +133,16 @@ TEST_F(AssetManagerMaterialsTest, ACompilerErrorOnAGeneratedLineNamesTheNodeThat
                     "case \"$line\" in *' = '*) break;; esac; done < \"$src\"; "
                     "echo \"$src:$n: error: 'x' : undeclared identifier\" >&2; exit 1;; esac; : > \"$out\"");
     // A texture sample into the base colour: a statement of its own.
-    MaterialAsset rock;
-    rock.graph = MakeDefaultSurfaceGraph();
-    const auto pin = [](const MaterialGraphNode& node, std::string_view name) {
-        for (const auto* pins : {&node.inputs, &node.outputs}) {
-            for (const MaterialGraphPin& candidate : *pins) {
-                if (candidate.name == name) return candidate.id;
-            }
-        }
-        return std::uint64_t{0};
-    };
-    std::uint64_t baseColor = 0;
-    for (const MaterialGraphNode& node : rock.graph.nodes) {
-        if (node.type == kNodeMaterialOutput) baseColor = pin(node, "Base Color");
-    }
-    const MaterialGraphNode texture = *AddMaterialNode(rock.graph, kNodeTexture2D, 0, 0);
-    const MaterialGraphNode sample = *AddMaterialNode(rock.graph, kNodeTextureSample2D, 0, 0);
-    rock.graph.links.push_back({rock.graph.nextId++, pin(texture, "Texture"), pin(sample, "Texture")});
-    rock.graph.links.push_back({rock.graph.nextId++, pin(sample, "Color"), baseColor});
-    ASSERT_TRUE(WriteMaterialAsset(Content("Rock.bmat"), rock, nullptr));
+    WriteText(Content("Rock.bmat"), "version 1\ngraph_next_id 26\n"
+                                    "node 7 MaterialOutput 70 20 \"Material Output\"\n"
+                                    "pin 7 8 Input Color 1 0 \"Base Color\"\n"
+                                    "node 18 Texture2D 0 0 \"Texture2D\"\n"
+                                    "pin 18 19 Output Texture2D 0 0 \"Texture\"\n"
+                                    "node 20 TextureSample2D 0 0 \"Texture Sample\"\n"
+                                    "pin 20 21 Input Texture2D 0 0 \"Texture\"\n"
+                                    "pin 20 22 Input Vec2 1 0 \"UV\"\n"
+                                    "pin 20 23 Output Color 0 0 \"Color\"\n"
+                                    "link 24 19 21\nlink 25 23 8\n");
     AssetManager manager;
     Initialize(manager);
     const MaterialCompiledState& compiled = manager.GetMaterial(Handle(manager, "Rock.bmat"))->compiled;
@@ -194,7 +183,7 @@ TEST_F(AssetManagerMaterialsTest, ACookedMaterialBringsItsShadersAndNoCompilerRu
     EXPECT_EQ(manager.PackagedShaders().size(), 2u);
 }
 
-TEST_F(AssetManagerMaterialsTest, TheDefaultMaterialAndTheLoadOfAMaterialThatIsNotThere) {
+TEST_F(AssetManagerMaterialsTest, TheDefaultMaterialTheLoadOfOneThatIsNotThereAndCreatedOnesNamedByKind) {
     WriteText(Content("Bad.bmat"), "version 3\nnode 1 Texture2D 0 0 \"T\"\nprop 1 \"asset\" \"x\"\n");
     AssetManager manager;
     LogCapture log;
@@ -213,11 +202,8 @@ TEST_F(AssetManagerMaterialsTest, TheDefaultMaterialAndTheLoadOfAMaterialThatIsN
     EXPECT_EQ(lease.State(), AssetLoadState::Failed);
     EXPECT_EQ(lease.Error(), "Unknown material asset " + std::to_string(bad) + ".");
     EXPECT_FALSE(manager.ReloadAsset(manager.GetBuiltinDefaultMaterial()));
-}
 
-TEST_F(AssetManagerMaterialsTest, CreateNamesByKindAndReadOnlySourcesRefuseEveryWrite) {
-    AssetManager manager;
-    Initialize(manager);
+    // New materials are named by their kind, and read-only sources refuse every write.
     struct Row {
         std::string_view name;
         std::uint32_t domain;

@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
 
 namespace Brelk::Assets {
 namespace {
@@ -83,41 +84,35 @@ TEST_F(AssetManagerMeshTextureTest, BuiltinsAreLoadedAtInitializeWithTheirConten
     EXPECT_FALSE(manager.EnsureMeshLoaded(manager.GetBuiltinWhite()));
 }
 
-TEST_F(AssetManagerMeshTextureTest, CookedTextureAndTgaSourceLoadThroughEnsure) {
+TEST_F(AssetManagerMeshTextureTest, CookedTextureAndTgaSourcesLoadThroughEnsureAndOnlyAuthoringCompressesALargeOne) {
     WriteBytes(Content("Stone.png"), EncodeCookedTexture(MakeSolidTexture(10, 20, 30, 40)));
     WriteBytes(Content("Moss.tga"), SolidTga(3, 2, 1, 2, 3, 255));
-    AssetManager manager;
-    manager.Initialize(Content(), AssetSourceMode::Authoring);
-    const LogCapture log;
-    const AssetHandle stone = HandleOf(manager, "Stone.png");
-    const AssetHandle moss = HandleOf(manager, "Moss.tga");
-    RunWithDeadline(kDeadline, [&] {
-        EXPECT_TRUE(manager.EnsureTextureLoaded(stone));
-        EXPECT_TRUE(manager.EnsureTextureLoaded(moss));
-    });
-    ASSERT_NE(manager.GetTexture(stone), nullptr);
-    EXPECT_EQ(manager.GetTexture(stone)->pixels, (std::vector<std::uint8_t>{10, 20, 30, 40}));
-    ASSERT_NE(manager.GetTexture(moss), nullptr);
-    EXPECT_EQ(manager.GetTexture(moss)->width, 3u);
-    EXPECT_EQ(log.Messages(LogLevel::Info),
-              (std::vector<std::string>{"Imported texture asset: Stone.png", "Imported texture asset: Moss.tga"}));
-    // A small source goes to the decoded-pixel cache, not through compression.
-    const std::vector<std::string> cache = Testing::ListFiles(root_ / "Settings" / "TextureCache");
-    ASSERT_EQ(cache.size(), 1u);
-    EXPECT_EQ(fs::path(cache[0]).extension(), ".btxcache");
-}
-
-TEST_F(AssetManagerMeshTextureTest, LargeSourceIsCompressedForEditingOnlyWithAuthoringSources) {
     WriteBytes(Content("Wall.tga"), SolidTga(256, 4, 200, 100, 50, 255));
     for (const auto& [mode, format] : {std::pair{AssetSourceMode::Authoring, TextureFormat::Bc7},
                                        std::pair{AssetSourceMode::ReadOnly, TextureFormat::Rgba8}}) {
         fs::remove_all(root_ / "Settings" / "TextureCache");
         AssetManager manager;
         manager.Initialize(Content(), mode);
+        const LogCapture log;
+        const AssetHandle stone = HandleOf(manager, "Stone.png");
+        const AssetHandle moss = HandleOf(manager, "Moss.tga");
         const AssetHandle wall = HandleOf(manager, "Wall.tga");
-        RunWithDeadline(kDeadline, [&] { EXPECT_TRUE(manager.EnsureTextureLoaded(wall)); });
-        ASSERT_NE(manager.GetTexture(wall), nullptr);
+        RunWithDeadline(kDeadline, [&] {
+            for (const AssetHandle handle : {stone, moss, wall}) EXPECT_TRUE(manager.EnsureTextureLoaded(handle));
+        });
+        ASSERT_NE(manager.GetTexture(stone), nullptr);
+        EXPECT_EQ(manager.GetTexture(stone)->pixels, (std::vector<std::uint8_t>{10, 20, 30, 40}));
+        ASSERT_NE(manager.GetTexture(moss), nullptr);
+        EXPECT_EQ(manager.GetTexture(moss)->width, 3u);
         EXPECT_EQ(manager.GetTexture(wall)->format, static_cast<std::uint8_t>(format));
+        EXPECT_EQ(log.Messages(LogLevel::Info),
+                  (std::vector<std::string>{"Imported texture asset: Stone.png", "Imported texture asset: Moss.tga",
+                                            "Imported texture asset: Wall.tga"}));
+        // A small source goes to the decoded-pixel cache, never through compression.
+        std::multiset<std::string> cache;
+        for (const std::string& file : Testing::ListFiles(root_ / "Settings" / "TextureCache"))
+            cache.insert(fs::path(file).extension().string());
+        EXPECT_EQ(cache, (std::multiset<std::string>{".btxcache", format == TextureFormat::Bc7 ? ".btex" : ".btxcache"}));
     }
 }
 
@@ -175,7 +170,7 @@ TEST_F(AssetManagerMeshTextureTest, BrokenFilesFailWithTheirMessageAndAMeshIsNot
     RunWithDeadline(kDeadline, [&] { EXPECT_TRUE(manager.EnsureMeshLoaded(cut)); });
 }
 
-TEST_F(AssetManagerMeshTextureTest, RawAndContainedNativeMeshesLoadAsTheirOwnAsset) {
+TEST_F(AssetManagerMeshTextureTest, RawContainedAndCreatedNativeMeshesLoadAsTheirOwnAsset) {
     MeshAsset withLods = QuadMesh();
     withLods.lods = {{12345, 5.0f}, {678, 50.0f}};
     const std::vector<std::uint8_t> raw = EncodeNativeMesh(withLods, {});
@@ -200,6 +195,22 @@ TEST_F(AssetManagerMeshTextureTest, RawAndContainedNativeMeshesLoadAsTheirOwnAss
         EXPECT_EQ(mesh->lods[1].mesh, 678u);
         EXPECT_EQ(log.Messages(LogLevel::Info), std::vector<std::string>{std::string("Loaded native mesh asset: ") + file});
     }
+
+    const AssetHandle first = manager.CreateMeshAsset("Props", "my rock!", QuadMesh());
+    EXPECT_EQ(manager.GetRegistry().Find(first)->name, "my_rock_.bmesh");
+    ASSERT_NE(manager.GetMesh(first), nullptr);
+    EXPECT_EQ(manager.GetMesh(first)->lods[0].mesh, first);
+    // A new mesh has no record yet, so its file names no Guid; loading gives the same mesh.
+    const std::optional<std::vector<std::uint8_t>> bytes = Platform::ReadFileBytes(Content("Props/my_rock_.bmesh"));
+    ASSERT_TRUE(bytes);
+    EXPECT_EQ(*bytes, EncodeNativeMesh(QuadMesh(), {}));
+    AssetManager reader;
+    reader.Initialize(Content(), AssetSourceMode::ReadOnly);
+    const AssetHandle again = HandleOf(reader, "Props/my_rock_.bmesh");
+    RunWithDeadline(kDeadline, [&] { EXPECT_TRUE(reader.EnsureMeshLoaded(again)); });
+    EXPECT_EQ(reader.GetMesh(again)->vertices.size(), 4u);
+    EXPECT_EQ(Testing::ThrownMessage([&] { reader.CreateMeshAsset({}, "Rock", QuadMesh()); }),
+              "CreateMeshAsset is unavailable with read-only asset sources.");
 }
 
 TEST_F(AssetManagerMeshTextureTest, ReloadReplacesLoadedDataFromTheChangedFile) {
@@ -236,26 +247,6 @@ TEST_F(AssetManagerMeshTextureTest, ReloadReplacesLoadedDataFromTheChangedFile) 
     EXPECT_EQ(manager.GetMesh(manager.GetBuiltinCube())->lods.size(), 3u);
     // Pinned by the reload, so a sweep keeps what nothing holds a lease on.
     EXPECT_EQ(manager.GetLoader().SweepUnused(), 0u);
-}
-
-TEST_F(AssetManagerMeshTextureTest, CreatedMeshIsWrittenRegisteredAndLoadsBackTheSame) {
-    AssetManager manager;
-    manager.Initialize(Content(), AssetSourceMode::Authoring);
-    const AssetHandle first = manager.CreateMeshAsset("Props", "my rock!", QuadMesh());
-    EXPECT_EQ(manager.GetRegistry().Find(first)->name, "my_rock_.bmesh");
-    ASSERT_NE(manager.GetMesh(first), nullptr);
-    EXPECT_EQ(manager.GetMesh(first)->lods[0].mesh, first);
-    // A new mesh has no record yet, so its file names no Guid; loading gives the same mesh.
-    const std::optional<std::vector<std::uint8_t>> bytes = Platform::ReadFileBytes(Content("Props/my_rock_.bmesh"));
-    ASSERT_TRUE(bytes);
-    EXPECT_EQ(*bytes, EncodeNativeMesh(QuadMesh(), {}));
-    AssetManager reader;
-    reader.Initialize(Content(), AssetSourceMode::ReadOnly);
-    const AssetHandle again = HandleOf(reader, "Props/my_rock_.bmesh");
-    RunWithDeadline(kDeadline, [&] { EXPECT_TRUE(reader.EnsureMeshLoaded(again)); });
-    EXPECT_EQ(reader.GetMesh(again)->vertices.size(), 4u);
-    EXPECT_EQ(Testing::ThrownMessage([&] { reader.CreateMeshAsset({}, "Rock", QuadMesh()); }),
-              "CreateMeshAsset is unavailable with read-only asset sources.");
 }
 
 } // namespace

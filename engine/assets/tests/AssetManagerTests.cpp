@@ -19,7 +19,7 @@ using Testing::WriteText;
 
 using AssetManagerTest = Testing::ProjectTest;
 
-TEST_F(AssetManagerTest, CreatesAMissingFolderInAuthoringAndThrowsForOneInReadOnlyInAProfilerZone) {
+TEST_F(AssetManagerTest, CreatesAMissingFolderInAuthoringThrowsForOneInReadOnlyAndARestartKeepsEveryIdentity) {
     AssetManager manager;
     EXPECT_EQ(ThrownMessage([&] { manager.Initialize(Content("Project"), AssetSourceMode::ReadOnly); }),
               "Read-only asset content directory is missing: " + Content("Project").string());
@@ -29,6 +29,27 @@ TEST_F(AssetManagerTest, CreatesAMissingFolderInAuthoringAndThrowsForOneInReadOn
     EXPECT_TRUE(zones.count("AssetManager::Initialize"));
     EXPECT_TRUE(fs::is_directory(Content("Project")));
     EXPECT_TRUE(fs::is_directory(root_ / "Settings" / "GeneratedShaders"));
+
+    // A second start gives equal handles; a read-only one derives the identity a sidecar lacks and writes none.
+    WriteText(Content("Project/Art/Rock.png"), "png");
+    WriteText(Content("Project/Materials/Stone.bmat"), "mat");
+    manager.Initialize(Content("Project"), AssetSourceMode::Authoring);
+    const std::vector<AssetRecord> first = manager.GetRegistry().AllRecords();
+    fs::remove(Content("Project/Art/Rock.png.bmeta"));
+    const std::vector<std::string> files = ListFiles(Content("Project"));
+    const std::uint64_t revision = manager.ContentRevision();
+    LogCapture log;
+    manager.Initialize(Content("Project/Art/.."), AssetSourceMode::ReadOnly);
+    EXPECT_EQ(log.Messages(Core::LogLevel::Info),
+              std::vector<std::string>{"Asset manager initialized: " + Content("Project").string()});
+    EXPECT_EQ(ListFiles(Content("Project")), files);
+    const std::vector<AssetRecord> second = manager.GetRegistry().AllRecords();
+    ASSERT_EQ(first.size(), 17u);
+    ASSERT_EQ(second.size(), first.size());
+    for (std::size_t i = 0; i < first.size(); ++i)
+        EXPECT_EQ(std::tie(second[i].name, second[i].handle, second[i].guid),
+                  std::tie(first[i].name, first[i].handle, first[i].guid));
+    EXPECT_GT(manager.ContentRevision(), revision);
 }
 
 TEST_F(AssetManagerTest, EmptyContentFolderGivesExactlyTheFifteenBuiltinsInOrderAndNoFiles) {
@@ -60,30 +81,6 @@ TEST_F(AssetManagerTest, EmptyContentFolderGivesExactlyTheFifteenBuiltinsInOrder
                                                      m.GetBuiltinDiamond(), m.GetBuiltinWhite(), m.GetBuiltinBlack(),
                                                      m.GetBuiltinFlatNormal(), m.GetBuiltinDefaultMaterial()}));
     EXPECT_EQ(AssetReferenceOf(registry, manager.GetBuiltinDefaultMaterial()), "builtin:Builtin/DefaultMaterial");
-}
-
-TEST_F(AssetManagerTest, ASecondInitializeGivesEqualHandlesAndAReadOnlyOneWritesNothing) {
-    WriteText(Content("Art/Rock.png"), "png");
-    WriteText(Content("Materials/Stone.bmat"), "mat");
-    AssetManager manager;
-    manager.Initialize(Content(), AssetSourceMode::Authoring);
-    const std::vector<AssetRecord> first = manager.GetRegistry().AllRecords();
-    // Without its sidecar the read-only start derives the same identity and writes none.
-    fs::remove(Content("Art/Rock.png.bmeta"));
-    const std::vector<std::string> files = ListFiles(Content());
-    const std::uint64_t revision = manager.ContentRevision();
-    LogCapture log;
-    manager.Initialize(Content("Art/.."), AssetSourceMode::ReadOnly);
-    EXPECT_EQ(log.Messages(Core::LogLevel::Info),
-              std::vector<std::string>{"Asset manager initialized: " + Content().string()});
-    EXPECT_EQ(ListFiles(Content()), files);
-    const std::vector<AssetRecord> second = manager.GetRegistry().AllRecords();
-    ASSERT_EQ(first.size(), 17u);
-    ASSERT_EQ(second.size(), first.size());
-    for (std::size_t i = 0; i < first.size(); ++i)
-        EXPECT_EQ(std::tie(second[i].name, second[i].handle, second[i].guid),
-                  std::tie(first[i].name, first[i].handle, first[i].guid));
-    EXPECT_GT(manager.ContentRevision(), revision);
 }
 
 } // namespace

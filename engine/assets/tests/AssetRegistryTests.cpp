@@ -69,10 +69,10 @@ TEST_F(AssetRegistryTest, FirstScanWritesASidecarBesideEachRecognisedSourceOnlyA
     const AssetHandle handle = registry_.HandleOfPath(Content("Levels/Start.bscene"));
     const AssetRecord* record = registry_.Find(handle);
     ASSERT_NE(record, nullptr);
-    EXPECT_EQ(std::tuple(record->handle, record->type, record->name, record->sourcePath, record->path, record->guid),
+    EXPECT_EQ(std::tuple(record->handle, record->type, record->name, record->sourcePath, record->path, record->guid,
+                         record->isBuiltin || record->isSubAsset),
               std::tuple(handle, AssetType::Scene, "Start.bscene", Content("Levels/Start.bscene"),
-                         Content("Levels/Start.bscene"), ContentGuid("Levels/Start.bscene")));
-    EXPECT_FALSE(record->isBuiltin || record->isSubAsset);
+                         Content("Levels/Start.bscene"), ContentGuid("Levels/Start.bscene"), false));
     EXPECT_EQ(registry_.HandleOfGuid(record->guid), handle);
     const std::optional<AssetSourceInfo> info = registry_.SourceInfoOf(record->guid);
     ASSERT_TRUE(info);
@@ -260,7 +260,7 @@ TEST_F(AssetRegistryTest, BuiltinsSurviveRescansAndListLastWhileTypesListByPath)
     EXPECT_EQ(names, (std::vector<std::string>{"a.png", "m/a.png", "m/b.png", "z.png"}));
 }
 
-TEST_F(AssetRegistryTest, RegistersSubAssetsIntoTheSourcesSidecar) {
+TEST_F(AssetRegistryTest, RegistersSubAssetsIntoTheSourcesSidecarRemapsLegacyHashesAndRenumbersSubkeys) {
     WriteText(Content("Tree.fbx"), "fbx");
     Scan();
     const Guid source = GuidOf("Tree.fbx");
@@ -289,40 +289,32 @@ TEST_F(AssetRegistryTest, RegistersSubAssetsIntoTheSourcesSidecar) {
     fresh.SetContentRoot(ContentRoot(), AssetSourceMode::Authoring);
     EXPECT_EQ(fresh.SourceOfSubAsset(trunkGuid), tree);
     EXPECT_EQ(fresh.RegisterSubAsset(AssetType::Mesh, tree, {}, "Trunk#1", "Trunk"), trunk);
-}
 
-TEST_F(AssetRegistryTest, RenumberedSubkeyAdoptsTheIdentityThatNothingLiveUses) {
-    WriteText(Content("Tree.fbx"), "fbx");
-    Scan();
-    const fs::path tree = Content("Tree.fbx");
+    // A legacy path hash finds the live record, also one taken under another root.
+    const std::vector<fs::path> roots{"/old/Project/Content", {}};
+    const AssetHandle handle = registry_.HandleOfPath(tree);
+    EXPECT_EQ(registry_.RemapLegacyHandle(Core::Fnv1a64(Key("Tree.fbx")), roots), handle);
+    EXPECT_EQ(registry_.RemapLegacyHandle(Core::Fnv1a64("/old/Project/Content/Tree.fbx"), roots), handle);
+    EXPECT_EQ(registry_.RemapLegacyHandle(Core::Fnv1a64("/old/Project/Content/Sand.png"), roots), 0u);
+    EXPECT_EQ(registry_.RemapLegacyHandle(handle, roots), handle);
+    EXPECT_EQ(registry_.RemapLegacyHandle(Core::Fnv1a64(Key("Tree.fbx") + "#Trunk#1"), roots), trunk);
+
+    // A renumbered subkey adopts the identity that nothing live uses.
     const AssetHandle old = registry_.RegisterSubAsset(AssetType::Mesh, tree, {}, "Mesh#2", "Mesh");
     const AssetHandle other = registry_.RegisterSubAsset(AssetType::Mesh, tree, {}, "Leaf#1", "Leaf");
     registry_.RemoveSubAssetsOf(tree);
     EXPECT_EQ(registry_.Find(old), nullptr);
     EXPECT_EQ(registry_.RegisterSubAsset(AssetType::Mesh, tree, {}, "Leaf#1", "Leaf"), other);
     EXPECT_EQ(registry_.RegisterSubAsset(AssetType::Mesh, tree, {}, "Mesh#3", "Mesh"), old);
-    ASSERT_EQ(registry_.SidecarOf(tree)->subAssets.size(), 2u);
-    EXPECT_EQ(registry_.SidecarOf(tree)->subAssets[0].subkey, "Mesh#3");
+    ASSERT_EQ(registry_.SidecarOf(tree)->subAssets.size(), 3u); // Trunk#1's entry first
+    EXPECT_EQ(registry_.SidecarOf(tree)->subAssets[1].subkey, "Mesh#3");
     EXPECT_NE(registry_.RegisterSubAsset(AssetType::Mesh, tree, {}, "Mesh#4", "Mesh"), old);
-    EXPECT_EQ(registry_.SidecarOf(tree)->subAssets.size(), 3u);
+    EXPECT_EQ(registry_.SidecarOf(tree)->subAssets.size(), 4u);
     // A sub-asset of a missing source is derived and stored nowhere.
-    const AssetHandle handle = registry_.RegisterSubAsset(AssetType::Mesh, Content("Gone.fbx"), {}, "Body", "Body");
-    EXPECT_EQ(registry_.Find(handle)->guid, SubAssetGuid(ContentGuid("Gone.fbx"), AssetType::Mesh, "Body"));
+    const AssetHandle gone = registry_.RegisterSubAsset(AssetType::Mesh, Content("Gone.fbx"), {}, "Body", "Body");
+    EXPECT_EQ(registry_.Find(gone)->guid, SubAssetGuid(ContentGuid("Gone.fbx"), AssetType::Mesh, "Body"));
     EXPECT_FALSE(registry_.SidecarOf(Content("Gone.fbx")));
     EXPECT_EQ(ListFiles(ContentRoot()), (std::vector<std::string>{"Tree.fbx", "Tree.fbx.bmeta"}));
-}
-
-TEST_F(AssetRegistryTest, RemapsALegacyPathHashToTheLiveRecordAlsoUnderAnotherRoot) {
-    WriteText(Content("Art/Rock.png"), "png");
-    Scan();
-    const AssetHandle handle = registry_.HandleOfPath(Content("Art/Rock.png"));
-    const std::vector<fs::path> roots{"/old/Project/Content", {}};
-    EXPECT_EQ(registry_.RemapLegacyHandle(Core::Fnv1a64(Key("Art/Rock.png")), roots), handle);
-    EXPECT_EQ(registry_.RemapLegacyHandle(Core::Fnv1a64("/old/Project/Content/Art/Rock.png"), roots), handle);
-    EXPECT_EQ(registry_.RemapLegacyHandle(Core::Fnv1a64("/old/Project/Content/Art/Sand.png"), roots), 0u);
-    EXPECT_EQ(registry_.RemapLegacyHandle(handle, roots), handle);
-    const AssetHandle sub = registry_.RegisterSubAsset(AssetType::Mesh, Content("Art/Rock.png"), {}, "Body", "Body");
-    EXPECT_EQ(registry_.RemapLegacyHandle(Core::Fnv1a64(Key("Art/Rock.png") + "#Body"), roots), sub);
 }
 
 TEST_F(AssetRegistryTest, ReadersSeeAWholeTableWhileScansRun) {

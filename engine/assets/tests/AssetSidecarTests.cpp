@@ -1,5 +1,6 @@
 #include "engine/assets/AssetSidecar.h"
 
+#include "engine/assets/AssetTypeWords.h"
 #include "engine/assets/tests/AssetTestSupport.h"
 #include "tests/support/TextCases.h"
 
@@ -81,21 +82,19 @@ TEST(AssetSidecarFile, RoundTripsQuotesBackslashesAndSubAssetsWritesOnlyChangedT
 
 TEST(AssetSidecar, RecognisesSidecarPathsOnlyWithASourceExtension) {
     EXPECT_EQ(SidecarPath("Art/Rock.png"), fs::path("Art/Rock.png.bmeta"));
-    for (const char* path : {"Art/Rock.png.bmeta", "Notes.txt.bmeta", "Rock.png.BMeta"}) EXPECT_TRUE(IsSidecarPath(path));
-    for (const char* path : {"Notes.bmeta", "Rock.png", "Rock.png.bmeta.tmp"}) EXPECT_FALSE(IsSidecarPath(path));
-    EXPECT_EQ(SourcePathOfSidecar("Art/Rock.png.bmeta"), fs::path("Art/Rock.png"));
-    EXPECT_EQ(SourcePathOfSidecar("Notes.bmeta"), fs::path());
+    Brelk::Testing::ExpectTextCases(fs::path(BRELK_TEST_DATA_DIR) / "SidecarPaths.txt", [](const auto& c) {
+        const fs::path path = c.input.substr(0, c.input.size() - 1);
+        return (IsSidecarPath(path) ? "sidecar of '" : "not a sidecar, source '") +
+               SourcePathOfSidecar(path).generic_string() + "'";
+    });
 }
 
 TEST(AssetSidecar, ChoosesTheDefaultImporterByTheFirstRuleThatFits) {
-    const struct {
-        AssetType type;
-        const char* path;
-        const char* importer;
-    } table[] = {{AssetType::Mesh, "Rock.obj", "model"}, {AssetType::Scene, "Tree.FBX", "model"},
-                 {AssetType::Scene, "Level.bscene", "native"}, {AssetType::Audio, "Wind.wav", "audio"},
-                 {AssetType::World, "Island.bworld", "native"}};
-    for (const auto& c : table) EXPECT_EQ(MakeDefaultSidecar(c.type, c.path, kGuid).importer, c.importer) << c.path;
+    Brelk::Testing::ExpectTextCases(fs::path(BRELK_TEST_DATA_DIR) / "DefaultImporters.txt", [](const auto& c) {
+        const std::size_t space = c.input.find(' ');
+        const std::string path = c.input.substr(space + 1, c.input.size() - space - 2);
+        return MakeDefaultSidecar(AssetTypeFromWord(c.input.substr(0, space)), path, kGuid).importer;
+    });
 }
 
 TEST(AssetSidecar, SetsTheFirstSettingOfAKeyAndFindsSettingsAndSubAssets) {

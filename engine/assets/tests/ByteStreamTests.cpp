@@ -34,16 +34,14 @@ TEST(ByteStreamTest, WritesLittleEndianAndReadsBackWhatWasWritten) {
     EXPECT_TRUE(reader.AtEnd());
 }
 
-TEST(ByteStreamTest, RefusesReadsPastTheEndWithoutMoving) {
+TEST(ByteStreamTest, RefusesReadsPastTheEndWithoutMovingAndHoldsStringsAndCountsAgainstTheirLimitFirst) {
     const std::vector<std::uint8_t> bytes{1, 2, 3};
     ByteReader reader(bytes);
     EXPECT_EQ(ThrownMessage([&] { reader.ReadU32(); }), "Cooked data ends early.");
     EXPECT_EQ(reader.Position(), 0u);
     EXPECT_EQ(reader.ReadU16(), 0x0201);
     EXPECT_EQ(ThrownMessage([&] { reader.ReadU16(); }), "Cooked data ends early.");
-}
 
-TEST(ByteStreamTest, HoldsStringsAndCountsAgainstTheirLimitBeforeTheData) {
     ByteWriter writer;
     writer.WriteU32(10);
     ByteReader strings(writer.Bytes());

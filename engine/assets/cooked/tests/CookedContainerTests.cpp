@@ -15,7 +15,7 @@ using Testing::ScratchFolder;
 
 std::vector<std::uint8_t> Bytes(std::string_view text) { return {text.begin(), text.end()}; }
 
-TEST(CookedContainerTest, EmptyPayloadHasTheHashOfNothingAndOpens) {
+TEST(CookedContainerTest, EmptyPayloadHasTheHashOfNothingAndOpensAndRawBytesPassWhole) {
     EXPECT_EQ(Xxh64({}), 0xef46db3751d8e999ull);
     const std::vector<std::uint8_t> file = WriteCookedContainer(kCookedKindScene, 1, {});
     ASSERT_EQ(file.size(), 40u);
@@ -25,6 +25,16 @@ TEST(CookedContainerTest, EmptyPayloadHasTheHashOfNothingAndOpens) {
     const auto payload = OpenCookedContainer(file, kCookedKindScene, 1, "a", &error);
     ASSERT_TRUE(payload) << error;
     EXPECT_TRUE(payload->empty());
+
+    // Raw bytes pass whole; cooked ones are checked.
+    const std::vector<std::uint8_t> text = Bytes("bmat 3\n");
+    auto raw = OpenCookedOrRaw(text, kCookedKindMaterial, 2, "x", nullptr);
+    ASSERT_TRUE(raw);
+    EXPECT_EQ(raw->data(), text.data());
+    EXPECT_EQ(raw->size(), text.size());
+    EXPECT_FALSE(IsCookedFile(Bytes("BCK")));
+    EXPECT_FALSE(OpenCookedOrRaw(Bytes("BCKD"), kCookedKindMaterial, 2, "x", &error));
+    EXPECT_EQ(error, "Invalid cooked file x: unknown header or container version.");
 }
 
 TEST(CookedContainerTest, EachDamageGivesItsReasonInCheckOrder) {
@@ -62,18 +72,6 @@ TEST(CookedContainerTest, EachDamageGivesItsReasonInCheckOrder) {
             EXPECT_EQ(error, std::string("Invalid cooked file M.bmat: ") + row.reason) << row.what;
         }
     }
-}
-
-TEST(CookedContainerTest, RawBytesPassWholeAndCookedOnesAreChecked) {
-    const std::vector<std::uint8_t> text = Bytes("bmat 3\n");
-    auto raw = OpenCookedOrRaw(text, kCookedKindMaterial, 2, "x", nullptr);
-    ASSERT_TRUE(raw);
-    EXPECT_EQ(raw->data(), text.data());
-    EXPECT_EQ(raw->size(), text.size());
-    EXPECT_FALSE(IsCookedFile(Bytes("BCK")));
-    std::string error;
-    EXPECT_FALSE(OpenCookedOrRaw(Bytes("BCKD"), kCookedKindMaterial, 2, "x", &error));
-    EXPECT_EQ(error, "Invalid cooked file x: unknown header or container version.");
 }
 
 TEST(CookedContainerTest, FilesAreRecognisedStreamedAndHashed) {

@@ -77,21 +77,15 @@ TEST(CookedManifestTest, RequiresCookedScenesReadsUpToTheFirstAssetAndFollowsCha
     ScratchFolder folder;
     const std::filesystem::path manifest = folder / "CookedAssetManifest.bmanifest";
     EXPECT_FALSE(RequiresCookedScenes(folder.Path()));
-    const std::pair<const char*, bool> rows[] = {
-        {"brelk_cooked_manifest 3\nrequire_cooked_scenes 1\n", true},
-        {"brelk_cooked_manifest 3\nrequire_cooked_scenes 0\n", false},
-        {"brelk_cooked_manifest 3\nrequire_cooked_scenes 2\n", true},
-        {"brelk_cooked_manifest 3\nasset x\nrequire_cooked_scenes 1\n", false},
-    };
-    for (std::size_t index = 0; index < std::size(rows); ++index) {
-        const auto& [text, expected] = rows[index];
-        WriteText(manifest, text);
+    int edits = 0;
+    Brelk::Testing::ExpectTextCases(Data("CookedSceneFlags.txt"), [&](const auto& c) {
+        WriteText(manifest, c.input);
         // Each version gets a distinct time, as an edit on disk would.
         Testing::AgeFile(manifest);
         std::filesystem::last_write_time(manifest, std::filesystem::last_write_time(manifest) +
-                                                       std::chrono::seconds(index));
-        EXPECT_EQ(RequiresCookedScenes(folder.Path()), expected) << text;
-    }
+                                                       std::chrono::seconds(edits++));
+        return RequiresCookedScenes(folder.Path()) ? "required" : "not required";
+    });
 }
 
 } // namespace

@@ -198,7 +198,7 @@ TEST_F(AssetLoaderTest, RequestsShareASlotAndADroppedLoadIsResetWithTheDependenc
     EXPECT_EQ(loader_.State(5), AssetLoadState::Ready); // still claimed by its own lease
 }
 
-TEST_F(AssetLoaderTest, BudgetLetsTheFirstUploadThroughAndNeverLetsALaterOneOvertake) {
+TEST_F(AssetLoaderTest, BudgetLetsTheFirstUploadThroughNeverLetsALaterOneOvertakeAndPriorityOrdersStarts) {
     // Budget 100. Frame 1: 150 goes first whatever its size; frame 2: 50, then 80 does not
     // fit and the 10 behind it waits too; frame 3: the rest.
     const std::vector<std::uint64_t> sizes = {150, 50, 80, 10};
@@ -218,18 +218,17 @@ TEST_F(AssetLoaderTest, BudgetLetsTheFirstUploadThroughAndNeverLetsALaterOneOver
     EXPECT_EQ(std::tuple(s.frame, s.uploadBytesThisFrame, s.uploadsThisFrame, s.publishedThisFrame, s.peakUploadBytes,
                          s.ready),
               std::tuple(3u, 90u, 2u, 2u, 150u, 4u));
-}
 
-TEST_F(AssetLoaderTest, HigherPriorityStartsAndPublishesFirstAndLimitsHoldTheRestQueued) {
+    // One start a frame: the higher priority goes first, the rest stays queued.
     loader_.SetConfig(AssetLoaderConfig{1000, 1, 0});
-    const AssetLoadLease low = loader_.Request(1, kType, 0);
-    const AssetLoadLease high = loader_.Request(2, kType, 0);
-    loader_.Request(2, kType, 2);
+    const AssetLoadLease low = loader_.Request(5, kType, 0);
+    const AssetLoadLease high = loader_.Request(6, kType, 0);
+    loader_.Request(6, kType, 2);
     loader_.Update();
-    EXPECT_EQ(PublishedHandles(family_), (std::vector<AssetHandle>{2}));
+    EXPECT_EQ(PublishedHandles(family_), (std::vector<AssetHandle>{1, 2, 3, 4, 6}));
     EXPECT_EQ(low.State(), AssetLoadState::Queued);
     loader_.Update();
-    EXPECT_EQ(PublishedHandles(family_), (std::vector<AssetHandle>{2, 1}));
+    EXPECT_EQ(PublishedHandles(family_), (std::vector<AssetHandle>{1, 2, 3, 4, 6, 5}));
 }
 
 TEST_F(AssetLoaderTest, JobFailuresGiveTheirExactMessages) {
@@ -325,22 +324,25 @@ TEST_F(AssetLoaderTest, ReloadKeepsResidentDataReadyAndAFailedReloadKeepsItSilen
     EXPECT_EQ(events.size(), 2u);
 }
 
-TEST_F(AssetLoaderTest, SweepUnloadsUnreferencedSlotsAndTheirDependenciesButNotPinnedOnes) {
+TEST_F(AssetLoaderTest, SweepUnloadsUnreferencedSlotsAndTheirDependenciesButNotPinnedOnesInTheMachinesZones) {
     family_[1].dependencies = {{2, kType}};
     AssetLoadLease lease = loader_.Request(1, kType, 1);
     const AssetLoadLease pinned = loader_.Request(3, kType, 1);
     loader_.Pin(3);
-    loader_.Update();
-    loader_.Update();
-    ASSERT_EQ(lease.State(), AssetLoadState::Ready);
-    lease = AssetLoadLease();
-    EXPECT_EQ(loader_.SweepUnused(), 2u);
+    const std::set<std::string> zones = Testing::ProfiledZones("Assets", [&] {
+        ASSERT_TRUE(loader_.Wait(lease));
+        loader_.Update(); // the pinned one is not part of the wait
+        lease = AssetLoadLease();
+        EXPECT_EQ(loader_.SweepUnused(), 2u);
+    });
+    EXPECT_EQ(zones, (std::set<std::string>{"AssetLoader Decode", "AssetLoader Publish", "AssetLoader Read",
+                                            "AssetLoader::Start", "AssetLoader::SweepUnused", "AssetLoader::Wait"}));
     EXPECT_EQ(family_.unloaded, (std::vector<AssetHandle>{1, 2}));
     EXPECT_EQ(loader_.State(1), AssetLoadState::Unloaded);
     EXPECT_EQ(loader_.State(3), AssetLoadState::Ready);
 }
 
-TEST_F(AssetLoaderThreadTest, ADecodeThatEndsAfterItsSlotWasReleasedIsDropped) {
+TEST_F(AssetLoaderThreadTest, ADecodeThatEndsAfterItsSlotWasReleasedIsDroppedAndOneThatNeverReportsFailsItsWait) {
     RunWithDeadline(kDeadline, [&] {
         Gate gate;
         family_[8].duringDecode = [&gate] {
@@ -358,6 +360,17 @@ TEST_F(AssetLoaderThreadTest, ADecodeThatEndsAfterItsSlotWasReleasedIsDropped) {
         EXPECT_TRUE(loader_.Wait(again));
         EXPECT_EQ(family_.published, (std::vector<std::pair<AssetHandle, int>>{{8, 302}}));
         EXPECT_EQ(lease.State(), AssetLoadState::Unloaded);
+
+        // A slot that lost track of its job (its token one that finished with no report) fails its wait.
+        Gate lost;
+        family_[2].duringDecode = lost.Hold();
+        const AssetLoadLease stuck = loader_.Request(2, kType, 1);
+        loader_.Update();
+        lost.AwaitReached();
+        stuck.Slot()->cancelToken = Core::Tasks::TaskCounter();
+        EXPECT_FALSE(loader_.Wait(stuck));
+        EXPECT_EQ(stuck.Error(), "Asset load job ended without a result.");
+        lost.open.set_value();
     });
 }
 
@@ -408,16 +421,6 @@ TEST_F(AssetLoaderThreadTest, WaitLetsOtherThreadsUseTheLoaderWhileItBlocks) {
     });
 }
 
-TEST_F(AssetLoaderTest, TheMachineIsProfiledByItsZones) {
-    const std::set<std::string> zones = Testing::ProfiledZones("Assets", [&] {
-        const AssetLoadLease lease = loader_.Request(1, kType, 1);
-        EXPECT_TRUE(loader_.Wait(lease));
-        loader_.SweepUnused();
-    });
-    EXPECT_EQ(zones, (std::set<std::string>{"AssetLoader Decode", "AssetLoader Publish", "AssetLoader Read",
-                                            "AssetLoader::Start", "AssetLoader::SweepUnused", "AssetLoader::Wait"}));
-}
-
 TEST(AssetLoaderShutdown, WaitFailsALoadThatTheTaskSystemDroppedAtShutdown) {
     RunWithDeadline(kDeadline, [] {
         Core::Tasks::ScopedTaskSystem scoped(TaskSystemConfig{1, 1, std::nullopt});
@@ -438,21 +441,6 @@ TEST(AssetLoaderShutdown, WaitFailsALoadThatTheTaskSystemDroppedAtShutdown) {
             ioBusy.open.set_value();
             stopper.join();
         }
-    });
-}
-
-TEST_F(AssetLoaderThreadTest, WaitFailsAJobThatEndedWithoutReporting) {
-    RunWithDeadline(kDeadline, [&] {
-        Gate gate;
-        family_[2].duringDecode = gate.Hold();
-        const AssetLoadLease lease = loader_.Request(2, kType, 1);
-        loader_.Update();
-        gate.AwaitReached();
-        // The slot loses track of its job: its token is one that finished with no report.
-        lease.Slot()->cancelToken = Core::Tasks::TaskCounter();
-        EXPECT_FALSE(loader_.Wait(lease));
-        EXPECT_EQ(lease.Error(), "Asset load job ended without a result.");
-        gate.open.set_value();
     });
 }
 

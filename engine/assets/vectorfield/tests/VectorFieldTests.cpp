@@ -44,29 +44,24 @@ TEST(VectorFieldTest, FieldsRoundTripWithTheirExactSizes) {
     EXPECT_EQ(ReadText(folder / "Wind.bvfield").substr(0, 16), std::string("BVF1\x03\0\0\0\x05\0\0\0\x02\0\0\0", 16));
 }
 
-TEST(VectorFieldTest, BadSizesAreRefusedOnWritingAndTheOldFileStays) {
+TEST(VectorFieldTest, BadSizesAndBrokenFilesGiveTheirMessagesAndChangeNeitherFileNorField) {
     ScratchFolder folder;
-    ASSERT_TRUE(WriteVectorField(folder / "Wind.bvfield", MakeField(2, 2, 2)));
-    const std::string before = ReadText(folder / "Wind.bvfield");
+    ASSERT_TRUE(WriteVectorField(folder / "Good.bvfield", MakeField(2, 2, 2)));
+    const std::string good = ReadText(folder / "Good.bvfield");
     VectorFieldAsset shortValues = MakeField(2, 2, 2);
     shortValues.values.pop_back();
     for (const VectorFieldAsset& field : {MakeField(1, 2, 2), MakeField(2, 65, 2), MakeField(2, 2, 0), shortValues}) {
         std::string error;
-        EXPECT_FALSE(WriteVectorField(folder / "Wind.bvfield", field, &error));
+        EXPECT_FALSE(WriteVectorField(folder / "Good.bvfield", field, &error));
         EXPECT_EQ(error, "Vector field size is invalid.");
     }
-    fs::create_directories(folder / "Wind2.bvfield");
+    fs::create_directories(folder / "Wind.bvfield");
     std::string error;
-    EXPECT_FALSE(WriteVectorField(folder / "Wind2.bvfield", MakeField(2, 2, 2), &error));
+    EXPECT_FALSE(WriteVectorField(folder / "Wind.bvfield", MakeField(2, 2, 2), &error));
     EXPECT_TRUE(error.starts_with("Cannot replace vector field file: ")) << error;
-    EXPECT_EQ(ReadText(folder / "Wind.bvfield"), before);
+    EXPECT_EQ(ReadText(folder / "Good.bvfield"), good);
     EXPECT_EQ(CountEntries(folder.Path()), 2u);
-}
 
-TEST(VectorFieldTest, BrokenFilesGiveTheirMessagesAndLeaveTheFieldAsItWas) {
-    ScratchFolder folder;
-    ASSERT_TRUE(WriteVectorField(folder / "Good.bvfield", MakeField(2, 2, 2)));
-    const std::string good = ReadText(folder / "Good.bvfield");
     auto withU32At = [&](std::size_t offset, std::uint32_t value) {
         std::string bytes = good;
         for (int i = 0; i < 4; ++i) bytes[offset + i] = static_cast<char>(value >> (8 * i));
@@ -93,7 +88,6 @@ TEST(VectorFieldTest, BrokenFilesGiveTheirMessagesAndLeaveTheFieldAsItWas) {
         EXPECT_EQ(field, MakeField(3, 3, 3));
     }
     VectorFieldAsset field;
-    std::string error;
     EXPECT_FALSE(ReadVectorField(folder / "None.bvfield", &field, &error));
     EXPECT_EQ(error, "Cannot open vector field file.");
     LogCapture log;
